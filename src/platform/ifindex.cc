@@ -1,0 +1,1 @@
+#include "platform/ifindex.h"

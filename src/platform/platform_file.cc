@@ -1,0 +1,1 @@
+#include "platform/platform_file.h"

@@ -16,7 +16,9 @@ inline constexpr uint32_t kIfTypePort = 6;
 inline constexpr uint32_t kIfTypeChip = 33;
 inline constexpr uint32_t kChipsPerSlot = 32;
 
-constexpr uint32_t if_type(uint32_t ifindex) { return ifindex >> 26; }
+constexpr uint32_t if_type(uint32_t ifindex) {
+  return ifindex >> 26;
+}
 constexpr uint32_t port_ifindex(uint32_t slot, uint32_t port) {
   return (kIfTypePort << 26) | ((slot & 0xf) << 22) | ((port & 0x7f) << 15);
 }

@@ -89,7 +89,8 @@ class Reader {
       return 0;
     }
     uint64_t v = 0;
-    for (size_t i = 0; i < n; ++i) v = (v << 8) | buf_[off + i];
+    for (size_t i = 0; i < n; ++i)
+      v = (v << 8) | buf_[off + i];
     return v;
   }
   uint64_t take(size_t n) {
@@ -164,7 +165,8 @@ class Writer {
   bool need(size_t n) { return n <= remaining() ? true : fail(); }
   bool poke(size_t off, uint64_t v, size_t n) {
     if (off > buf_.size() || n > buf_.size() - off) return fail();
-    for (size_t i = 0; i < n; ++i) buf_[off + n - 1 - i] = static_cast<uint8_t>(v >> (8 * i));
+    for (size_t i = 0; i < n; ++i)
+      buf_[off + n - 1 - i] = static_cast<uint8_t>(v >> (8 * i));
     return true;
   }
   Writer& put(uint64_t v, size_t n) {

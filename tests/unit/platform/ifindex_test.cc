@@ -1,0 +1,53 @@
+#include "platform/ifindex.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace ofa::platform;
+
+Platform two_chip_slot() {
+  auto r = parse_platform(
+      "[switch]\nmodel = 1004\nmy_slot = 3\n[slot 3]\nchip.0.ports = 1-8\nchip.2.ports = 9-16\n",
+      "t");
+  return std::get<Platform>(r);
+}
+
+TEST(Ifindex, LayoutOfPortAndChipIndexes) {
+  EXPECT_EQ(port_ifindex(1, 5), (6u << 26) | (1u << 22) | (5u << 15));
+  EXPECT_EQ(chip_ifindex(3, 2), 0x84000000u | (3u << 22) | (2u << 7));
+  EXPECT_EQ(if_type(chip_ifindex(3, 2)), kIfTypeChip);
+  EXPECT_EQ(if_type(port_ifindex(9, 127)), kIfTypePort);
+}
+
+TEST(Ifindex, SlotByType) {
+  struct Case {
+    uint32_t ifindex;
+    int32_t slot;
+  };
+  const Case cases[] = {
+      {port_ifindex(9, 1), 9},         {chip_ifindex(5, 31), 5},
+      {(3u << 26) | (17u << 21), 17},  {(61u << 26) | (40u << 20), 40},
+      {(62u << 26) | (63u << 20), 63}, {(14u << 26) | (2u << 22), 2},
+      {(2u << 26) | 0x3fffff, -1},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(dce_get_slot_id(c.ifindex), c.slot) << std::hex << c.ifindex;
+}
+
+TEST(Ifindex, FlatChipIdFromPortsAndChips) {
+  Platform p = two_chip_slot();
+  EXPECT_EQ(dce_get_flat_chip_id(p, port_ifindex(3, 4)), 3 * 32 + 0);
+  EXPECT_EQ(dce_get_flat_chip_id(p, port_ifindex(3, 9)), 3 * 32 + 2);
+  EXPECT_EQ(dce_get_flat_chip_id(p, port_ifindex(3, 20)), -1);  // no chip serves it
+  EXPECT_EQ(dce_get_flat_chip_id(p, port_ifindex(4, 1)), -1);   // no such slot
+  EXPECT_EQ(dce_get_flat_chip_id(p, chip_ifindex(3, 2)), 98);
+  EXPECT_EQ(dce_get_flat_chip_id(p, chip_ifindex(3, 1)), -1);
+  EXPECT_EQ(dce_get_flat_chip_id(p, (14u << 26) | (3u << 22)), -1);
+  EXPECT_EQ(dce_get_slot_chip_id(p, 98), 2);
+  EXPECT_EQ(dce_get_slot_chip_id(p, 97), -1);
+  EXPECT_EQ(dce_get_ifindex(98), chip_ifindex(3, 2));
+  EXPECT_EQ(dce_get_flat_chip_id(p, dce_get_ifindex(96)), 96);
+}
+
+}  // namespace

@@ -1,0 +1,147 @@
+#include "platform/platform_file.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+using namespace ofa::platform;
+
+Platform parse_ok(std::string_view text) {
+  auto r = parse_platform(text, "t.conf");
+  if (auto* e = std::get_if<ParseError>(&r)) ADD_FAILURE() << e->message;
+  return std::get_if<Platform>(&r) ? std::get<Platform>(r) : Platform{};
+}
+
+TEST(PlatformFile, DefaultIsOneArdSwitchWithOneChip) {
+  Platform p = parse_ok(default_platform_text());
+  EXPECT_EQ(p.model, 131u);
+  EXPECT_EQ(p.hw_profile, 7u);
+  EXPECT_EQ(p.my_slot, 1u);
+  EXPECT_EQ(p.boot, BootMode::cold);
+  ASSERT_EQ(p.slots.size(), 1u);
+  ASSERT_EQ(p.slots[0].chips.size(), 1u);
+  EXPECT_EQ(p.slots[0].chips[0].ports.size(), 48u);
+  EXPECT_EQ(p.phy_ports, 48u);
+  EXPECT_EQ(p.port_name(7), "ethernet1/7");
+}
+
+TEST(PlatformFile, ChipsPortsAndNames) {
+  Platform p = parse_ok(R"(
+[switch]
+model = 1004   # zim
+my_slot = 2
+boot = warm
+[ports]
+count = 0x20
+name.5 = uplink5
+[slot 2]
+chip.1.type = 7
+chip.1.ports = 17-20, 3
+chip.0.ports = 1-2
+[slot 0]
+chip.0.type = 1
+)");
+  EXPECT_EQ(p.boot, BootMode::warm);
+  EXPECT_EQ(p.phy_ports, 32u);
+  EXPECT_EQ(p.port_name(5), "uplink5");
+  EXPECT_EQ(p.port_name(6), "ethernet2/6");
+  ASSERT_EQ(p.slots.size(), 2u);
+  EXPECT_EQ(p.slots[0].slot, 0u);  // sorted by slot
+  ASSERT_EQ(p.slots[1].chips.size(), 2u);
+  EXPECT_EQ(p.slots[1].chips[0].local_id, 0u);  // sorted by local id
+  EXPECT_EQ(p.slots[1].chips[1].ports, (std::vector<uint32_t>{3, 17, 18, 19, 20}));
+  EXPECT_EQ(p.chip_for_port(2, 18), p.find_chip(2, 1));
+  EXPECT_EQ(p.chip_for_port(2, 4), nullptr);
+  auto params = slot_parameters(p, 2);
+  ASSERT_TRUE(params);
+  EXPECT_EQ(*params, (std::vector<uint32_t>{2, 2, 0, 0, 7, 1}));
+  EXPECT_FALSE(slot_parameters(p, 5));
+}
+
+TEST(PlatformFile, ResourceRecordWordsAtTheirOffsets) {
+  Platform p = parse_ok(default_platform_text());
+  auto rec = resource_record(p);
+  ASSERT_EQ(rec.size(), 128u);
+  auto word = [&](size_t off) {
+    return uint32_t(rec[off]) << 24 | uint32_t(rec[off + 1]) << 16 | uint32_t(rec[off + 2]) << 8 |
+           rec[off + 3];
+  };
+  EXPECT_EQ(word(96), p.resources.mgid_start);
+  EXPECT_EQ(word(100), p.resources.mgid_end);
+  EXPECT_EQ(word(104), p.resources.iivid_min);
+  EXPECT_EQ(word(108), p.resources.iivid_max);
+  EXPECT_EQ(word(112), p.resources.policer_start);
+  EXPECT_EQ(word(116), p.resources.policer_end);
+  EXPECT_EQ(word(0), 0u);
+}
+
+struct BadCase {
+  const char* text;
+  const char* error;
+};
+
+class PlatformFileErrors : public ::testing::TestWithParam<BadCase> {};
+
+TEST_P(PlatformFileErrors, NamesFileLineAndReason) {
+  auto r = parse_platform(GetParam().text, "bad.conf");
+  auto* e = std::get_if<ParseError>(&r);
+  ASSERT_NE(e, nullptr) << "accepted: " << GetParam().text;
+  EXPECT_EQ(e->message, GetParam().error);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, PlatformFileErrors,
+    ::testing::Values(
+        BadCase{"model = 1\n", "bad.conf:1: 'model' outside any section"},
+        BadCase{"[switch]\nmodel 131\n", "bad.conf:2: expected 'key = value' or '[section]'"},
+        BadCase{"[switch]\nmodel = abc\n", "bad.conf:2: 'model' needs a number, not 'abc'"},
+        BadCase{"[switch]\nmodel = \n", "bad.conf:2: missing value for 'model'"},
+        BadCase{"[switch]\nmodel = 1\nmodel = 2\n", "bad.conf:3: duplicate key 'model'"},
+        BadCase{"[switch\n", "bad.conf:1: unterminated section header"},
+        BadCase{"[fans]\n", "bad.conf:1: unknown section 'fans'"},
+        BadCase{"[slot 10]\n", "bad.conf:1: slot number must be 0 to 9"},
+        BadCase{"[switch]\ncolour = red\n", "bad.conf:2: unknown key 'colour' in [switch]"},
+        BadCase{"[switch]\nboot = hot\n", "bad.conf:2: boot must be 'cold' or 'warm'"},
+        BadCase{"[switch]\nmy_slot = 1\n[slot 1]\n", "bad.conf:3: no 'model' in [switch]"},
+        BadCase{"[switch]\nmodel = 131\nmy_slot = 3\n[slot 1]\n",
+                "bad.conf:3: my_slot 3 has no [slot 3] section"},
+        BadCase{"[switch]\nmodel = 1\n[slot 1]\n[slot 1]\n", "bad.conf:4: slot 1 described twice"},
+        BadCase{"[switch]\nmodel = 1\n[switch]\n", "bad.conf:3: section 'switch' appears twice"},
+        BadCase{"[ports]\ncount = 300\n", "bad.conf:2: port count must be at most 289"},
+        BadCase{"[ports]\nname.x = a\n", "bad.conf:2: bad port number in 'name.x'"},
+        BadCase{"[slot 1]\nchip.32.type = 1\n", "bad.conf:2: chip id must be 0 to 31"},
+        BadCase{"[slot 1]\nchip.0.ports = 5-2\n", "bad.conf:2: bad port list item '5-2'"},
+        BadCase{"[slot 1]\nchip.0.ports = 0-2\n", "bad.conf:2: port numbers run from 1 to 127"},
+        BadCase{"[slot 1]\nchip.0.ports = 1-4\nchip.1.ports = 4\n",
+                "bad.conf:3: port 4 already served by chip 0"},
+        BadCase{"[slot 1]\nchip.0.speed = 1\n", "bad.conf:2: unknown chip attribute 'speed'"},
+        BadCase{"[slot 1]\nfan = 1\n", "bad.conf:2: unknown key 'fan' in [slot 1]"}));
+
+TEST(PlatformFile, UnreadableFileIsLineZero) {
+  auto r = load_platform("/nonexistent/ofa.conf");
+  auto* e = std::get_if<ParseError>(&r);
+  ASSERT_NE(e, nullptr);
+  EXPECT_EQ(e->message, "/nonexistent/ofa.conf:0: cannot open the file");
+}
+
+TEST(PlatformFile, EnvironmentOverridesSlotAndBoot) {
+  ::setenv("OFA_BOOT", "warm", 1);
+  ::setenv("OFA_SLOT", "1", 1);
+  ::unsetenv("OFA_PLATFORM");
+  auto r = platform_from_env();
+  ASSERT_TRUE(std::holds_alternative<Platform>(r));
+  EXPECT_EQ(std::get<Platform>(r).boot, BootMode::warm);
+  ::setenv("OFA_SLOT", "4", 1);
+  r = platform_from_env();
+  ASSERT_TRUE(std::holds_alternative<ParseError>(r));
+  EXPECT_EQ(std::get<ParseError>(r).message, "OFA_SLOT:0: slot '4' is not described by <default>");
+  ::unsetenv("OFA_SLOT");
+  ::setenv("OFA_BOOT", "tepid", 1);
+  EXPECT_TRUE(std::holds_alternative<ParseError>(platform_from_env()));
+  ::unsetenv("OFA_BOOT");
+}
+
+}  // namespace

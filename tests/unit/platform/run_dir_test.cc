@@ -1,0 +1,43 @@
+#include "platform/run_dir.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace {
+
+using namespace ofa::platform;
+
+TEST(RunDir, PathsUnderTheRunDirectory) {
+  ::setenv("OFA_RUN_DIR", "/r", 1);
+  EXPECT_EQ(pq6_path("ofmgragt", 1), "/r/pq6/ofmgragt.1");
+  EXPECT_EQ(pq6_mp_path("ofmgragt"), "/r/pq6/ofmgragt.mp");
+  EXPECT_EQ(hsl_cmd_path(2), "/r/hsl/cmd.2");
+  EXPECT_EQ(hsl_event_path(2), "/r/hsl/event.2");
+  EXPECT_EQ(hsl_ctl_path(2), "/r/hsl/ctl.2");
+  EXPECT_EQ(ipc_path("IPCOPENFLOWAGT", 1), "/r/ipc/IPCOPENFLOWAGT.1");
+  EXPECT_EQ(qcf_path("ofagt_p1"), "/r/qcf/ofagt_p1");
+  ::unsetenv("OFA_RUN_DIR");
+  EXPECT_EQ(run_dir(), "/tmp/ofa");
+}
+
+TEST(RunDir, MakesFoldersWithMode0700AndRefusesLongPaths) {
+  auto base = std::filesystem::temp_directory_path() / ("ofa-rundir-" + std::to_string(::getpid()));
+  std::filesystem::remove_all(base);
+  ::setenv("OFA_RUN_DIR", base.c_str(), 1);
+  std::string path = hsl_cmd_path(1);
+  EXPECT_FALSE(ensure_parent_dir(path));
+  struct stat st {};
+  ASSERT_EQ(::stat((base / "hsl").c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0700u);
+  EXPECT_FALSE(ensure_parent_dir(path));  // a second time is fine
+  auto err = ensure_parent_dir(base.string() + "/" + std::string(120, 'x'));
+  ASSERT_TRUE(err);
+  EXPECT_NE(err->find("socket address"), std::string::npos);
+  std::filesystem::remove_all(base);
+  ::unsetenv("OFA_RUN_DIR");
+}
+
+}  // namespace

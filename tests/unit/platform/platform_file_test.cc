@@ -145,3 +145,25 @@ TEST(PlatformFile, EnvironmentOverridesSlotAndBoot) {
 }
 
 }  // namespace
+
+namespace {
+
+// Every example file parses, and the ard example says what the embedded default says.
+TEST(PlatformFile, ExamplesParse) {
+  for (const char* name : {"ard.conf", "ard2.conf", "zim.conf"}) {
+    auto r = ofa::platform::load_platform(std::string(OFA_EXAMPLES_DIR) + "/platforms/" + name);
+    auto* e = std::get_if<ofa::platform::ParseError>(&r);
+    EXPECT_EQ(e, nullptr) << (e ? e->message : "");
+  }
+  auto ex = std::get<ofa::platform::Platform>(
+      ofa::platform::load_platform(std::string(OFA_EXAMPLES_DIR) + "/platforms/ard.conf"));
+  auto def = std::get<ofa::platform::Platform>(
+      ofa::platform::parse_platform(ofa::platform::default_platform_text(), "<default>"));
+  EXPECT_EQ(ofa::platform::resource_record(ex), ofa::platform::resource_record(def));
+  EXPECT_EQ(ex.model, def.model);
+  EXPECT_EQ(ex.l2_tcam_size, def.l2_tcam_size);
+  EXPECT_EQ(ex.l3_tcam_size, def.l3_tcam_size);
+  EXPECT_EQ(ofa::platform::slot_parameters(ex, 1), ofa::platform::slot_parameters(def, 1));
+}
+
+}  // namespace

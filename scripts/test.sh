@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Builds and runs every test: the normal build, the AddressSanitizer + UndefinedBehaviorSanitizer
+# build, and the unit tests once more under valgrind.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+./scripts/deps.sh
+
+jobs=$(nproc)
+for preset in default asan; do
+  echo "== build ($preset)"
+  cmake --preset "$preset" >/dev/null
+  cmake --build --preset "$preset" -j "$jobs"
+  echo "== test ($preset)"
+  ctest --preset "$preset" -j "$jobs"
+done
+
+echo "== valgrind (unit tests)"
+fail=0
+for t in build/tests/unit/*/*_tests; do
+  [ -x "$t" ] || continue
+  # The long randomised runs are covered by the two builds above.
+  if ! valgrind -q --error-exitcode=1 --leak-check=full --errors-for-leak-kinds=definite \
+      "$t" --gtest_brief=1 --gtest_filter='-*Differential*:*Random*:*Fuzz*:*Mutat*' >/dev/null; then
+    echo "valgrind: $t reported errors"
+    fail=1
+  fi
+done
+[ "$fail" -eq 0 ] || exit 1
+echo "all tests passed under the normal build, ASan/UBSan and valgrind"

@@ -1,0 +1,275 @@
+// avl_tree: node management, search and walks. Balancing lives in avl_core.h.
+#include "foundation/avl_tree.h"
+
+#include <cstdlib>
+
+#include "foundation/avl_core.h"
+#include "foundation/kprintf.h"
+
+namespace ofa::foundation::avl_core {
+bool side_of(const ::avl_node* n) {
+  return n->flag != 0;
+}
+void set_side(::avl_node* n, bool right) {
+  n->flag = right ? 1 : 0;
+}
+}  // namespace ofa::foundation::avl_core
+
+namespace core = ofa::foundation::avl_core;
+
+namespace {
+
+avl_node* new_node(avl_tree* tree, void* item) {
+  avl_node* node = nullptr;
+  if (tree->max_nodes > 0) {
+    node = tree->free_list;
+    if (node != nullptr) tree->free_list = node->right;
+  } else {
+    node = static_cast<avl_node*>(std::calloc(1, sizeof(avl_node)));
+  }
+  if (node == nullptr) {
+    uprintf("THA: %d: %s Error: Null: %s = null %s \n", __LINE__, "avl_insert", "node", "");
+    return nullptr;
+  }
+  *node = avl_node{};
+  node->info = item;
+  return node;
+}
+
+void release_node(avl_tree* tree, avl_node* node) {
+  if (tree->max_nodes > 0) {
+    *node = avl_node{};
+    node->right = tree->free_list;
+    tree->free_list = node;
+  } else {
+    std::free(node);
+  }
+}
+
+// Walks down to the leaf position of item; ties go left unless nodup, where a tie is reported
+// in *dup before anything in the tree has changed.
+avl_node* find_leaf_parent(avl_tree* tree, const void* item, bool nodup, bool* right, bool* dup) {
+  avl_node* parent = nullptr;
+  *right = false;
+  *dup = false;
+  for (avl_node* n = tree->root; n != nullptr;) {
+    int c = tree->compare(item, n->info);
+    if (c == 0 && nodup) {
+      *dup = true;
+      return n;
+    }
+    parent = n;
+    *right = c > 0;
+    n = *right ? n->right : n->left;
+  }
+  return parent;
+}
+
+int insert(avl_tree* tree, void* item, bool nodup) {
+  if (tree == nullptr) return -1;
+  bool right = false;
+  bool dup = false;
+  avl_node* parent = find_leaf_parent(tree, item, nodup, &right, &dup);
+  if (dup) return -1;
+  avl_node* node = new_node(tree, item);
+  if (node == nullptr) return -1;
+  core::insert_leaf(&tree->root, parent, right, node);
+  tree->count += 1;
+  return 0;
+}
+
+}  // namespace
+
+int avl_create(avl_tree** tree, int max_nodes, avl_compare_fn compare) {
+  if (tree == nullptr || compare == nullptr) return -1;
+  auto* t = static_cast<avl_tree*>(std::calloc(1, sizeof(avl_tree)));
+  if (t == nullptr) return -1;
+  t->compare = compare;
+  t->ha_handle = -1;
+  t->ha_object_group = -1;
+  if (max_nodes > 0) {
+    t->node_mem =
+        static_cast<avl_node*>(std::calloc(static_cast<size_t>(max_nodes), sizeof(avl_node)));
+    if (t->node_mem == nullptr) {
+      std::free(t);
+      return -1;
+    }
+    t->max_nodes = max_nodes;
+    for (int i = max_nodes - 1; i >= 0; --i) {
+      t->node_mem[i].right = t->free_list;
+      t->free_list = &t->node_mem[i];
+    }
+  }
+  *tree = t;
+  return 0;
+}
+
+int avl_insert(avl_tree* tree, void* item) {
+  return insert(tree, item, false);
+}
+
+int avl_insert_nodup(avl_tree* tree, void* item) {
+  return insert(tree, item, true);
+}
+
+int avl_delete_node(avl_tree* tree, avl_node* node) {
+  if (tree == nullptr || node == nullptr) return -1;
+  core::erase(&tree->root, node, true);
+  tree->count -= 1;
+  release_node(tree, node);
+  return 0;
+}
+
+int avl_remove(avl_tree* tree, void* item) {
+  avl_node* node = avl_search(tree, item);
+  if (node == nullptr) return -1;
+  return avl_delete_node(tree, node);
+}
+
+avl_node* avl_search(avl_tree* tree, const void* key) {
+  if (tree == nullptr) return nullptr;
+  for (avl_node* n = tree->root; n != nullptr;) {
+    int c = tree->compare(key, n->info);
+    if (c == 0) return n;
+    n = c < 0 ? n->left : n->right;
+  }
+  return nullptr;
+}
+
+avl_node* avl_top(avl_tree* tree) {
+  return tree == nullptr ? nullptr : tree->root;
+}
+
+avl_node* avl_next(avl_node* node) {
+  if (node == nullptr) return nullptr;
+  if (node->left != nullptr) return node->left;
+  if (node->right != nullptr) return node->right;
+  for (; node->parent != nullptr; node = node->parent) {
+    if (node->flag == 0 && node->parent->right != nullptr) return node->parent->right;
+  }
+  return nullptr;
+}
+
+avl_node* avl_getfirst(avl_tree* tree) {
+  return tree == nullptr ? nullptr : core::leftmost(tree->root);
+}
+
+avl_node* avl_getlast(avl_tree* tree) {
+  return tree == nullptr ? nullptr : core::rightmost(tree->root);
+}
+
+avl_node* avl_getnext(avl_tree* tree, avl_node* node) {
+  if (node == nullptr) return avl_getfirst(tree);
+  return core::successor(node);
+}
+
+avl_node* avl_getprev(avl_tree* tree, avl_node* node) {
+  if (node == nullptr) return avl_getlast(tree);
+  return core::predecessor(node);
+}
+
+avl_node* avl_get_next(avl_tree* tree, const void* key) {
+  if (tree == nullptr) return nullptr;
+  avl_node* best = nullptr;
+  for (avl_node* n = tree->root; n != nullptr;) {
+    if (tree->compare(key, n->info) < 0) {
+      best = n;
+      n = n->left;
+    } else {
+      n = n->right;
+    }
+  }
+  return best;
+}
+
+avl_node* avl_get_prev(avl_tree* tree, const void* key) {
+  if (tree == nullptr) return nullptr;
+  avl_node* best = nullptr;
+  for (avl_node* n = tree->root; n != nullptr;) {
+    if (tree->compare(key, n->info) > 0) {
+      best = n;
+      n = n->right;
+    } else {
+      n = n->left;
+    }
+  }
+  return best;
+}
+
+int avl_get_tree_size(avl_tree* tree) {
+  return tree == nullptr ? 0 : tree->count;
+}
+
+namespace {
+
+template <class Call>
+int walk_in_order(avl_tree* tree, Call call) {
+  for (avl_node* n = avl_getfirst(tree); n != nullptr;) {
+    avl_node* next = core::successor(n);
+    int rc = call(n->info);
+    if (rc < 0) return rc;
+    n = next;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int avl_traverse(avl_tree* tree, avl_traverse_fn fn, void* arg1) {
+  return walk_in_order(tree, [&](void* item) { return fn(item, arg1); });
+}
+
+int avl_traverse2(avl_tree* tree, avl_traverse2_fn fn, void* arg1, void* arg2) {
+  return walk_in_order(tree, [&](void* item) { return fn(item, arg1, arg2); });
+}
+
+int avl_traverse3(avl_tree* tree, avl_traverse3_fn fn, void* arg1, void* arg2, void* arg3) {
+  return walk_in_order(tree, [&](void* item) { return fn(item, arg1, arg2, arg3); });
+}
+
+int avl_paginate_traverse3(avl_tree* tree, avl_node* from, avl_traverse3_fn fn, void* arg1,
+                           void* arg2, void* arg3, int* out_count, avl_node** next) {
+  if (next != nullptr) *next = nullptr;
+  if (tree == nullptr || out_count == nullptr) return 0;
+  for (avl_node* n = from != nullptr ? from : avl_getfirst(tree); n != nullptr;) {
+    if (*out_count >= AVL_PAGINATE_LIMIT) {
+      if (next != nullptr) *next = n;
+      return 0;
+    }
+    avl_node* after = core::successor(n);
+    int rc = fn(n->info, arg1, arg2, arg3);
+    if (rc < 0) return rc;
+    *out_count += rc;
+    n = after;
+  }
+  return 0;
+}
+
+void avl_tree_cleanup(avl_tree* tree, avl_free_fn free_fn) {
+  if (tree == nullptr) return;
+  // Post-order, from the leaves up, without rebalancing.
+  avl_node* n = tree->root;
+  while (n != nullptr) {
+    if (n->left != nullptr) {
+      n = n->left;
+    } else if (n->right != nullptr) {
+      n = n->right;
+    } else {
+      avl_node* parent = n->parent;
+      if (parent != nullptr) (n->flag != 0 ? parent->right : parent->left) = nullptr;
+      if (free_fn != nullptr) free_fn(n->info);
+      release_node(tree, n);
+      n = parent;
+    }
+  }
+  tree->root = nullptr;
+  tree->count = 0;
+}
+
+void avl_tree_free(avl_tree** tree, avl_free_fn free_fn) {
+  if (tree == nullptr || *tree == nullptr) return;
+  avl_tree_cleanup(*tree, free_fn);
+  std::free((*tree)->node_mem);
+  std::free(*tree);
+  *tree = nullptr;
+}

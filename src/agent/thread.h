@@ -153,6 +153,9 @@ void thread_execute(lib_globals* zg, thread_func_t func, void* arg, uintptr_t va
 long thread_timer_remain_second(const thread* t);
 thread* thread_fetch(lib_globals* zg, thread* out);
 void thread_call(thread* t);
+// How long a pass may wait at `now`: zero with ready units, the time to the earliest timer (0 s
+// 10 us when it is already due), false to wait for ever.
+bool thread_timer_wait(const thread_master* m, timeval now, timeval* wait);
 
 // --- platform binding ---------------------------------------------------------------------------
 // Binds the platform queue: default callback, wake-up pipe, watchdog. 0, or -1 without queue

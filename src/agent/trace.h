@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdint>
 
 enum : uint32_t { OFACRIT = 0, OFACORE = 1, OFAMSG = 2, OFAIO = 3, OFAPKT = 4 };

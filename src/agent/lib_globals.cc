@@ -1,0 +1,22 @@
+// The library globals: the record that holds the scheduler, the protocol word and the name.
+#include <cstdlib>
+#include <cstring>
+
+#include "agent/thread.h"
+
+lib_globals* lib_create(const char* name) {
+  auto* zg = static_cast<lib_globals*>(std::calloc(1, sizeof(lib_globals)));
+  if (!zg) return nullptr;
+  if (name) std::strncpy(zg->name, name, sizeof zg->name - 1);
+  return zg;
+}
+
+int lib_start(lib_globals* zg) {
+  return (zg && zg->master) ? 0 : -1;
+}
+
+void lib_stop(lib_globals* zg) {
+  if (!zg) return;
+  if (zg->master) thread_master_finish(zg->master);
+  std::free(zg);
+}

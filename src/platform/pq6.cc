@@ -1,0 +1,249 @@
+#include "platform/pq6.h"
+
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "platform/run_dir.h"
+
+namespace {
+
+struct ErrReport {
+  uint32_t code;
+  pq6_addr addr;
+};
+
+struct Pq6Sock {
+  std::string path;
+  int (*recv_cb)(int) = nullptr;
+  std::deque<ErrReport> errors;
+  uint64_t token = 0;
+};
+
+std::mutex g_mu;
+std::map<int, Pq6Sock> g_socks;
+
+std::string name_of(const pq6_addr& a) {
+  return std::string(a.name, strnlen(a.name, sizeof a.name));
+}
+
+// Lowest set bit of the slot mask gives the slot (bit n is slot n + 1); mask 0 is slot 0.
+uint32_t slot_of_mask(uint16_t mask) {
+  for (uint32_t b = 0; b < 16; ++b) {
+    if (mask & (1u << b)) return b + 1;
+  }
+  return 0;
+}
+
+bool to_sockaddr(const std::string& path, sockaddr_un* sun) {
+  if (path.size() >= sizeof sun->sun_path) return false;
+  *sun = sockaddr_un{};
+  sun->sun_family = AF_UNIX;
+  std::memcpy(sun->sun_path, path.c_str(), path.size() + 1);
+  return true;
+}
+
+// The sender's PQ6 address from its bound path: ".mp" is the active MP, ".<n>" slot n.
+pq6_addr addr_of_path(const std::string& path) {
+  pq6_addr a{};
+  a.family = AF_PQ6;
+  auto slash = path.rfind('/');
+  std::string leaf = slash == std::string::npos ? path : path.substr(slash + 1);
+  auto dot = leaf.rfind('.');
+  if (dot == std::string::npos) return a;
+  std::string name = leaf.substr(0, dot);
+  std::string tail = leaf.substr(dot + 1);
+  std::strncpy(a.name, name.c_str(), sizeof a.name - 1);
+  if (tail == "mp") {
+    a.flags = PQ6_FLAG_ACTIVE_MP | PQ6_FLAG_MP;
+  } else if (!tail.empty() && tail.size() <= 2 &&
+             tail.find_first_not_of("0123456789") == std::string::npos) {
+    unsigned long n = std::stoul(tail);
+    if (n >= 1 && n <= 16) a.slot_mask = static_cast<uint16_t>(1u << (n - 1));
+  }
+  return a;
+}
+
+void put_cmsg(msghdr* msg, int32_t type, const void* data, size_t len) {
+  if (!msg->msg_control) {
+    msg->msg_controllen = 0;
+    return;
+  }
+  size_t room = msg->msg_controllen;
+  mxl_cmsghdr h{static_cast<uint32_t>(sizeof h + len), SOL_PQ6, type};
+  uint8_t buf[sizeof h + PQ6_ERR_RECORD_SIZE] = {};
+  std::memcpy(buf, &h, sizeof h);
+  std::memcpy(buf + sizeof h, data, len);
+  size_t n = std::min(room, sizeof h + len);
+  std::memcpy(msg->msg_control, buf, n);
+  msg->msg_controllen = n;
+}
+
+}  // namespace
+
+int mxl_open(const pq6_addr* addr, const mxl_params* params, int /*rsm_handle*/) {
+  if (!addr || addr->family != AF_PQ6) return -1;
+  std::string path = ofa::platform::pq6_path(name_of(*addr), slot_of_mask(addr->slot_mask));
+  if (ofa::platform::ensure_parent_dir(path)) return -1;
+  sockaddr_un sun;
+  if (!to_sockaddr(path, &sun)) return -1;
+  int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return -1;
+  ::unlink(path.c_str());
+  if (::bind(fd, reinterpret_cast<sockaddr*>(&sun), sizeof sun) != 0) {
+    ::close(fd);
+    return -1;
+  }
+  std::lock_guard<std::mutex> lock(g_mu);
+  Pq6Sock& s = g_socks[fd];
+  s = Pq6Sock{};
+  s.path = path;
+  s.recv_cb = params ? params->recv_cb : nullptr;
+  return fd;
+}
+
+int mxl_control(int sock, int /*cmd*/, int /*arg*/) {
+  std::lock_guard<std::mutex> lock(g_mu);
+  if (!g_socks.count(sock)) {
+    errno = EBADF;
+    return -1;
+  }
+  return 0;
+}
+
+ssize_t mxl_recvmsg(int sock, msghdr* msg, int flags) {
+  if (!msg) {
+    errno = EINVAL;
+    return -1;
+  }
+  msg->msg_flags = 0;
+  {
+    std::lock_guard<std::mutex> lock(g_mu);
+    auto it = g_socks.find(sock);
+    if (it == g_socks.end()) {
+      errno = EBADF;
+      return -1;
+    }
+    auto& errors = it->second.errors;
+    if (flags & MXL_MSG_ERRQUEUE) {
+      if (errors.empty()) {
+        errno = EAGAIN;
+        return -1;
+      }
+      ErrReport r = errors.front();
+      errors.pop_front();
+      uint8_t rec[PQ6_ERR_RECORD_SIZE] = {};
+      std::memcpy(rec, &r.code, sizeof r.code);
+      std::memcpy(rec + 12, &r.addr, sizeof r.addr);
+      put_cmsg(msg, PQ6_CMSG_ERR, rec, sizeof rec);
+      msg->msg_flags = MXL_MSG_ERRQUEUE;
+      if (msg->msg_name && msg->msg_namelen >= sizeof(pq6_addr)) {
+        std::memcpy(msg->msg_name, &r.addr, sizeof r.addr);
+      }
+      return 0;
+    }
+    if (!errors.empty()) {
+      errno = MXL_ERRNO_ERRQUEUE;
+      return -1;
+    }
+  }
+  sockaddr_un from{};
+  msghdr m{};
+  m.msg_name = &from;
+  m.msg_namelen = sizeof from;
+  m.msg_iov = msg->msg_iov;
+  m.msg_iovlen = msg->msg_iovlen;
+  ssize_t n = ::recvmsg(sock, &m, (flags & MXL_MSG_DONTWAIT) ? MSG_DONTWAIT : 0);
+  if (n < 0) return n;
+  size_t plen = m.msg_namelen > offsetof(sockaddr_un, sun_path)
+                    ? strnlen(from.sun_path, m.msg_namelen - offsetof(sockaddr_un, sun_path))
+                    : 0;
+  pq6_addr src = addr_of_path(std::string(from.sun_path, plen));
+  if (msg->msg_name && msg->msg_namelen >= sizeof(pq6_addr)) {
+    std::memcpy(msg->msg_name, &src, sizeof src);
+    msg->msg_namelen = sizeof src;
+  }
+  uint64_t token;
+  {
+    std::lock_guard<std::mutex> lock(g_mu);
+    token = ++g_socks[sock].token;
+  }
+  put_cmsg(msg, PQ6_CMSG_DONE, &token, sizeof token);
+  if (m.msg_flags & MSG_TRUNC) msg->msg_flags |= MSG_TRUNC;
+  return n;
+}
+
+ssize_t mxl_sendmsg(int sock, const msghdr* msg, int flags, size_t /*size*/) {
+  if (!msg || !msg->msg_name || msg->msg_namelen < sizeof(pq6_addr)) {
+    errno = EINVAL;
+    return -1;
+  }
+  pq6_addr dst;
+  std::memcpy(&dst, msg->msg_name, sizeof dst);
+  std::string name = name_of(dst);
+  std::string path = (dst.flags & (PQ6_FLAG_ACTIVE_MP | PQ6_FLAG_ACTIVE)) || dst.slot_mask == 0
+                         ? ofa::platform::pq6_mp_path(name)
+                         : ofa::platform::pq6_path(name, slot_of_mask(dst.slot_mask));
+  sockaddr_un sun;
+  if (!to_sockaddr(path, &sun)) {
+    errno = ENAMETOOLONG;
+    return -1;
+  }
+  msghdr m{};
+  m.msg_name = &sun;
+  m.msg_namelen = sizeof sun;
+  m.msg_iov = msg->msg_iov;
+  m.msg_iovlen = msg->msg_iovlen;
+  ssize_t n = ::sendmsg(sock, &m, ((flags & MXL_MSG_DONTWAIT) ? MSG_DONTWAIT : 0) | MSG_NOSIGNAL);
+  if (n >= 0) return n;
+  uint32_t code = 0;
+  if (errno == EAGAIN || errno == ENOBUFS) code = PQ6_ERR_HIGH_THRESHOLD;
+  if (errno == ENOENT || errno == ECONNREFUSED) code = PQ6_ERR_INVALID_DEST;
+  if (code == 0) return -1;
+  // The library takes the datagram and reports its loss later on the error queue.
+  size_t total = 0;
+  for (size_t i = 0; i < msg->msg_iovlen; ++i)
+    total += msg->msg_iov[i].iov_len;
+  std::lock_guard<std::mutex> lock(g_mu);
+  auto it = g_socks.find(sock);
+  if (it != g_socks.end()) it->second.errors.push_back({code, dst});
+  return static_cast<ssize_t>(total);
+}
+
+int mxl_msgdone(int sock, const uint8_t* token) {
+  std::lock_guard<std::mutex> lock(g_mu);
+  return (token && g_socks.count(sock)) ? 0 : -1;
+}
+
+int (*mxl_recv_callback(int sock))(int) {
+  std::lock_guard<std::mutex> lock(g_mu);
+  auto it = g_socks.find(sock);
+  return it == g_socks.end() ? nullptr : it->second.recv_cb;
+}
+
+int mxl_fd(int sock) {
+  return sock;
+}
+
+void mxl_close(int sock) {
+  std::string path;
+  {
+    std::lock_guard<std::mutex> lock(g_mu);
+    auto it = g_socks.find(sock);
+    if (it == g_socks.end()) return;
+    path = it->second.path;
+    g_socks.erase(it);
+  }
+  ::close(sock);
+  ::unlink(path.c_str());
+}
+
+int get_active_mp_slot() {
+  return 0;
+}

@@ -1,0 +1,147 @@
+// The debug-log file: fresh head byte for byte, resuming, replacing a foreign file, wrapping.
+#include "agent/debug_log.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+
+namespace {
+
+class DebugLog : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char tmpl[] = "/tmp/ofa_dlog_XXXXXX";
+    ASSERT_NE(mkdtemp(tmpl), nullptr);
+    dir_ = tmpl;
+    path_ = dir_ + "/ofastdout";
+  }
+  void TearDown() override {
+    ofa_debug_log_close();
+    std::remove(path_.c_str());
+    rmdir(dir_.c_str());
+  }
+  std::string contents() const {
+    std::ifstream in(path_, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+  }
+  void put(const std::string& text) const {
+    std::ofstream out(path_, std::ios::binary | std::ios::trunc);
+    out << text;
+  }
+  // Replaces the fixed-width head field that begins with `label`.
+  void set_field(const std::string& label, int value) {
+    std::string c = contents();
+    size_t at = c.find(label);
+    ASSERT_NE(at, std::string::npos);
+    char digits[9];
+    std::snprintf(digits, sizeof digits, "%08d", value);
+    c.replace(at + label.size(), 8, digits);
+    put(c);
+  }
+  std::string dir_, path_;
+};
+
+const std::regex kFreshHead(
+    "Openflow Agent Log\n"
+    "Last Execution time:  [A-Z][a-z]{2} [A-Z][a-z]{2} [ 0-9]\\d \\d\\d:\\d\\d:\\d\\d \\d{4}\n"
+    "Wrap Count: 00000000\n"
+    "Cur line: 00000005\n"
+    "Curr Offset: 00000130\n");
+
+TEST_F(DebugLog, FreshHeadIs128Bytes) {
+  ASSERT_EQ(ofa_debug_log_open(path_), 0);
+  std::string c = contents();
+  EXPECT_EQ(c.size(), 128u);
+  EXPECT_TRUE(std::regex_match(c, kFreshHead)) << c;
+}
+
+TEST_F(DebugLog, FirstLineAtByte128AndHeadCounts) {
+  ASSERT_EQ(ofa_debug_log_open(path_), 0);
+  ofa_debug_log_write("hello\n");
+  std::string c = contents();
+  // "<24-char time>: hello\n"
+  ASSERT_EQ(c.size(), 128u + 24 + 2 + 6);
+  EXPECT_EQ(c.substr(128 + 24), ": hello\n");
+  EXPECT_NE(c.find("Cur line: 00000006\n"), std::string::npos);
+  EXPECT_NE(c.find("Curr Offset: 00000160\n"), std::string::npos);
+}
+
+TEST_F(DebugLog, ResumesAtStoredOffset) {
+  ASSERT_EQ(ofa_debug_log_open(path_), 0);
+  ofa_debug_log_write("one");
+  ofa_debug_log_write("two");
+  ofa_debug_log_close();
+  std::string before = contents();
+  ASSERT_EQ(ofa_debug_log_open(path_), 0);
+  ofa_debug_log_write("three");
+  std::string c = contents();
+  EXPECT_EQ(c.size(), before.size() + 24 + 2 + 6);
+  EXPECT_EQ(c.substr(c.size() - 8), ": three\n");
+  EXPECT_EQ(c.substr(0, 19), "Openflow Agent Log\n");
+  EXPECT_NE(c.find("Cur line: 00000008\n"), std::string::npos);
+  EXPECT_EQ(c.substr(128, before.size() - 128), before.substr(128));
+}
+
+TEST_F(DebugLog, RestartWithoutLinesResumesAt130) {
+  ASSERT_EQ(ofa_debug_log_open(path_), 0);
+  ofa_debug_log_close();
+  ASSERT_EQ(ofa_debug_log_open(path_), 0);
+  ofa_debug_log_write("x");
+  std::string c = contents();
+  ASSERT_GT(c.size(), 130u);
+  EXPECT_EQ(c[128], '\0');
+  EXPECT_EQ(c[129], '\0');
+  EXPECT_EQ(c.substr(130 + 24), ": x\n");
+}
+
+struct ForeignCase {
+  const char* name;
+  std::string text;
+};
+
+class DebugLogForeign : public DebugLog, public ::testing::WithParamInterface<ForeignCase> {};
+
+TEST_P(DebugLogForeign, ReplacedByFreshHead) {
+  put(GetParam().text);
+  ASSERT_EQ(ofa_debug_log_open(path_), 0);
+  std::string c = contents();
+  EXPECT_TRUE(std::regex_match(c, kFreshHead)) << c;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Files, DebugLogForeign,
+    ::testing::Values(ForeignCase{"empty", ""}, ForeignCase{"nine_bytes", "123456789"},
+                      ForeignCase{"foreign", "some other program's log\nline two\n"},
+                      ForeignCase{"broken_head", "Openflow Agent Log\ngarbage\n"}),
+    [](const auto& info) { return info.param.name; });
+
+TEST_F(DebugLog, WrapsAfterLastLineBackTo130) {
+  ASSERT_EQ(ofa_debug_log_open(path_), 0);
+  ofa_debug_log_close();
+  set_field("Cur line: ", 149998);
+  ASSERT_EQ(ofa_debug_log_open(path_), 0);
+  ofa_debug_log_write("line 149999");
+  std::string c = contents();
+  EXPECT_NE(c.find("Cur line: 00149999\n"), std::string::npos);
+  EXPECT_NE(c.find("Wrap Count: 00000000\n"), std::string::npos);
+  ofa_debug_log_write("line 150000");
+  c = contents();
+  EXPECT_NE(c.find("Wrap Count: 00000001\n"), std::string::npos);
+  EXPECT_NE(c.find("Cur line: 00000005\n"), std::string::npos);
+  EXPECT_NE(c.find("Curr Offset: 00000130\n"), std::string::npos);
+  size_t size_before = c.size();
+  ofa_debug_log_write("after wrap");
+  c = contents();
+  EXPECT_EQ(c.size(), size_before);  // the file does not shrink or grow: old text is overwritten
+  EXPECT_EQ(c.substr(130 + 24, 13), ": after wrap\n");
+  EXPECT_NE(c.find("Cur line: 00000006\n"), std::string::npos);
+}
+
+}  // namespace

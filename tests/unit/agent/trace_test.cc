@@ -1,0 +1,147 @@
+// ofa_trace and file_printf: levels, modules, the binary words, sinks by debugOpenflow, bounds.
+#include "agent/trace.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "agent/debug_log.h"
+#include "platform/evrec.h"
+
+namespace {
+
+std::vector<std::string> g_channel;
+void channel(const char* text) {
+  g_channel.emplace_back(text);
+}
+
+class Trace : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char tmpl[] = "/tmp/ofa_trace_XXXXXX";
+    ASSERT_NE(mkdtemp(tmpl), nullptr);
+    dir_ = tmpl;
+    path_ = dir_ + "/log";
+    setenv("OFA_DEBUG_LOG", path_.c_str(), 1);
+    ASSERT_EQ(openflowAgt_trace_init(), 0);
+    for (uint32_t m = 0; m < OFA_TRACE_MODULES; ++m)
+      openflow_agt_debug[m] = 9;
+    g_channel.clear();
+    ofa_trace_set_debug_channel(channel);
+  }
+  void TearDown() override {
+    ofa_trace_set_debug_channel(nullptr);
+    openflowAgt_trace_exit();
+    evrec_exit();
+    unsetenv("OFA_DEBUG_LOG");
+    std::remove(path_.c_str());
+    rmdir(dir_.c_str());
+  }
+  std::string log_body() const {
+    std::ifstream in(path_, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str().substr(128);
+  }
+  size_t records(uint32_t module) const {
+    return trace_module_records(ofa_trace_handle(module)).size();
+  }
+  std::string dir_, path_;
+};
+
+TEST_F(Trace, StartBitsAreFileOnly) {
+  EXPECT_EQ(debugOpenflow, 0xc0080000u);
+  file_printf("to the file\n");
+  EXPECT_TRUE(g_channel.empty());
+  EXPECT_EQ(log_body().substr(24), ": to the file\n");
+}
+
+TEST_F(Trace, WordsLevelAndIdStored) {
+  const char* s = "text";
+  ofa_trace(OFACORE, 5, 3, 13009, "tcam_pid:%d route_pid:%d %s", 7, 3, s);
+  auto recs = trace_module_records(ofa_trace_handle(OFACORE));
+  ASSERT_EQ(recs.size(), 1u);
+  EXPECT_EQ(recs[0].module, 335u);
+  EXPECT_EQ(recs[0].id, 13009u);
+  EXPECT_EQ(recs[0].level, 5u);
+  EXPECT_EQ(recs[0].words[0], 7u);
+  EXPECT_EQ(recs[0].words[1], 3u);
+  EXPECT_EQ(recs[0].words[2], static_cast<uint32_t>(reinterpret_cast<uintptr_t>(s)));
+  EXPECT_EQ(recs[0].words[3], 0u);
+  EXPECT_EQ(log_body().substr(24), ": 13009: tcam_pid:7 route_pid:3 text\n");
+}
+
+struct LevelCase {
+  uint32_t module_level;
+  uint32_t level;
+  bool emitted;
+};
+
+class TraceLevel : public Trace, public ::testing::WithParamInterface<LevelCase> {};
+
+TEST_P(TraceLevel, EmitsWhenNotAboveModuleLevel) {
+  openflow_agt_debug[OFAMSG] = GetParam().module_level;
+  ofa_trace(OFAMSG, GetParam().level, 0, 10001, "m");
+  EXPECT_EQ(records(OFAMSG), GetParam().emitted ? 1u : 0u);
+  EXPECT_EQ(log_body().empty(), !GetParam().emitted);
+}
+
+INSTANTIATE_TEST_SUITE_P(Levels, TraceLevel,
+                         ::testing::Values(LevelCase{9, 9, true}, LevelCase{9, 10, false},
+                                           LevelCase{0, 0, true}, LevelCase{0, 1, false},
+                                           LevelCase{5, 4, true}));
+
+TEST_F(Trace, ModuleAboveFourAndLevelAboveNineIgnored) {
+  ofa_trace(5, 0, 0, 1, "nothing");
+  EXPECT_TRUE(log_body().empty());
+  ofa_trace_set_level(OFACORE, 10);
+  EXPECT_EQ(openflow_agt_debug[OFACORE], 9u);
+  ofa_trace_set_level(OFACORE, 3);
+  EXPECT_EQ(openflow_agt_debug[OFACORE], 3u);
+}
+
+TEST_F(Trace, MoreThanSixteenArgumentsCountAsSixteen) {
+  ofa_trace(OFAIO, 1, 40, 7, "%d %d %d %d %d %d %d %d %d %d %d %d %d %d %d %d %d", 1, 2, 3, 4, 5, 6,
+            7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17);
+  auto recs = trace_module_records(ofa_trace_handle(OFAIO));
+  ASSERT_EQ(recs.size(), 1u);
+  EXPECT_EQ(recs[0].words[15], 16u);
+}
+
+TEST_F(Trace, TwoNewlinesLoseOne) {
+  file_printf("abc\n\n");
+  EXPECT_EQ(log_body().substr(24), ": abc\n\n");
+}
+
+TEST_F(Trace, LongTextIsCut) {
+  std::string big(1000, 'z');
+  ofa_trace(OFACORE, 1, 0, 42, "%s", big.c_str());
+  std::string body = log_body();
+  // "<time>: 42: " then 199 characters of the 200-byte format buffer.
+  EXPECT_EQ(body.substr(24, 6), ": 42: ");
+  EXPECT_EQ(body.size(), 24 + 6 + 199 + 1u);
+  file_printf("%s", big.c_str());
+  EXPECT_EQ(log_body().size(), body.size() + 24 + 2 + 199 + 1);
+}
+
+TEST_F(Trace, SinksFollowTheBits) {
+  debugOpenflow = OFA_DEBUG_CHANNEL;
+  file_printf("chan\n");
+  ofa_trace(OFACORE, 1, 1, 9, "t%d\n", 1);
+  debug_uprintf("not on the channel");
+  EXPECT_EQ(g_channel, (std::vector<std::string>{"chan\n", "t1"}));
+  EXPECT_TRUE(log_body().empty());
+  debugOpenflow = 0;
+  file_printf("nowhere");
+  ofa_trace(OFACORE, 1, 0, 9, "nowhere");
+  EXPECT_EQ(g_channel.size(), 2u);
+  EXPECT_TRUE(log_body().empty());
+  EXPECT_EQ(records(OFACORE), 2u);  // the ring does not depend on the sink bits
+}
+
+}  // namespace

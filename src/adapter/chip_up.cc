@@ -1,0 +1,89 @@
+#include "adapter/chip_up.h"
+
+#include <algorithm>
+
+#include "adapter/chip_ops.h"
+#include "agent/agent_globals.h"
+#include "agent/trace.h"
+#include "chip/chip_table.h"
+#include "foundation/avl_tree.h"
+
+int of_chip_cmp_flows(const void* a, const void* b) {
+  auto* x = static_cast<const of_chip_flow_node*>(a);
+  auto* y = static_cast<const of_chip_flow_node*>(b);
+  if (x->priority != y->priority) return x->priority > y->priority ? -1 : 1;
+  if (x->flow_id != y->flow_id) return x->flow_id > y->flow_id ? -1 : 1;
+  return 0;
+}
+
+int of_chip_init_flow_table(of_chip_entry* chip) {
+  file_printf("init Flow Table");
+  if (!chip->l2_flow_tree) {
+    int rc = avl_create(&chip->l2_flow_tree, 0, of_chip_cmp_flows);
+    if (rc != 0) {
+      file_printf("Failed to initialize l2flow chip table, error = %d", rc);
+      return -127;
+    }
+  }
+  if (!chip->l3_flow_tree) {
+    int rc = avl_create(&chip->l3_flow_tree, 0, of_chip_cmp_flows);
+    if (rc != 0) {
+      file_printf("Failed to initialize l3flow chip table, error = %d", rc);
+      return -127;
+    }
+  }
+  return 0;
+}
+
+int ofa_region_add(of_chip_entry* chip) {
+  of_chip_fn fn = of_chip_op(of_chip_reg_add_ioctl_fn);
+  if (!fn) {
+    file_printf("OPENFLOW no region add handler for chip: %d", chip->chip_id);
+    return -126;
+  }
+  int rc = fn(chip);
+  if (rc != 0) file_printf("OPENFLOW Unable to add region for chip %d, rc: %d", chip->chip_id, rc);
+  return rc;
+}
+
+int ofa_region_del(of_chip_entry* chip) {
+  of_chip_fn fn = of_chip_op(of_chip_reg_del_ioctl_fn);
+  if (!fn) {
+    file_printf("OPENFLOW no region delete handler for chip: %d", chip->chip_id);
+    return -126;
+  }
+  int rc = fn(chip);
+  if (rc != 0)
+    file_printf("OPENFLOW Unable to delete region for chip %d, rc: %d", chip->chip_id, rc);
+  return rc;
+}
+
+int ofa_setup_default_tcam_entries(of_chip_entry* chip) {
+  of_chip_action_fn fn = of_chip_op(of_def_ent_add_ioctl_fn);
+  if (!fn) {
+    file_printf("No default tcam entry handler for chip: %d", chip->chip_id);
+    return 0;
+  }
+  int rc = fn(chip, g_openflow_lp.default_action);
+  if (rc != 0)
+    file_printf("Unable to add default tcam entry for chip %d, rc: %d", chip->chip_id, rc);
+  return rc;
+}
+
+int ofa_chip_up(of_chip_entry* chip) {
+  ofa_trace(OFACORE, 5, 0, 13013, "OPENFLOW Agent Chip Up received");
+  if (!(openflowAgtPcb.hw.of_flags & OF_PROFILE)) {
+    ofa_trace(OFACORE, 5, 0, 13014, "OPENFLOW Agent chip up not handling");
+    return 0;
+  }
+  of_chip_init_flow_table(chip);
+  uint32_t fam = std::min(of_chip_family(), OF_FAMILY_COLUMNS - 1);
+  const ofa_hw_resources& hw = openflowAgtPcb.hw;
+  // A TCAM smaller than the held-back amount leaves no flow region rather than a wrapped size.
+  uint32_t l2_hold = of_l2psel_reg_dflt_max[fam];
+  uint32_t l3_hold = of_ipv4psel_reg_dflt_max[fam];
+  chip->l2_size = hw.l2tcam_size > l2_hold ? hw.l2tcam_size - l2_hold : 0;
+  chip->l3_size = hw.l3tcam_size > l3_hold ? hw.l3tcam_size - l3_hold : 0;
+  ofa_region_add(chip);
+  return ofa_setup_default_tcam_entries(chip);
+}

@@ -1,0 +1,273 @@
+// generic_pool and generic_multi_pool: rounding, growth, limits, guard words, conversions, texts.
+#include "foundation/generic_pool.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "fake_clock.h"
+
+namespace {
+
+struct RoundCase {
+  uint32_t in;
+  uint32_t out;
+};
+class MemRoundUp : public ::testing::TestWithParam<RoundCase> {};
+TEST_P(MemRoundUp, Rounds) {
+  EXPECT_EQ(mem_round_up_size(GetParam().in), GetParam().out);
+}
+INSTANTIATE_TEST_SUITE_P(Sizes, MemRoundUp,
+                         ::testing::Values(RoundCase{0, 1024}, RoundCase{1, 1024},
+                                           RoundCase{1024, 1024}, RoundCase{1025, 2048},
+                                           RoundCase{4096, 4096}, RoundCase{40960, 65536},
+                                           RoundCase{0x200000, 0x200000},
+                                           RoundCase{0x200001, 0x400000},
+                                           RoundCase{5000000, 0x400000}));
+
+TEST(PoolGrowFactor, Table) {
+  std::vector<uint32_t> got;
+  for (uint32_t i = 0; i < 9; ++i)
+    got.push_back(get_pool_grow_factor(i));
+  EXPECT_EQ(got, (std::vector<uint32_t>{1, 1, 2, 4, 8, 16, 20, 20, 20}));
+}
+
+std::vector<void*> take(generic_pool* pool, int n) {
+  std::vector<void*> out;
+  for (int i = 0; i < n; ++i)
+    out.push_back(generic_get_mem_from_pool(pool));
+  return out;
+}
+
+TEST(GenericPool, GroupPoolGrowsByRoundedBlockAndStopsAtLimit) {
+  generic_pool pool;
+  ASSERT_EQ(init_generic_pool(&pool, 512, 80, GENERIC_POOL_FIXED_GROWTH), 1);
+  set_generic_pool_upper_limit(&pool, 1024);
+  EXPECT_EQ(pool.unit_size, 80u);
+  EXPECT_EQ(pool.total_number, 512u);
+  auto first = take(&pool, 512);
+  EXPECT_EQ(pool.block_count, 1u);
+  ASSERT_NE(generic_get_mem_from_pool(&pool), nullptr);  // the 513th
+  EXPECT_EQ(pool.block_count, 2u);
+  EXPECT_EQ(pool.total_number, 512u + 65536u / 80u);  // 512 x 80 bytes rounds to 64 KiB
+  auto rest = take(&pool, 1024 - 513);
+  for (void* p : rest)
+    ASSERT_NE(p, nullptr);
+  EXPECT_EQ(generic_get_pool_allocated_number(&pool), 1024u);
+  EXPECT_EQ(generic_get_mem_from_pool(&pool), nullptr);
+  EXPECT_EQ(pool.alloc_failure, 0u);  // the limit is not a failure
+  generic_free_mem_to_pool(&pool, first[0]);
+  EXPECT_EQ(generic_get_mem_from_pool(&pool), first[0]);
+  free_generic_pool(&pool);
+  EXPECT_EQ(pool.block_count, 0u);
+  EXPECT_EQ(pool.total_number, 0u);
+}
+
+TEST(GenericPool, MeterPoolLimitIsExact) {
+  generic_pool pool;
+  ASSERT_EQ(init_generic_pool(&pool, 200, 168, GENERIC_POOL_FIXED_GROWTH), 1);
+  set_generic_pool_upper_limit(&pool, 3960);
+  auto all = take(&pool, 3960);
+  for (void* p : all)
+    ASSERT_NE(p, nullptr);
+  EXPECT_EQ(generic_get_mem_from_pool(&pool), nullptr);
+  EXPECT_EQ(generic_get_pool_upper_limit(&pool), 3960u);
+  free_generic_pool(&pool);
+}
+
+TEST(GenericPool, NoGrowFlagAndLiftingIt) {
+  generic_pool pool;
+  ASSERT_EQ(init_generic_pool(&pool, 4, 16, GENERIC_POOL_NO_GROW), 1);
+  take(&pool, 4);
+  EXPECT_EQ(generic_get_mem_from_pool(&pool), nullptr);
+  EXPECT_EQ(pool.alloc_failure, 1u);
+  set_generic_pool_upper_limit(&pool, 4);  // not above total: still no growth
+  EXPECT_NE(pool.flag & GENERIC_POOL_NO_GROW, 0u);
+  set_generic_pool_upper_limit(&pool, 8);
+  EXPECT_EQ(pool.flag & GENERIC_POOL_NO_GROW, 0u);
+  EXPECT_NE(generic_get_mem_from_pool(&pool), nullptr);
+  // 4 more fit below the limit, so the block is rounded up to 1 KiB; the limit still holds.
+  EXPECT_EQ(pool.total_number, 4u + 1024u / 16u);
+  for (void* p : take(&pool, 3))
+    EXPECT_NE(p, nullptr);
+  EXPECT_EQ(generic_get_mem_from_pool(&pool), nullptr);
+  free_generic_pool(&pool);
+}
+
+TEST(GenericPool, GrowthPastTheLimitTakesOnlyWhatIsLeft) {
+  generic_pool pool;
+  ASSERT_EQ(init_generic_pool(&pool, 4, 16, GENERIC_POOL_FIXED_GROWTH), 1);
+  set_generic_pool_upper_limit(&pool, 6);
+  for (void* p : take(&pool, 6))
+    EXPECT_NE(p, nullptr);
+  EXPECT_EQ(pool.total_number, 6u);  // 4 + 4 would pass 6: the block holds the 2 left
+  EXPECT_EQ(generic_get_mem_from_pool(&pool), nullptr);
+  free_generic_pool(&pool);
+}
+
+TEST(GenericPool, NoFirstBlockFillsOnFirstGet) {
+  generic_pool pool;
+  EXPECT_EQ(init_generic_pool(&pool, 10, 16, GENERIC_POOL_NO_FIRST_BLOCK), 0);
+  EXPECT_EQ(pool.total_number, 0u);
+  ASSERT_NE(generic_get_mem_from_pool(&pool), nullptr);
+  EXPECT_EQ(pool.total_number, 1024u / 16u);
+  free_generic_pool(&pool);
+}
+
+TEST(GenericPool, StopsAfter64Blocks) {
+  generic_pool pool;
+  ASSERT_EQ(init_generic_pool(&pool, 1, 8, GENERIC_POOL_FIXED_GROWTH), 1);
+  set_generic_pool_upper_limit(&pool, 0);  // 0 means no limit
+  EXPECT_EQ(generic_get_pool_upper_limit(&pool), 0xFFFFFFFFu);
+  uint32_t expect_total = 1 + 63 * (1024 / 8);
+  auto all = take(&pool, static_cast<int>(expect_total));
+  for (void* p : all)
+    ASSERT_NE(p, nullptr);
+  EXPECT_EQ(pool.block_count, 64u);
+  EXPECT_EQ(pool.total_number, expect_total);
+  EXPECT_EQ(generic_get_mem_from_pool(&pool), nullptr);
+  EXPECT_EQ(pool.alloc_failure, 1u);
+  free_generic_pool(&pool);
+}
+
+TEST(GenericPool, ElementsComeZeroedAndIndexesMatchTheFirstBlock) {
+  generic_pool pool;
+  ASSERT_EQ(init_generic_pool(&pool, 16, 20, 0), 1);
+  EXPECT_EQ(pool.unit_size, 24u);
+  auto* a = static_cast<unsigned char*>(generic_get_mem_from_pool(&pool));
+  auto* b = static_cast<unsigned char*>(generic_get_mem_from_pool(&pool));
+  EXPECT_EQ(generic_pool_pointer_to_index(&pool, a), 0u);
+  EXPECT_EQ(generic_pool_pointer_to_index(&pool, b), 1u);
+  EXPECT_EQ(generic_pool_index_to_pointer(&pool, 1), b);
+  std::memset(a, 0xAB, 20);
+  generic_free_mem_to_pool(&pool, a);
+  auto* again = static_cast<unsigned char*>(generic_get_mem_from_pool(&pool));
+  ASSERT_EQ(again, a);
+  for (int i = 0; i < 20; ++i)
+    EXPECT_EQ(again[i], 0) << i;
+  free_generic_pool(&pool);
+}
+
+TEST(GenericPool, NullPoolAnswers) {
+  EXPECT_EQ(generic_get_mem_from_pool(nullptr), nullptr);
+  EXPECT_EQ(generic_get_pool_allocated_number(nullptr), 0xFFFFFFFFu);
+  EXPECT_EQ(generic_get_pool_total_number(nullptr), 0xFFFFFFFFu);
+  EXPECT_EQ(generic_get_pool_upper_limit(nullptr), 0u);
+  generic_free_mem_to_pool(nullptr, nullptr);
+}
+
+class GuardWords : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    fake_clock::install(1000000000);
+    ASSERT_EQ(init_generic_pool(&pool_, 8, 32, GENERIC_POOL_GUARD), 1);
+  }
+  void TearDown() override {
+    free_generic_pool(&pool_);
+    fake_clock::uninstall();
+  }
+  generic_pool pool_;
+};
+
+TEST_F(GuardWords, DoubleFreeCountsAndLeavesFreeListAlone) {
+  EXPECT_EQ(pool_.unit_size, 40u);
+  void* a = generic_get_mem_from_pool(&pool_);
+  void* b = generic_get_mem_from_pool(&pool_);
+  uint32_t guard;
+  std::memcpy(&guard, static_cast<char*>(a) + 36, 4);
+  EXPECT_EQ(guard, GENERIC_POOL_GUARD_IN_USE);
+  generic_free_mem_to_pool(&pool_, a);
+  testing::internal::CaptureStdout();
+  generic_free_mem_to_pool(&pool_, a);
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_NE(out.find("double free"), std::string::npos) << out;
+  EXPECT_EQ(pool_.free_fail, 1u);
+  EXPECT_EQ(generic_get_pool_allocated_number(&pool_), 1u);
+  EXPECT_EQ(generic_get_mem_from_pool(&pool_), a);
+  EXPECT_NE(generic_get_mem_from_pool(&pool_), a);  // a was on the free list once only
+  generic_free_mem_to_pool(&pool_, b);
+}
+
+TEST_F(GuardWords, CorruptionCountsKeepsElementAndReportIsRateLimited) {
+  fake_clock::advance_ms(20000);
+  void* a = generic_get_mem_from_pool(&pool_);
+  void* b = generic_get_mem_from_pool(&pool_);
+  std::memset(a, 0x55, 40);  // overruns into the guard word
+  std::memset(b, 0x55, 40);
+  testing::internal::CaptureStdout();
+  generic_free_mem_to_pool(&pool_, a);
+  generic_free_mem_to_pool(&pool_, b);  // within 10 s: counted, not reported
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(pool_.corrupt_fail, 2u);
+  EXPECT_EQ(generic_get_pool_allocated_number(&pool_), 2u);  // both lost, not reused
+  size_t first = out.find("corrupted guard word");
+  ASSERT_NE(first, std::string::npos) << out;
+  EXPECT_EQ(out.find("corrupted guard word", first + 1), std::string::npos) << out;
+  EXPECT_NE(out.find("55555555 55555555"), std::string::npos) << out;
+}
+
+TEST(GenericPoolText, PrintAndUpperLimitWords) {
+  generic_pool pool;
+  init_generic_pool(&pool, 512, 80, GENERIC_POOL_FIXED_GROWTH);
+  char buf[16];
+  EXPECT_STREQ(get_upper_limit_in_string(&pool, buf, sizeof buf), "32768");  // 64 x 512
+  set_generic_pool_upper_limit(&pool, 1024);
+  testing::internal::CaptureStdout();
+  print_generic_pool(&pool);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "init#=512 unit_s=80 total=512 in_use=0 fail=0 upper=1024 min_mem=0 freeFail=0 "
+            "corruptFail=0\n");
+  free_generic_pool(&pool);
+  init_generic_pool(&pool, 4, 8, GENERIC_POOL_NO_GROW);
+  EXPECT_STREQ(get_upper_limit_in_string(&pool, buf, sizeof buf), "4");
+  free_generic_pool(&pool);
+  init_generic_pool(&pool, 4, 8, 0);
+  EXPECT_STREQ(get_upper_limit_in_string(&pool, buf, sizeof buf), "none");
+  testing::internal::CaptureStdout();
+  dump_generic_pool(&pool);
+  std::string dump = testing::internal::GetCapturedStdout();
+  EXPECT_NE(dump.find(", unit_size: 8, initial_number:4, upper_limit:2000000000\n"
+                      "  total_number:4, allocated_number:0, alloc_failure 0\n"
+                      "  flag: 0, pool_index:1, avail_data:"),
+            std::string::npos)
+      << dump;
+  free_generic_pool(&pool);
+}
+
+TEST(GenericMultiPool, PicksSmallestFittingPoolAndFallsThroughWhenFull) {
+  generic_multi_pool multi;
+  const uint32_t sizes[] = {16, 64, 256};
+  const uint32_t initial[] = {4, 4, 4};
+  ASSERT_EQ(init_generic_multi_pool(&multi, 3, sizes, initial, GENERIC_POOL_FIXED_GROWTH, nullptr),
+            1);
+  const uint32_t limits[] = {1, 0, 0};
+  set_generic_multi_pool_upper_limit(&multi, limits);
+  void* a = generic_get_mem_from_multi_pool(&multi, 10);
+  void* b = generic_get_mem_from_multi_pool(&multi, 10);  // pool 0 full: from pool 1
+  void* c = generic_get_mem_from_multi_pool(&multi, 200);
+  ASSERT_TRUE(a && b && c);
+  EXPECT_EQ(generic_get_pool_allocated_number(&multi.pools[0]), 1u);
+  EXPECT_EQ(generic_get_pool_allocated_number(&multi.pools[1]), 1u);
+  EXPECT_EQ(generic_get_pool_allocated_number(&multi.pools[2]), 1u);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(generic_get_mem_from_multi_pool(&multi, 300), nullptr);
+  EXPECT_EQ(generic_get_mem_from_multi_pool(&multi, 0), nullptr);
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_NE(out.find("generic_get..multi_pool(). largest size is size[2]=256, try to get 300\n"),
+            std::string::npos)
+      << out;
+  generic_free_mem_to_multi_pool(&multi, b);
+  EXPECT_EQ(generic_get_pool_allocated_number(&multi.pools[1]), 0u);
+  uint32_t stray[4] = {0x11111111, 0, 0, 0};
+  testing::internal::CaptureStdout();
+  generic_free_mem_to_multi_pool(&multi, &stray[2]);
+  out = testing::internal::GetCapturedStdout();
+  EXPECT_NE(out.find("wrong mem, signature=11111111"), std::string::npos) << out;
+  generic_free_mem_to_multi_pool(&multi, a);
+  generic_free_mem_to_multi_pool(&multi, c);
+  free_generic_multi_pool(&multi);
+}
+
+}  // namespace

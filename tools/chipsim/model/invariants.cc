@@ -1,0 +1,67 @@
+// Consistency of the model's tables, for tests and the control socket's "check".
+#include <set>
+
+#include "model/model.h"
+
+namespace ofa::chipsim {
+
+std::vector<std::string> check_invariants(const Model& m) {
+  std::vector<std::string> bad;
+  auto note = [&](const ChipState& c, const std::string& what) {
+    bad.push_back("chip " + std::to_string(c.ifindex) + ": " + what);
+  };
+  const FamilyRules& rules = m.rules();
+  for (const auto& [ifindex, c] : m.chips()) {
+    if (c.ifindex != ifindex) note(c, "keyed under another interface index");
+    if (c.mcast_only && (!c.regions.empty() || !c.nhops.empty() || !c.ports.empty()))
+      note(c, "multicast target holds non-mgid objects");
+    for (const auto& [key, reg] : c.regions) {
+      std::string where =
+          "ldev " + std::to_string(key.first) + " region " + std::to_string(key.second);
+      if (reg.ldev != key.first || reg.region != key.second) note(c, where + ": wrong key");
+      if (reg.ldev != kLdevL2 && reg.ldev != kLdevL3) note(c, where + ": bad ldev");
+      if (reg.region != 10 && reg.region != 20 && reg.region != 30) note(c, where + ": bad region");
+      if (reg.initial > reg.size) note(c, where + ": initial above size");
+      if (reg.entries.size() > reg.size) note(c, where + ": more entries than its size");
+      if (reg.entries.size() != reg.by_handle.size()) note(c, where + ": index size differs");
+      std::set<uint32_t> seen;
+      for (const auto& e : reg.entries) {
+        if (e.handle == 0) note(c, where + ": handle 0");
+        if (!seen.insert(e.handle).second)
+          note(c, where + ": handle " + std::to_string(e.handle) + " twice");
+        auto it = reg.by_handle.find(e.handle);
+        if (it == reg.by_handle.end() || &*it->second != &e)
+          note(c, where + ": handle " + std::to_string(e.handle) + " not indexed");
+      }
+    }
+    for (const auto& [id, nh] : c.nhops) {
+      if (nh.paths.size() > 8) note(c, "next hop " + std::to_string(id) + ": over 8 paths");
+      if (nh.kind != 1 && nh.kind != 2 && nh.kind != 8 && nh.kind != 16)
+        note(c, "next hop " + std::to_string(id) + ": bad kind");
+    }
+    for (const auto& [k, p] : c.policers)
+      if (k.second >= rules.policer_instances)
+        note(c, "policer " + std::to_string(k.first) + ": bad instance");
+    uint32_t iivid_limit = 1u << rules.iivid_bits;
+    for (const auto& [k, v] : c.vid_to_mgid)
+      if (k >= iivid_limit || v > 0x1FFFF) note(c, "vid_to_mgid out of range");
+    for (const auto& [k, v] : c.translations)
+      if (k.second >= iivid_limit || v.vlan > 4095) note(c, "translation out of range");
+    for (const auto& [ifx, p] : c.ports)
+      for (size_t i = 0; i < p.iivid_members.size(); ++i)
+        if (p.iivid_members[i] >= iivid_limit ||
+            (i > 0 && p.iivid_members[i] <= p.iivid_members[i - 1]))
+          note(c, "port " + std::to_string(ifx) + ": iivid members out of order");
+  }
+  const Stats& s = m.stats();
+  if (s.errors > s.requests + s.messages) bad.push_back("more errors than requests");
+  uint64_t by = 0;
+  for (const auto& [code, cc] : s.by_command) {
+    by += cc.requests;
+    if (cc.errors > cc.requests) bad.push_back("command errors above its requests");
+  }
+  if (by > s.requests) bad.push_back("per-command requests above the total");
+  return bad;
+}
+
+}  // namespace ofa::chipsim

@@ -1,0 +1,146 @@
+// The chip model: every chip of one switch, the requests that change them, and the tools around
+// them (faults, synthetic traffic, dump, statistics). No sockets here: the server and the tests
+// hand it message buffers.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "model/family.h"
+#include "model/state.h"
+
+namespace ofa::chipsim {
+
+struct ChipConfig {
+  uint32_t slot = 0;
+  uint32_t local_id = 0;
+  uint32_t type = 0;
+};
+
+struct ModelConfig {
+  uint32_t model = 131;
+  Family family = Family::ard;
+  uint32_t l2_tcam_size = 0;  // 0: region sizes are not checked against the TCAM
+  uint32_t l3_tcam_size = 0;
+  std::vector<ChipConfig> chips;
+};
+
+struct CommandCounters {
+  uint64_t requests = 0;
+  uint64_t errors = 0;
+};
+
+struct Stats {
+  uint64_t messages = 0;   // ioctls
+  uint64_t requests = 0;   // requests, sub-requests of a bulk included
+  uint64_t errors = 0;     // requests answered with a non-zero status
+  uint64_t malformed = 0;  // refused for their envelope, lengths or command
+  uint64_t faults_fired = 0;
+  // Placement violations of TCAM entry adds.
+  uint64_t not_neighbours = 0;
+  uint64_t unknown_neighbour = 0;
+  uint64_t handle_in_use = 0;
+  uint64_t region_full = 0;
+  std::map<uint32_t, CommandCounters> by_command;
+
+  uint64_t placement_violations() const {
+    return not_neighbours + unknown_neighbour + handle_in_use + region_full;
+  }
+};
+
+enum class FaultMode { once, times, from };
+
+// A status to answer in place of the chip's work for a command: once, for the next n requests,
+// or from the n-th request on (counted from when the fault is set).
+struct Fault {
+  uint32_t command = 0;
+  int32_t status = -1;
+  FaultMode mode = FaultMode::once;
+  uint32_t n = 1;
+  uint32_t seen = 0;
+  uint32_t fired = 0;
+};
+
+// Bytes of an HSL command message: the 20-byte envelope, the routing block to 48, the request.
+inline constexpr size_t kEnvelopeSize = 20;
+inline constexpr size_t kRequestOffset = 48;
+inline constexpr size_t kMaxMessage = 4096;
+inline constexpr uint16_t kCommandType = 203;
+
+class Model {
+ public:
+  explicit Model(ModelConfig cfg);
+
+  // One ioctl. `msg` is the agent's buffer with room for the answer (up to 4096 bytes); the
+  // first `received` bytes came in. The answer is written in place; the result is how many bytes
+  // of `msg` to send back.
+  size_t ioctl(std::span<uint8_t> msg, size_t received);
+
+  // One request addressed to the chip `target`: `req` starts at the command word and has the
+  // room the reply may use; `received` bytes of it came in. Answers the status (also written in
+  // the request's status word).
+  int32_t request(uint32_t target, std::span<uint8_t> req, size_t received);
+
+  // One JSON line per ioctl (the decoded request and the status answered).
+  void set_request_log(std::function<void(const std::string&)> sink) { log_ = std::move(sink); }
+  // One text line per refused request.
+  void set_error_log(std::function<void(const std::string&)> sink) { errlog_ = std::move(sink); }
+
+  void add_fault(const Fault& f) { faults_.push_back(f); }
+  // Removes the faults of one command, or all.
+  void clear_faults(std::optional<uint32_t> command = std::nullopt);
+  const std::vector<Fault>& faults() const { return faults_; }
+
+  // Synthetic traffic. A chip of nullopt means every chip. Each answers how many objects moved.
+  size_t traffic_entry(std::optional<uint32_t> chip, uint8_t ldev, uint8_t region, uint32_t handle,
+                       uint64_t packets, uint64_t bytes);
+  size_t traffic_all(uint64_t packets, uint64_t bytes);
+  size_t traffic_policer(std::optional<uint32_t> chip, uint32_t id, uint32_t instance,
+                         uint64_t first, uint64_t second);
+  size_t traffic_queue(std::optional<uint32_t> chip, uint32_t ifindex, uint32_t queue,
+                       uint64_t packets, uint64_t bytes);
+
+  // Empties every chip and clears the statistics and faults.
+  void reset();
+
+  std::string dump_json() const;
+  std::string stats_json() const;
+
+  const ModelConfig& config() const { return cfg_; }
+  Family family() const { return cfg_.family; }
+  const FamilyRules& rules() const { return family_rules(cfg_.family); }
+  const std::map<uint32_t, ChipState>& chips() const { return chips_; }
+  ChipState* chip(uint32_t ifindex);
+  const Stats& stats() const { return stats_; }
+
+  // Used by the request handlers.
+  Stats& mutable_stats() { return stats_; }
+  // The fault that answers this request, if one fires; counts it.
+  std::optional<int32_t> take_fault(uint32_t command);
+  void error_line(const std::string& line) {
+    if (errlog_) errlog_(line);
+  }
+  bool logging() const { return static_cast<bool>(log_); }
+
+ private:
+  void build_chips();
+
+  ModelConfig cfg_;
+  std::map<uint32_t, ChipState> chips_;
+  Stats stats_;
+  std::vector<Fault> faults_;
+  uint64_t seq_ = 0;
+  std::function<void(const std::string&)> log_;
+  std::function<void(const std::string&)> errlog_;
+};
+
+// Checks the model's tables against each other; answers one line per inconsistency.
+std::vector<std::string> check_invariants(const Model& m);
+
+}  // namespace ofa::chipsim

@@ -1,0 +1,183 @@
+// What a simulated chip holds: one table per kind of object, as the requests set them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <list>
+#include <map>
+#include <tuple>
+#include <unordered_map>
+#include <vector>
+
+namespace ofa::chipsim {
+
+using Mac = std::array<uint8_t, 6>;
+
+// Key and result of an L2 TCAM entry (logical device 10), as the request carries them.
+struct L2Key {
+  uint32_t in_port = 0;
+  uint32_t iivid = 0;
+  uint32_t tag_value = 0;
+  Mac src_mac{}, dst_mac{}, src_mac_mask{}, dst_mac_mask{};
+  uint32_t vlan_prio = 0;
+  uint32_t ether_type = 0;
+  uint32_t vpn_id = 0;
+  uint32_t tag_mask = 0;
+  uint32_t valid = 0;
+};
+
+struct L2Result {
+  uint32_t dest = 0;
+  uint32_t policer = 0;
+  uint32_t fwd_action = 0;
+  uint32_t flags = 0;
+  uint32_t qos = 0;
+};
+
+// Key and result of an L3 TCAM entry (logical device 23).
+struct L3Key {
+  uint32_t in_port = 0;
+  uint32_t iivid = 0;
+  uint32_t dscp = 0;
+  uint32_t vlan_prio = 0;
+  uint32_t src_ip = 0, dst_ip = 0;
+  uint32_t ip_proto = 0;
+  uint32_t vpn_id = 0;
+  uint32_t l4_valid = 0;
+  uint32_t l4_src = 0, l4_dst = 0;
+  uint32_t valid = 0;
+  uint32_t l4_src_mask = 0, l4_dst_mask = 0;
+  uint32_t src_ip_mask = 0, dst_ip_mask = 0;
+};
+
+struct L3Result {
+  uint32_t nhop = 0;
+  uint32_t fwd_action = 0;
+  uint32_t flags_a = 0;
+  uint32_t flags_b = 0;
+  uint32_t mcast = 0;
+  uint32_t egress_valid = 0;
+  uint32_t egress_if = 0;
+};
+
+struct TcamEntry {
+  uint32_t handle = 0;
+  L2Key l2key;  // logical device 10
+  L2Result l2res;
+  L3Key l3key;  // logical device 23
+  L3Result l3res;
+  uint64_t packets = 0;
+  uint64_t bytes = 0;
+  uint32_t updates = 0;
+};
+
+inline constexpr uint8_t kLdevL2 = 10;
+inline constexpr uint8_t kLdevL3 = 23;
+
+// A TCAM region: its parameters and its entries in chip order (first is looked up first).
+struct Region {
+  uint8_t ldev = 0;
+  uint8_t region = 0;
+  uint32_t size = 0;
+  uint32_t initial = 0;
+  uint32_t increment = 0;
+  std::list<TcamEntry> entries;
+  std::unordered_map<uint32_t, std::list<TcamEntry>::iterator> by_handle;
+
+  Region() = default;
+  Region(const Region&) = delete;
+  Region& operator=(const Region&) = delete;
+  Region(Region&&) = default;
+  Region& operator=(Region&&) = default;
+
+  // Entries the chip has room for now: the initial size grown by the increment, up to the size.
+  uint32_t capacity() const;
+};
+
+struct NhopPath {
+  uint32_t ifindex = 0;  // the mgid in an mgid next hop
+  uint32_t iivid = 0;
+  Mac mac{};
+  uint8_t b12 = 0, b13 = 0;
+};
+
+struct NextHop {
+  uint32_t kind = 0;
+  uint32_t marker = 0;  // byte 35
+  std::vector<NhopPath> paths;
+};
+
+struct MgidMember {
+  uint32_t word0 = 0;
+  uint32_t iivid = 0;
+  std::vector<uint32_t> ports;
+};
+
+struct Mgid {
+  std::vector<MgidMember> members;
+  uint32_t updates = 0;
+};
+
+struct Policer {
+  uint64_t burst = 0;
+  uint64_t rate = 0;
+  uint64_t first = 0;   // counter words 2 and 3 of a statistics result
+  uint64_t second = 0;  // counter words 6 and 7
+};
+
+struct QueueCounters {
+  uint64_t packets = 0;
+  uint64_t bytes = 0;
+};
+
+// Everything set per port (interface index).
+struct PortState {
+  bool has_qos = false;
+  std::array<uint8_t, 32> cos_class{}, cos_enabled{};
+  bool has_cfg = false;
+  uint32_t cfg_word = 0;
+  Mac port_address{};
+  bool has_ctl = false;
+  uint32_t ctl_change = 0, ctl_w40 = 0, ctl_w48 = 0, ctl_w52 = 0, ppid = 0;
+  bool has_vlan = false;
+  uint32_t vlan_change = 0, vlan_values = 0, pvid = 0;
+  std::vector<uint32_t> iivid_members;  // ascending
+  bool has_l2ctl = false;
+  uint32_t lldp_vlan_ovrd = 0, l2_ctrl_ovrd = 0;
+  bool has_vpn = false;
+  uint32_t vpnid = 0;
+  std::array<QueueCounters, 8> queues{};
+};
+
+// Scope of a VLAN translation: a port's interface index, or partition 7 (ifIndex 0).
+struct Translation {
+  uint32_t vlan = 0;
+  uint32_t vlan2 = 0;  // the second VLAN array of zim
+  uint32_t change = 0;
+  uint32_t values = 0;
+};
+
+struct ChipState {
+  uint32_t ifindex = 0;
+  uint32_t slot = 0;
+  uint32_t local_id = 0;
+  uint32_t type = 0;
+  bool mcast_only = false;  // the fixed multicast target of zim
+
+  std::map<std::pair<uint8_t, uint8_t>, Region> regions;  // (ldev, region)
+  std::map<uint32_t, NextHop> nhops;
+  std::map<uint32_t, Mgid> mgids;
+  std::map<std::pair<uint32_t, uint32_t>, Policer> policers;  // (id, instance)
+  std::map<uint32_t, PortState> ports;
+  std::map<std::pair<uint32_t, uint32_t>, Translation> translations;  // (scope, iivid)
+  std::map<std::tuple<uint32_t, uint32_t, uint32_t>, uint32_t> evt;   // (port, iivid, vlan): values
+  std::map<std::pair<uint32_t, uint32_t>, Translation> eft;           // (port, iivid)
+  std::map<std::pair<uint32_t, uint32_t>, uint32_t> partition;        // (rte, vlan): iivid
+  std::map<std::pair<uint32_t, uint32_t>, uint32_t> ivt;    // (key type, vlan or port): iivid
+  std::map<uint32_t, uint32_t> vid_to_mgid;                 // iivid: mgid
+  std::map<std::pair<uint32_t, Mac>, uint32_t> l2_entries;  // (iivid, mac): port
+
+  void clear();
+};
+
+}  // namespace ofa::chipsim

@@ -1,0 +1,44 @@
+// The ofa-mgr command line: common options and one function per sub-command.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "operations.h"
+
+namespace ofa::mgr::cli {
+
+// Exit codes.
+inline constexpr int kOk = 0;
+inline constexpr int kFailed = 1;  // an expectation failed, or the agent could not be reached
+inline constexpr int kUsage = 2;   // bad command line or scenario line
+
+struct Options {
+  std::string command;
+  std::vector<std::string> args;  // words after the sub-command that are not options
+  std::optional<uint32_t> slot;
+  double timeout = 5.0;
+  bool timeout_given = false;
+  bool json = false;
+  bool verbose = false;
+  bool help = false;
+  uint64_t count = 0;  // listen: stop after this many messages (0: never)
+};
+
+// The switch's description and this LP's slot, from --platform/--slot or the environment.
+struct Target {
+  platform::Platform platform;
+  uint32_t slot = 1;
+  ParseContext context() const { return ParseContext{slot, &platform}; }
+};
+
+int listen(const Options& o, const Target& t);
+int send(const Options& o, const Target& t);
+int run(const Options& o, const Target& t);
+int encode(const Options& o, const Target& t);
+int decode(const Options& o);
+
+// Help of a sub-command (or the overview for an empty or unknown name).
+const char* help_text(const std::string& command);
+
+}  // namespace ofa::mgr::cli

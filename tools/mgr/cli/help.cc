@@ -1,0 +1,100 @@
+#include <string>
+
+#include "cli.h"
+
+namespace ofa::mgr::cli {
+namespace {
+
+constexpr const char* kOverview = R"(usage: ofa-mgr [options] COMMAND [args]
+
+The manager's side of the manager socket of an openflowAgtd.
+
+commands:
+  listen              print everything the agent sends (registrations, statuses, statistics)
+  send OPERATION      send one operation, written as a scenario line, and show the answer
+  run FILE            carry out a scenario file
+  encode OPERATION    print the bytes of an operation in hex (-v: also every field)
+  decode HEX          read a datagram given in hex and print its messages
+  help COMMAND        the help of one command
+
+options (all commands):
+  --run-dir DIR       run directory of the sockets (default $OFA_RUN_DIR or /tmp/ofa)
+  --platform FILE     platform file (default $OFA_PLATFORM or the embedded ard switch)
+  --slot N            the agent's slot (default: the platform's, or $OFA_SLOT)
+  --timeout D         seconds to wait for answers (default 5; also 1.5s, 500ms)
+  --json              JSON lines instead of aligned text (listen, decode)
+  -v, --verbose       more detail
+  -h, --help          this help; "ofa-mgr COMMAND --help" for one command
+
+exit codes: 0 done, 1 an expectation failed or the agent could not be reached,
+2 a bad command line or scenario line ("file:line: reason").
+The syntax of operations is in docs/mgr.md.
+)";
+
+constexpr const char* kListen = R"(usage: ofa-mgr listen [--json] [--count N] [--timeout D]
+
+Binds the manager's end point pq6/ofmgragt.mp under the run directory and prints every
+message the agent sends, one line each:
+  REGISTER     slot 1
+  STATUS       flow 10  ADD_FLOW  success  cid 1  xid 7  3 ms  "reason text"
+  FLOW STATS   flow 10  packets 5  bytes 320
+  QUEUE STATS  port 3   q0 5p/320B
+  METER STATS  1 record  [meter 1 in 640B drop 0B remark 0B]
+With --json each message is one JSON object with every field. A datagram that cannot be read
+is shown as BAD with the reason. --count ends after N messages, --timeout after D seconds;
+otherwise Ctrl-C ends. Start it before the agent: the agent registers only once.
+)";
+
+constexpr const char* kSend = R"(usage: ofa-mgr send OPERATION...
+
+Sends one operation, written as in a scenario file, for example
+  ofa-mgr send flow add id=10 priority=100 in_port=3,dl_type=0x0800 actions=output:5
+  ofa-mgr send port enable 3 pvid=100
+  ofa-mgr send vlan add vlan=100 iivid=4000
+  ofa-mgr send raw 01c00008 00000000 00000001
+If the manager's end point is free, send binds it and shows the answer: the status of a flow
+operation (waiting at most --timeout), or whatever else arrives shortly after.
+)";
+
+constexpr const char* kRun = R"(usage: ofa-mgr run [-v] [--timeout D] FILE
+
+Carries out a scenario: one operation per line, '#' comments, blank lines allowed.
+  wait registration [timeout=D]
+  openflow enable
+  port enable 3 pvid=100
+  flow add id=10 priority=100 in_port=3,dl_vlan=100 actions=output:5
+  expect status 10 success
+  expect status 11 failure text ~ "FLOW ID ZERO"
+  pack                      (messages up to 'end' go out in one datagram)
+  raw 01c00008 00000000     (bytes as they stand)
+  sleep 500ms
+Each line prints what happened; a failed expectation prints what was expected and what came,
+and the run goes on and ends with exit code 1. A bad line is reported as file:line: reason
+before anything is sent (exit code 2). -v also prints every message the agent sends.
+)";
+
+constexpr const char* kEncode = R"(usage: ofa-mgr encode [-v] OPERATION...
+
+Prints the datagram of an operation in hex, without sending it; -v adds every field.
+  ofa-mgr encode -v meter add id=1 kbps band=type=drop,rate=1000
+)";
+
+constexpr const char* kDecode = R"(usage: ofa-mgr decode [--json] HEX...
+
+Reads a datagram written in hex (blanks and ':' allowed) and prints each message with every
+field, or the reason it cannot be read (exit code 1).
+  ofa-mgr decode 02c00008 02c00004 00000001
+)";
+
+}  // namespace
+
+const char* help_text(const std::string& command) {
+  if (command == "listen") return kListen;
+  if (command == "send") return kSend;
+  if (command == "run") return kRun;
+  if (command == "encode") return kEncode;
+  if (command == "decode") return kDecode;
+  return kOverview;
+}
+
+}  // namespace ofa::mgr::cli

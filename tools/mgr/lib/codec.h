@@ -1,0 +1,77 @@
+// Messages to bytes and back. Encoders take the structures of messages.h and give the body or
+// the whole message (header and body); several messages can be packed into one datagram.
+// Decoders read through the bounds-checked reader and refuse a short or over-long message with a
+// reason that names the message and the lengths involved.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "messages.h"
+
+namespace ofa::mgr {
+
+// A value or the reason there is none.
+template <class T>
+class Result {
+ public:
+  Result(T value) : v_(std::move(value)) {}  // NOLINT: implicit on purpose
+  static Result fail(std::string reason) { return Result(Failure{std::move(reason)}); }
+  bool ok() const { return v_.index() == 0; }
+  T& value() { return std::get<0>(v_); }
+  const T& value() const { return std::get<0>(v_); }
+  const std::string& error() const { return std::get<1>(v_).reason; }
+
+ private:
+  struct Failure {
+    std::string reason;
+  };
+  explicit Result(Failure f) : v_(std::move(f)) {}
+  std::variant<T, Failure> v_;
+};
+
+using Bytes = std::vector<uint8_t>;
+
+// Body of a message (the bytes behind the transport header).
+Result<Bytes> encode_body(const Message& m);
+// Transport header and body.
+Result<Bytes> encode(const Message& m);
+
+// One datagram: messages back to back, each with its own header, no alignment.
+class Datagram {
+ public:
+  // Appends a message; on failure nothing is appended and the reason is returned.
+  std::optional<std::string> add(const Message& m);
+  // Appends bytes as they stand (malformed input for tests of the agent).
+  void add_raw(std::span<const uint8_t> bytes);
+  const Bytes& bytes() const { return bytes_; }
+  size_t messages() const { return messages_; }
+  bool empty() const { return bytes_.empty(); }
+
+ private:
+  Bytes bytes_;
+  size_t messages_ = 0;
+};
+
+// Reads the body of a message of the given type.
+Result<Message> decode_body(uint32_t type, std::span<const uint8_t> body);
+
+struct DecodeError {
+  size_t offset = 0;  // of the message's header in the datagram
+  std::string reason;
+};
+using Decoded = std::variant<Message, DecodeError>;
+
+// Walks a datagram message by message. A message that cannot be read ends the walk: its
+// DecodeError is the last element.
+std::vector<Decoded> decode_datagram(std::span<const uint8_t> datagram);
+
+// Stride of a flow member of the given version and length word (0 for other versions).
+size_t member_stride(uint8_t version, uint16_t length_word);
+
+}  // namespace ofa::mgr

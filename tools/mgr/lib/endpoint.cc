@@ -1,0 +1,114 @@
+#include "endpoint.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+
+#include "platform/run_dir.h"
+
+namespace ofa::mgr {
+namespace {
+
+using EndpointResult = Result<std::unique_ptr<MpEndpoint>>;
+
+std::optional<sockaddr_un> address(const std::string& path) {
+  sockaddr_un a{};
+  a.sun_family = AF_UNIX;
+  if (path.size() > platform::kMaxSocketPath) return std::nullopt;
+  std::memcpy(a.sun_path, path.c_str(), path.size() + 1);
+  return a;
+}
+
+std::string sys_error(const std::string& what) {
+  return what + ": " + std::strerror(errno);
+}
+
+// True when a process still serves the socket at `path`.
+bool in_use(const sockaddr_un& a) {
+  int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return false;
+  bool used = ::connect(fd, reinterpret_cast<const sockaddr*>(&a), sizeof a) == 0;
+  ::close(fd);
+  return used;
+}
+
+}  // namespace
+
+std::string mp_path() {
+  return platform::pq6_mp_path(kSocketName);
+}
+std::string agent_path(uint32_t slot) {
+  return platform::pq6_path(kSocketName, slot);
+}
+
+EndpointResult MpEndpoint::bind(const std::string& path) {
+  auto a = address(path);
+  if (!a) return EndpointResult::fail(path + ": path too long for a UNIX socket");
+  if (auto e = platform::ensure_parent_dir(path)) return EndpointResult::fail(*e);
+  if (in_use(*a)) {
+    return EndpointResult::fail(path +
+                                ": another manager is bound there (is an ofa-mgr listen "
+                                "running?)");
+  }
+  ::unlink(path.c_str());  // a stale file from a manager that did not clean up
+  int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return EndpointResult::fail(sys_error("socket"));
+  if (::bind(fd, reinterpret_cast<const sockaddr*>(&*a), sizeof *a) != 0) {
+    auto e = sys_error("bind " + path);
+    ::close(fd);
+    return EndpointResult::fail(e);
+  }
+  return std::unique_ptr<MpEndpoint>(new MpEndpoint(fd, path));
+}
+
+EndpointResult MpEndpoint::unbound() {
+  int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return EndpointResult::fail(sys_error("socket"));
+  return std::unique_ptr<MpEndpoint>(new MpEndpoint(fd, ""));
+}
+
+MpEndpoint::~MpEndpoint() {
+  ::close(fd_);
+  if (!path_.empty()) ::unlink(path_.c_str());
+}
+
+std::optional<std::string> MpEndpoint::send(const std::string& to,
+                                            std::span<const uint8_t> datagram) {
+  auto a = address(to);
+  if (!a) return to + ": path too long for a UNIX socket";
+  ssize_t n = ::sendto(fd_, datagram.data(), datagram.size(), MSG_DONTWAIT,
+                       reinterpret_cast<const sockaddr*>(&*a), sizeof *a);
+  if (n == static_cast<ssize_t>(datagram.size())) return std::nullopt;
+  if (n >= 0) return "sent only " + std::to_string(n) + " of " + std::to_string(datagram.size());
+  if (errno == ENOENT || errno == ECONNREFUSED) {
+    return "no agent at " + to + " (is openflowAgtd running for that slot and run directory?)";
+  }
+  if (errno == EAGAIN) return "the agent's queue is full (datagram dropped)";
+  return sys_error("send to " + to);
+}
+
+std::optional<Bytes> MpEndpoint::receive(double seconds) {
+  using clock = std::chrono::steady_clock;
+  auto deadline = clock::now() + std::chrono::duration<double>(seconds);
+  for (;;) {
+    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - clock::now());
+    pollfd p{fd_, POLLIN, 0};
+    int r = ::poll(&p, 1, static_cast<int>(std::max<int64_t>(0, left.count())));
+    if (r < 0 && errno == EINTR) return std::nullopt;  // a signal: let the caller look
+    if (r <= 0) return std::nullopt;
+    Bytes buf(1 << 16);
+    ssize_t n = ::recv(fd_, buf.data(), buf.size(), MSG_DONTWAIT);
+    if (n >= 0) {
+      buf.resize(static_cast<size_t>(n));
+      return buf;
+    }
+    if (errno != EAGAIN && errno != EINTR) return std::nullopt;
+  }
+}
+
+}  // namespace ofa::mgr

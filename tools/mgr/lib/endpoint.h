@@ -1,0 +1,44 @@
+// The manager's end of the manager socket: an AF_UNIX datagram socket bound at
+// pq6/ofmgragt.mp under the run directory; the agent of slot s listens at pq6/ofmgragt.<s>.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "codec.h"
+
+namespace ofa::mgr {
+
+inline constexpr const char* kSocketName = "ofmgragt";
+
+class MpEndpoint {
+ public:
+  // Binds `path` (creating its folder). A stale socket file is replaced; one that another
+  // process still serves is refused, so two managers never share the end point.
+  static Result<std::unique_ptr<MpEndpoint>> bind(const std::string& path);
+  // A socket with no name, for sending only (replies then go to whoever holds the end point).
+  static Result<std::unique_ptr<MpEndpoint>> unbound();
+  ~MpEndpoint();
+  MpEndpoint(const MpEndpoint&) = delete;
+  MpEndpoint& operator=(const MpEndpoint&) = delete;
+
+  // Sends one datagram to `to`; the error says why it did not go.
+  std::optional<std::string> send(const std::string& to, std::span<const uint8_t> datagram);
+  // Waits at most `seconds` for one datagram (0: only what is already there).
+  std::optional<Bytes> receive(double seconds);
+  const std::string& path() const { return path_; }
+  bool bound() const { return !path_.empty(); }
+
+ private:
+  MpEndpoint(int fd, std::string path) : fd_(fd), path_(std::move(path)) {}
+  int fd_;
+  std::string path_;
+};
+
+// Paths of the two ends under the current run directory.
+std::string mp_path();
+std::string agent_path(uint32_t slot);
+
+}  // namespace ofa::mgr

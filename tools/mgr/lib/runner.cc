@@ -1,0 +1,171 @@
+#include "runner.h"
+
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
+#include "format.h"
+
+namespace ofa::mgr {
+namespace {
+
+using clock = std::chrono::steady_clock;
+
+clock::time_point after(double seconds) {
+  return clock::now() +
+         std::chrono::duration_cast<clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+double seconds_left(clock::time_point deadline) {
+  return std::max(0.0, std::chrono::duration<double>(deadline - clock::now()).count());
+}
+
+std::string status_outcome(const StatusMsg& s) {
+  if (s.status == 0) return "failure";
+  return s.text.starts_with(kPseudoPrefix) ? "pseudo" : "success";
+}
+
+std::string describe(const StatusMsg& s) {
+  return status_outcome(s) + " (" + std::string(sub_type_name(s.sub_type)) + ", status " +
+         std::to_string(s.status) + ") \"" + s.text + "\"";
+}
+
+void line(const RunOptions& opt, int no, const char* tag, const std::string& source,
+          const std::string& detail = "") {
+  std::fprintf(opt.out, "%5d  %-7s %s%s%s\n", no, tag, source.c_str(), detail.empty() ? "" : "   ",
+               detail.c_str());
+}
+
+void more(const RunOptions& opt, const std::string& text) {
+  std::fprintf(opt.out, "%5s  %-7s %s\n", "", "", text.c_str());
+}
+
+std::string secs(double t) {
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%.1f s", t);
+  return buf;
+}
+
+}  // namespace
+
+void Inbox::accept(const Bytes& datagram) {
+  for (auto& d : decode_datagram(datagram)) {
+    if (auto* err = std::get_if<DecodeError>(&d)) {
+      std::fprintf(opt_.out, "%5s  %-7s datagram of %zu bytes, at offset %zu: %s\n", "", "BAD",
+                   datagram.size(), err->offset, err->reason.c_str());
+      continue;
+    }
+    auto& m = std::get<Message>(d);
+    if (opt_.verbose) std::fprintf(opt_.out, "%5s  %-7s %s\n", "", "recv", summary(m).c_str());
+    pending_.push_back(std::move(m));
+  }
+}
+
+void Inbox::collect(double seconds) {
+  auto deadline = after(seconds);
+  while (auto dg = ep_.receive(seconds_left(deadline)))
+    accept(*dg);
+}
+
+std::optional<Message> Inbox::take(double seconds,
+                                   const std::function<bool(const Message&)>& want) {
+  auto deadline = after(seconds);
+  size_t seen = 0;
+  for (;;) {
+    for (; seen < pending_.size(); ++seen) {
+      if (want(pending_[seen])) {
+        Message m = std::move(pending_[seen]);
+        pending_.erase(pending_.begin() + static_cast<std::ptrdiff_t>(seen));
+        return m;
+      }
+    }
+    if (seconds_left(deadline) <= 0) return std::nullopt;
+    if (auto dg = ep_.receive(seconds_left(deadline))) accept(*dg);
+  }
+}
+
+std::string check_status(const ExpectStatusStep& want, const StatusMsg& got) {
+  std::string outcome = status_outcome(got);
+  if (outcome != outcome_name(want.outcome)) return "outcome is " + outcome;
+  if (want.text && got.text.find(*want.text) == std::string::npos) {
+    return "text does not contain \"" + *want.text + "\"";
+  }
+  return {};
+}
+
+RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) {
+  RunSummary sum;
+  Inbox inbox(ep, opt);
+  for (const auto& step : sc.steps) {
+    if (const auto* send = std::get_if<SendStep>(&step.action)) {
+      const auto& bytes = send->datagram.bytes();
+      if (auto e = ep.send(opt.agent, bytes)) {
+        line(opt, step.line, "ERROR", step.source);
+        more(opt, (sc.file.empty() ? "" : sc.file + ":" + std::to_string(step.line) + ": ") + *e);
+        sum.aborted = true;
+        break;
+      }
+      ++sum.sent;
+      line(opt, step.line, "sent", step.source, "(" + std::to_string(bytes.size()) + " bytes)");
+      inbox.collect(0);
+    } else if (const auto* wait = std::get_if<WaitRegistrationStep>(&step.action)) {
+      ++sum.expectations;
+      double t = wait->timeout.value_or(opt.timeout);
+      auto m =
+          inbox.take(t, [](const Message& x) { return std::holds_alternative<RegisterMsg>(x); });
+      if (m) {
+        line(opt, step.line, "ok", step.source,
+             "slot " + std::to_string(std::get<RegisterMsg>(*m).slot) + " registered");
+      } else {
+        ++sum.failed;
+        line(opt, step.line, "FAILED", step.source);
+        more(opt, "expected: a registration from the agent");
+        more(opt, "got:      nothing within " + secs(t));
+      }
+    } else if (const auto* exp = std::get_if<ExpectStatusStep>(&step.action)) {
+      ++sum.expectations;
+      double t = exp->timeout.value_or(opt.timeout);
+      uint32_t id = exp->flow_id;
+      auto m = inbox.take(t, [id](const Message& x) {
+        const auto* s = std::get_if<StatusMsg>(&x);
+        return s && s->flow_id == id;
+      });
+      std::string expected = std::string(outcome_name(exp->outcome)) +
+                             (exp->text ? " with text ~ \"" + *exp->text + "\"" : "");
+      if (!m) {
+        ++sum.failed;
+        line(opt, step.line, "FAILED", step.source);
+        more(opt, "expected: status of flow " + std::to_string(id) + ": " + expected);
+        more(opt, "got:      no status for flow " + std::to_string(id) + " within " + secs(t));
+        continue;
+      }
+      const auto& st = std::get<StatusMsg>(*m);
+      auto diff = check_status(*exp, st);
+      if (diff.empty()) {
+        line(opt, step.line, "ok", step.source,
+             std::string(sub_type_name(st.sub_type)) + " " + status_outcome(st) + " after " +
+                 std::to_string(st.end_ms - st.start_ms) + " ms");
+      } else {
+        ++sum.failed;
+        line(opt, step.line, "FAILED", step.source);
+        more(opt, "expected: status of flow " + std::to_string(id) + ": " + expected);
+        more(opt, "got:      " + describe(st) + " (" + diff + ")");
+      }
+    } else if (const auto* sl = std::get_if<SleepStep>(&step.action)) {
+      inbox.collect(sl->seconds);
+      line(opt, step.line, "slept", step.source);
+    }
+  }
+  if (opt.verbose) {
+    for (const auto& m : inbox.pending()) {
+      std::fprintf(opt.out, "%5s  %-7s %s\n", "", "unused", summary(m).c_str());
+    }
+  }
+  if (!opt.summary) return sum;
+  std::fprintf(opt.out, "%s: %zu datagram%s sent, %zu of %zu expectations met%s\n", sc.file.c_str(),
+               sum.sent, sum.sent == 1 ? "" : "s", sum.expectations - sum.failed, sum.expectations,
+               sum.aborted ? ", stopped by a send error" : "");
+  return sum;
+}
+
+}  // namespace ofa::mgr

@@ -1,0 +1,55 @@
+// Carries out scenario steps against a running agent: sends datagrams, collects what the agent
+// sends back, waits for registrations and checks expected statuses.
+#pragma once
+
+#include <cstdio>
+#include <deque>
+#include <functional>
+#include <string>
+
+#include "endpoint.h"
+#include "scenario.h"
+
+namespace ofa::mgr {
+
+struct RunOptions {
+  std::string agent;     // the agent's end point
+  double timeout = 5.0;  // seconds, for waits and expectations without their own
+  bool verbose = false;  // also print every message that arrives
+  bool summary = true;   // a closing line with the counts
+  FILE* out = stdout;
+};
+
+// What came from the agent and has not been claimed by a wait or an expectation yet.
+class Inbox {
+ public:
+  Inbox(MpEndpoint& ep, const RunOptions& opt) : ep_(ep), opt_(opt) {}
+  // Reads what arrives within `seconds` (0: only what is there).
+  void collect(double seconds);
+  // Takes the first message that `want` accepts, waiting at most `seconds` for one.
+  std::optional<Message> take(double seconds, const std::function<bool(const Message&)>& want);
+  const std::deque<Message>& pending() const { return pending_; }
+
+ private:
+  void accept(const Bytes& datagram);
+  MpEndpoint& ep_;
+  const RunOptions& opt_;
+  std::deque<Message> pending_;
+};
+
+struct RunSummary {
+  size_t sent = 0;          // datagrams
+  size_t expectations = 0;  // waits and expects
+  size_t failed = 0;
+  bool aborted = false;  // a send failed: the run stopped there
+  int exit_code() const { return (failed || aborted) ? 1 : 0; }
+};
+
+// Runs the steps in order, printing one line per step. Failed expectations are reported and the
+// run goes on; a datagram that cannot be sent ends it.
+RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt);
+
+// The verdict on one status: empty when it meets the expectation, else what differs.
+std::string check_status(const ExpectStatusStep& want, const StatusMsg& got);
+
+}  // namespace ofa::mgr

@@ -1,0 +1,192 @@
+#include "scenario.h"
+
+#include "syntax.h"
+
+namespace ofa::mgr {
+namespace {
+
+using Words = std::vector<std::string>;
+using StepResult = Result<std::optional<StepAction>>;
+
+std::optional<std::string> timeout_option(std::span<const std::string> words,
+                                          std::optional<double>& timeout) {
+  for (const auto& w : words) {
+    auto kv = syntax::split_key(w);
+    if (kv.key != "timeout" || !kv.has_value) return "unexpected '" + w + "'";
+    auto d = syntax::duration(kv.value, "timeout");
+    if (!d.ok()) return d.error();
+    timeout = d.value();
+  }
+  return std::nullopt;
+}
+
+StepResult wait_step(std::span<const std::string> w) {
+  if (w.empty() || w[0] != "registration") {
+    return StepResult::fail("wait: only 'wait registration' is known");
+  }
+  WaitRegistrationStep s;
+  if (auto e = timeout_option(w.subspan(1), s.timeout)) return StepResult::fail("wait: " + *e);
+  return std::optional<StepAction>(s);
+}
+
+// expect status <flow id> success|failure|pseudo [text ~ "..."] [timeout=D]
+StepResult expect_step(std::span<const std::string> w) {
+  if (w.empty() || w[0] != "status") {
+    return StepResult::fail("expect: only 'expect status <flow id> ...' is known");
+  }
+  if (w.size() < 3) {
+    return StepResult::fail("expect status needs a flow id and success, failure or pseudo");
+  }
+  ExpectStatusStep s;
+  auto id = syntax::number(w[1], 0xffffffff, "expect status: flow id");
+  if (!id.ok()) return StepResult::fail(id.error());
+  s.flow_id = static_cast<uint32_t>(id.value());
+  if (w[2] == "success") {
+    s.outcome = Outcome::success;
+  } else if (w[2] == "failure") {
+    s.outcome = Outcome::failure;
+  } else if (w[2] == "pseudo") {
+    s.outcome = Outcome::pseudo;
+  } else {
+    return StepResult::fail("expect status: '" + w[2] + "' is not success, failure or pseudo");
+  }
+  auto rest = w.subspan(3);
+  if (!rest.empty() && rest[0] == "text") {
+    if (rest.size() < 3 || rest[1] != "~") {
+      return StepResult::fail("expect status: write text ~ \"words the reason contains\"");
+    }
+    s.text = rest[2];
+    rest = rest.subspan(3);
+  }
+  if (auto e = timeout_option(rest, s.timeout)) return StepResult::fail("expect status: " + *e);
+  return std::optional<StepAction>(s);
+}
+
+StepResult sleep_step(std::span<const std::string> w) {
+  if (w.size() != 1) return StepResult::fail("sleep needs one duration, like 'sleep 500ms'");
+  auto d = syntax::duration(w[0], "sleep");
+  if (!d.ok()) return StepResult::fail(d.error());
+  return std::optional<StepAction>(SleepStep{d.value()});
+}
+
+StepResult raw_step(std::span<const std::string> w) {
+  std::string hex;
+  for (const auto& x : w)
+    hex += x + " ";
+  auto bytes = syntax::hex_bytes(hex);
+  if (!bytes.ok()) return StepResult::fail(bytes.error());
+  SendStep s;
+  s.datagram.add_raw(bytes.value());
+  return std::optional<StepAction>(std::move(s));
+}
+
+StepResult words_step(const Words& words, const ParseContext& ctx) {
+  if (words.empty()) return std::optional<StepAction>();
+  std::span<const std::string> rest(words.begin() + 1, words.end());
+  const auto& head = words[0];
+  if (head == "wait") return wait_step(rest);
+  if (head == "expect") return expect_step(rest);
+  if (head == "sleep") return sleep_step(rest);
+  if (head == "raw") return raw_step(rest);
+  if (head == "pack" || head == "end") {
+    return StepResult::fail("'" + head + "' belongs in a scenario file, around messages");
+  }
+  if (!is_operation(head)) {
+    return StepResult::fail("unknown operation '" + head +
+                            "' (flow, group, meter, vlan, port-vlan, evt, port, openflow, "
+                            "default-action, protected-vlan, config, sync-complete, raw, wait, "
+                            "expect, sleep, pack)");
+  }
+  auto msg = parse_operation(words, ctx);
+  if (!msg.ok()) return StepResult::fail(msg.error());
+  SendStep s;
+  if (auto e = s.datagram.add(msg.value())) return StepResult::fail(*e);
+  return std::optional<StepAction>(std::move(s));
+}
+
+std::string trim(std::string_view s) {
+  size_t a = s.find_first_not_of(" \t\r");
+  if (a == std::string_view::npos) return {};
+  size_t b = s.find_last_not_of(" \t\r");
+  return std::string(s.substr(a, b - a + 1));
+}
+
+}  // namespace
+
+std::string_view outcome_name(Outcome o) {
+  switch (o) {
+    case Outcome::success:
+      return "success";
+    case Outcome::failure:
+      return "failure";
+    case Outcome::pseudo:
+      return "pseudo";
+  }
+  return "?";
+}
+
+StepResult parse_step(std::string_view line, const ParseContext& ctx) {
+  auto words = syntax::tokenize(line);
+  if (!words.ok()) return StepResult::fail(words.error());
+  return words_step(words.value(), ctx);
+}
+
+Result<Scenario> parse_scenario(std::string_view text, std::string_view file,
+                                const ParseContext& ctx) {
+  Scenario sc{std::string(file), {}};
+  std::optional<Step> pack;  // open pack block
+  int line_no = 0;
+  auto error = [&](int line, const std::string& reason) {
+    return Result<Scenario>::fail(std::string(file) + ":" + std::to_string(line) + ": " + reason);
+  };
+  size_t pos = 0;
+  while (pos <= text.size()) {
+    size_t nl = text.find('\n', pos);
+    if (nl == std::string_view::npos) nl = text.size();
+    std::string_view line = text.substr(pos, nl - pos);
+    pos = nl + 1;
+    ++line_no;
+    auto words = syntax::tokenize(line);
+    if (!words.ok()) return error(line_no, words.error());
+    const Words& w = words.value();
+    if (w.empty()) continue;
+    if (w[0] == "pack" || w[0] == "end") {
+      if (w.size() != 1) return error(line_no, "'" + w[0] + "' stands alone on its line");
+      if (w[0] == "pack") {
+        if (pack) {
+          return error(line_no,
+                       "pack inside pack (opened at line " + std::to_string(pack->line) + ")");
+        }
+        pack = Step{line_no, trim(line), SendStep{}};
+      } else {
+        if (!pack) return error(line_no, "'end' without 'pack'");
+        if (std::get<SendStep>(pack->action).datagram.empty()) {
+          return error(line_no, "empty pack (opened at line " + std::to_string(pack->line) + ")");
+        }
+        sc.steps.push_back(std::move(*pack));
+        pack.reset();
+      }
+      continue;
+    }
+    auto step = words_step(w, ctx);
+    if (!step.ok()) return error(line_no, step.error());
+    if (!step.value()) continue;
+    StepAction& action = *step.value();
+    if (pack) {
+      auto* send = std::get_if<SendStep>(&action);
+      if (!send) {
+        return error(line_no, "only messages go into a pack (opened at line " +
+                                  std::to_string(pack->line) + "); close it with 'end' first");
+      }
+      auto& dg = std::get<SendStep>(pack->action).datagram;
+      dg.add_raw(send->datagram.bytes());
+      pack->source += " | " + trim(line);
+      continue;
+    }
+    sc.steps.push_back(Step{line_no, trim(line), std::move(action)});
+  }
+  if (pack) return error(pack->line, "pack without 'end'");
+  return sc;
+}
+
+}  // namespace ofa::mgr

@@ -1,0 +1,60 @@
+// Scenario files: one operation per line, read into steps that the runner carries out.
+//
+//   # comment                               blank lines are skipped
+//   wait registration [timeout=10]
+//   flow add id=10 priority=100 in_port=3 actions=output:5      (any operation: operations.h)
+//   raw 001000a4 0000...                    bytes as they stand, for malformed input
+//   pack ... end                            the messages between go out in one datagram
+//   expect status 10 success|failure|pseudo [text ~ "words"] [timeout=2]
+//   sleep 500ms
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "codec.h"
+#include "operations.h"
+
+namespace ofa::mgr {
+
+struct SendStep {
+  Datagram datagram;
+};
+struct WaitRegistrationStep {
+  std::optional<double> timeout;  // seconds; the run's default when absent
+};
+enum class Outcome { success, failure, pseudo };
+std::string_view outcome_name(Outcome o);
+struct ExpectStatusStep {
+  uint32_t flow_id = 0;
+  Outcome outcome = Outcome::success;
+  std::optional<std::string> text;  // the status text must contain it
+  std::optional<double> timeout;
+};
+struct SleepStep {
+  double seconds = 0;
+};
+using StepAction = std::variant<SendStep, WaitRegistrationStep, ExpectStatusStep, SleepStep>;
+
+struct Step {
+  int line = 0;
+  std::string source;  // the line as written, trimmed
+  StepAction action;
+};
+
+struct Scenario {
+  std::string file;
+  std::vector<Step> steps;
+};
+
+// Parses a whole file. The error is "file:line: reason" for the first bad line.
+Result<Scenario> parse_scenario(std::string_view text, std::string_view file,
+                                const ParseContext& ctx);
+
+// Parses one line (for `ofa-mgr send`); pack blocks are not allowed here. An empty or comment
+// line yields no step.
+Result<std::optional<StepAction>> parse_step(std::string_view line, const ParseContext& ctx);
+
+}  // namespace ofa::mgr

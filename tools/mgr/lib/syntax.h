@@ -1,0 +1,50 @@
+// Small readers shared by the scenario syntax: tokens, numbers, addresses, port lists,
+// durations. Each returns a Result whose error text names the offending word.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "codec.h"
+#include "messages.h"
+
+namespace ofa::mgr::syntax {
+
+// A line split at blanks. Double quotes group words (and are removed, \" and \\ escape inside);
+// '#' outside quotes starts a comment.
+Result<std::vector<std::string>> tokenize(std::string_view line);
+
+// "key=value" split at the first '='; a word without '=' has an empty value and has_value false.
+struct KeyValue {
+  std::string key;
+  std::string value;
+  bool has_value = false;
+};
+KeyValue split_key(std::string_view word);
+
+// Splits at a separator, keeping empty pieces out.
+std::vector<std::string> split(std::string_view s, char sep);
+
+// Decimal or 0x hexadecimal, at most `max`. `what` names the field in the error.
+Result<uint64_t> number(std::string_view s, uint64_t max, std::string_view what);
+Result<Mac> mac(std::string_view s, std::string_view what);
+// a.b.c.d, optionally /prefix-length or /a.b.c.d mask; the mask defaults to /32.
+struct Ipv4 {
+  uint32_t address = 0;
+  uint32_t mask = 0xffffffff;
+};
+Result<Ipv4> ipv4(std::string_view s, std::string_view what);
+// "3", "3,5", "1-4,9": port ids 0 to 288.
+Result<std::vector<uint32_t>> port_list(std::string_view s, std::string_view what);
+// "2", "1.5", "1.5s", "500ms": seconds.
+Result<double> duration(std::string_view s, std::string_view what);
+// Hex bytes, blanks and ':' allowed between pairs.
+Result<Bytes> hex_bytes(std::string_view s);
+
+// Case-insensitive comparison of ASCII words.
+bool same_word(std::string_view a, std::string_view b);
+
+}  // namespace ofa::mgr::syntax

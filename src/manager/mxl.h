@@ -29,10 +29,6 @@ int of_mxl_process_stats_msg(int handle);
 // Closes the manager socket (clean shutdown).
 void of_mxl_close();
 
-// The slot-table test of ofa_send_to_mgr; the chip layer's ofLookupSlot once wired.
-using ofa_slot_lookup_fn = bool (*)(uint32_t slot);
-void ofa_set_slot_lookup(ofa_slot_lookup_fn fn);
-
 // Zero-filled heap buffers for messages.
 uint8_t* ipc_get_buffer(size_t size);
 void ipc_free_buffer(uint8_t* buf);

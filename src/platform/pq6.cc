@@ -70,12 +70,8 @@ pq6_addr addr_of_path(const std::string& path) {
   return a;
 }
 
-void put_cmsg(msghdr* msg, int32_t type, const void* data, size_t len) {
-  if (!msg->msg_control) {
-    msg->msg_controllen = 0;
-    return;
-  }
-  size_t room = msg->msg_controllen;
+void put_cmsg(msghdr* msg, size_t room, int32_t type, const void* data, size_t len) {
+  if (!msg->msg_control) return;
   mxl_cmsghdr h{static_cast<uint32_t>(sizeof h + len), SOL_PQ6, type};
   uint8_t buf[sizeof h + PQ6_ERR_RECORD_SIZE] = {};
   std::memcpy(buf, &h, sizeof h);
@@ -123,6 +119,9 @@ ssize_t mxl_recvmsg(int sock, msghdr* msg, int flags) {
     return -1;
   }
   msg->msg_flags = 0;
+  // Control data is present only when the call fills it.
+  size_t room = msg->msg_controllen;
+  msg->msg_controllen = 0;
   {
     std::lock_guard<std::mutex> lock(g_mu);
     auto it = g_socks.find(sock);
@@ -141,7 +140,7 @@ ssize_t mxl_recvmsg(int sock, msghdr* msg, int flags) {
       uint8_t rec[PQ6_ERR_RECORD_SIZE] = {};
       std::memcpy(rec, &r.code, sizeof r.code);
       std::memcpy(rec + 12, &r.addr, sizeof r.addr);
-      put_cmsg(msg, PQ6_CMSG_ERR, rec, sizeof rec);
+      put_cmsg(msg, room, PQ6_CMSG_ERR, rec, sizeof rec);
       msg->msg_flags = MXL_MSG_ERRQUEUE;
       if (msg->msg_name && msg->msg_namelen >= sizeof(pq6_addr)) {
         std::memcpy(msg->msg_name, &r.addr, sizeof r.addr);
@@ -174,7 +173,7 @@ ssize_t mxl_recvmsg(int sock, msghdr* msg, int flags) {
     std::lock_guard<std::mutex> lock(g_mu);
     token = ++g_socks[sock].token;
   }
-  put_cmsg(msg, PQ6_CMSG_DONE, &token, sizeof token);
+  put_cmsg(msg, room, PQ6_CMSG_DONE, &token, sizeof token);
   if (m.msg_flags & MSG_TRUNC) msg->msg_flags |= MSG_TRUNC;
   return n;
 }

@@ -1,0 +1,273 @@
+// State synchronization: registration with the stage driver, the recover callback that walks the
+// stages and gates the manager link, dump and update callbacks, warm recovery of the chip table.
+#include "agent/rsm.h"
+
+#include <cstdio>
+#include <cstring>
+
+#include "agent/agent_globals.h"
+#include "agent/trace.h"
+#include "chip/chip_event.h"
+#include "chip/chip_table.h"
+#include "manager/mxl.h"
+#include "platform/rsmd.h"
+
+namespace {
+
+struct rsm_state_t {
+  rsm_callbacks callbacks;
+  rsm_registration registration;
+  int32_t handle;
+  uint32_t boot_mode;
+  uint32_t rsm_stage;
+};
+
+constexpr rsm_stage_row kStages[2] = {
+    {RSM_STAGE_CLIENT_INIT, "OF_CLIENT_INIT"},
+    {RSM_STAGE_WARM_CLIENT_INIT, "OF_WARM_CLIENT_INIT"},
+};
+
+rsm_state_t rsm_state = {
+    {openflowRsmRecover, openflowRsmRecvUpdate, openflowRsmSendDump, openflowRsmRecvDump},
+    {},
+    -1,
+    0,
+    0,
+};
+
+bool g_dump_received = false;
+int openflow_ha_state = 1;
+
+constexpr const char* kStageNames[12] = {
+    "Cold Boot",
+    "Warm Boot",
+    "Client Initialization",
+    "Warm Client Initialization",
+    "Active",
+    "Startup Done",
+    "Standby",
+    "Halt",
+    nullptr,
+    nullptr,
+    nullptr,
+    nullptr,
+};
+
+// The chip record of local chip `c` of this slot, as HSL would have announced it.
+of_chip_event_record warm_chip_record(uint32_t c) {
+  const ofa_hw_resources& hw = openflowAgtPcb.hw;
+  uint32_t slot = openflowAgtPcb.my_slot;
+  of_chip_event_record rec{};
+  rec.slot = slot;
+  rec.local_chip_id = c;
+  rec.ifindex = ((slot << 22) & 0x3c00000u) | 0x84000000u | ((c << 7) & 0xf80u);
+  rec.chip_type = c < SYS_MAX_CHIPS_PER_SLOT ? hw.slot_params.chips[c].type : 0;
+  return rec;
+}
+
+}  // namespace
+
+int openflowRsmInit() {
+  rsm_registration& reg = rsm_state.registration;
+  reg = rsm_registration{};
+  std::memcpy(reg.svc, of_corvu_state.rsm_svc, sizeof reg.svc);
+  std::memcpy(reg.inst, of_corvu_state.rsm_inst, sizeof reg.inst);
+  reg.group = of_corvu_state.rsm_group;
+  std::memcpy(reg.atom, of_corvu_state.rsm_atom, sizeof reg.atom);
+  reg.callbacks = &rsm_state.callbacks;
+  reg.nstages = 2;
+  reg.stages = kStages;
+  file_printf("Registering with RSM, svc: %.16s, inst: %.16s, atom: %.16s\n", reg.svc, reg.inst,
+              reg.atom);
+  of_corvu_state.rsm_group = 0;
+  int handle = rsmd_register(&reg, of_corvu_state.msgq);
+  of_corvu_state.rsm_handle = handle;
+  if (handle < 0) {
+    file_printf("Failed to register with RSM, hndl: %d\n", handle);
+    return -125;
+  }
+  rsm_state.handle = handle;
+  file_printf("Successfully registered with RSM, hndl: %d.", handle);
+  of_corvu_state.stage = OFA_STAGE_STANDBY;
+  return 0;
+}
+
+uint32_t openflowRsmRecover(uint32_t stage) {
+  file_printf("%s: called..", __func__);
+  uint32_t next = 0;
+  switch (stage) {
+    case RSM_STAGE_COLD:
+      file_printf("RSM stage COLD..");
+      rsm_state.boot_mode = rsm_state.rsm_stage = stage;
+      of_corvu_state.stage = OFA_STAGE_COLD_BOOT;
+      next = RSM_STAGE_CLIENT_INIT;
+      break;
+    case RSM_STAGE_WARM:
+      file_printf("RSM stage WARM..");
+      rsm_state.boot_mode = rsm_state.rsm_stage = stage;
+      of_corvu_state.stage = OFA_STAGE_WARM_BOOT;
+      next = RSM_STAGE_WARM_CLIENT_INIT;
+      break;
+    case RSM_STAGE_CLIENT_INIT:
+      file_printf("RSM stage CLIENT INIT..");
+      rsm_state.rsm_stage = stage;
+      of_corvu_state.stage = OFA_STAGE_CLIENT_INIT;
+      next = RSM_STAGE_ACTIVE;
+      break;
+    case RSM_STAGE_WARM_CLIENT_INIT:
+      file_printf("RSM stage WARM CLIENT INIT..");
+      rsm_state.rsm_stage = stage;
+      of_corvu_state.stage = OFA_STAGE_WARM_CLIENT_INIT;
+      next = RSM_STAGE_ACTIVE;
+      break;
+    case RSM_STAGE_ACTIVE:
+      file_printf("RSM stage ACTIVE..");
+      rsm_state.rsm_stage = stage;
+      of_corvu_state.stage = OFA_STAGE_ACTIVE;
+      if (openflowAgtPcb.hw.of_flags & OF_PROFILE) {
+        if (rsm_state.handle >= 0 && rsm_state.boot_mode == RSM_STAGE_WARM) {
+          ofa_process_warm_recovery();
+        }
+        ofa_send_register_msg();
+        file_printf("OPENFLOW Agent register with manager\n");
+      }
+      next = RSM_STAGE_DONE;
+      break;
+    case RSM_STAGE_DONE:
+      file_printf("RSM stage DONE..");
+      of_corvu_state.stage = OFA_STAGE_STARTUP_DONE;
+      next = 0;
+      break;
+    case RSM_STAGE_STANDBY:
+      file_printf("RSM stage STANDBY..");
+      rsm_state.rsm_stage = stage;
+      of_corvu_state.stage = OFA_STAGE_STANDBY;
+      next = RSM_STAGE_DONE;
+      break;
+    case RSM_STAGE_HALT:
+      file_printf("RSM stage HALT..");
+      rsm_state.rsm_stage = stage;
+      of_corvu_state.stage = OFA_STAGE_HALT;
+      next = RSM_STAGE_DONE;
+      break;
+    default:
+      of_corvu_state.stage = OFA_STAGE_UNKNOWN;
+      next = 0;
+      break;
+  }
+  file_printf("%s: Current Stage  %u, Next Stage %u\n", __func__, stage, next);
+  return next;
+}
+
+int openflowRsmRecvUpdate(void*, int, int) {
+  file_printf("%s: called..", __func__);
+  return 0;
+}
+
+int openflowRsmSendDump(void*, int version, int tid) {
+  file_printf("send dump, vers: %d, tid: %d", version, tid);
+  rsmd_notify_status(of_corvu_state.rsm_handle, 3, 0);
+  rsmd_notify_status(of_corvu_state.rsm_handle, 2, 0);
+  return 0;
+}
+
+int openflowRsmRecvDump(void*, int version, int sgno) {
+  file_printf("recv dump, vers: %d, sgno: %d", version, sgno);
+  if (!g_dump_received) {
+    file_printf("recv dump for first time");
+    g_dump_received = true;
+  } else {
+    file_printf("recv dump");
+  }
+  return 0;
+}
+
+uint32_t openflowRsmStageGet() {
+  return rsm_state.rsm_stage;
+}
+int openflowRsmHandleGet() {
+  return rsm_state.handle;
+}
+int openflowRsmBootmodeGet() {
+  return rsm_state.boot_mode != RSM_STAGE_COLD ? 1 : 0;
+}
+uint32_t openflowRsmBootmodeRaw() {
+  return rsm_state.boot_mode;
+}
+
+int openflowRsmStart() {
+  file_printf("%s: called..", __func__);
+  return 0;
+}
+
+int openflowRsmSendUpdate() {
+  file_printf("%s: called..", __func__);
+  return 0;
+}
+
+const char* openflowRsmStageName(uint32_t stage) {
+  if (stage >= 12 || !kStageNames[stage]) return "Unknown";
+  return kStageNames[stage];
+}
+
+void ofa_process_warm_recovery() {
+  uint32_t family = ofa_family();
+  if (family == OF_FAMILY_ZIM) {
+    uint32_t count = openflowAgtPcb.hw.slot_params.chip_count;
+    for (uint32_t c = 0; c < count && c < SYS_MAX_CHIPS_PER_SLOT; ++c) {
+      of_chip_event_record rec = warm_chip_record(c);
+      ofProcessChipAdd(&rec, 1);
+    }
+    return;
+  }
+  of_chip_event_record rec = warm_chip_record(0);
+  ofProcessChipAdd(&rec, 1);
+}
+
+void openflow_rsm_show(void (*cb)(const char* line)) {
+  if (!cb) return;
+  char line[96];
+  cb("OPENFLOW Corvu State Synchronization summary:\n");
+  std::snprintf(line, sizeof line, "    RSM HA %s\n",
+                openflow_ha_state == 1 ? "Enabled" : "Disabled");
+  cb(line);
+  const char* name = nullptr;
+  switch (rsm_state.rsm_stage) {
+    case RSM_STAGE_COLD:
+      name = "Cold Boot";
+      break;
+    case RSM_STAGE_WARM:
+      name = "Warm Boot";
+      break;
+    case RSM_STAGE_CLIENT_INIT:
+      name = "Client Initialization";
+      break;
+    case RSM_STAGE_HALT:
+      name = "Halt";
+      break;
+    case RSM_STAGE_STANDBY:
+      name = "Standby";
+      break;
+    case RSM_STAGE_ACTIVE: {
+      const char* boot = rsm_state.boot_mode == RSM_STAGE_COLD   ? "Cold"
+                         : rsm_state.boot_mode == RSM_STAGE_WARM ? "Warm"
+                                                                 : "Unknown";
+      std::snprintf(line, sizeof line, "    Stage: %s, Startup: %s\n", "Active", boot);
+      cb(line);
+      return;
+    }
+    default:
+      cb("    Stage: Unknown\n");
+      return;
+  }
+  std::snprintf(line, sizeof line, "    Stage: %s\n", name);
+  cb(line);
+}
+
+void openflowRsmReset() {
+  rsm_state.registration = rsm_registration{};
+  rsm_state.handle = -1;
+  rsm_state.boot_mode = 0;
+  rsm_state.rsm_stage = 0;
+  g_dump_received = false;
+}

@@ -1,0 +1,190 @@
+// Stages, registration with the stage driver, warm recovery of chips, hardware resources.
+#include "agent/rsm.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <variant>
+
+#include "agent/agent_globals.h"
+#include "chip/chip_table.h"
+#include "platform/ifindex.h"
+#include "platform/platform_file.h"
+#include "platform/rsmd.h"
+#include "platform/system.h"
+#include "platform/wire.h"
+
+namespace {
+
+ofa::platform::Platform load(const std::string& name) {
+  auto r = ofa::platform::load_platform(std::string(OFA_EXAMPLES_DIR) + "/" + name);
+  auto* p = std::get_if<ofa::platform::Platform>(&r);
+  EXPECT_NE(p, nullptr);
+  return p ? *p : ofa::platform::Platform{};
+}
+
+class Rsm : public ::testing::Test {
+ protected:
+  void use(const ofa::platform::Platform& p) {
+    ofa_sys_set(p);
+    openflowAgtPcb = openflow_agt_pcb{};
+    of_corvu_state = of_corvu_state_t{};
+    of_corvu_state.mi_sock = -1;
+    openflowAgtPcb.model = sysconModel();
+    ASSERT_EQ(ofa_get_hw_resrc_info(), 0);
+    openflowRsmReset();
+    ofResetChipTables();
+    ofInitSlotTable();
+    ASSERT_EQ(ofInitChipTable(), 0);
+  }
+  void TearDown() override {
+    ofResetChipTables();
+    rsmd_shutdown();
+    openflowRsmReset();
+    ofa_sys_set(load("ard.conf"));
+  }
+};
+
+struct StageRow {
+  uint32_t received;
+  uint32_t answer;
+  uint32_t stage;
+  uint32_t rsm_stage;  // after the call, from 1001 before it
+};
+
+class RsmStage : public Rsm, public ::testing::WithParamInterface<StageRow> {};
+
+TEST_P(RsmStage, RecoverAnswersAndSetsStage) {
+  auto p = load("ard.conf");
+  p.hw_profile = 5;  // dormant: no registration on the way
+  use(p);
+  openflowRsmRecover(RSM_STAGE_ACTIVE);
+  EXPECT_EQ(openflowRsmRecover(GetParam().received), GetParam().answer);
+  EXPECT_EQ(of_corvu_state.stage, GetParam().stage);
+  EXPECT_EQ(openflowRsmStageGet(), GetParam().rsm_stage);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, RsmStage,
+                         ::testing::Values(StageRow{1002, 1, 0, 1002}, StageRow{1003, 2, 1, 1003},
+                                           StageRow{1, 1001, 2, 1}, StageRow{2, 1001, 3, 2},
+                                           StageRow{1001, 1000, 4, 1001},
+                                           StageRow{1000, 0, 5, 1001},
+                                           StageRow{1005, 1000, 6, 1005},
+                                           StageRow{1004, 1000, 7, 1004},
+                                           StageRow{999, 0, 12, 1001}));
+
+TEST_F(Rsm, BootModeAndNames) {
+  use(load("ard.conf"));
+  EXPECT_EQ(openflowRsmBootmodeGet(), 1);  // boot mode 0 before any stage
+  openflowRsmRecover(RSM_STAGE_COLD);
+  EXPECT_EQ(openflowRsmBootmodeGet(), 0);
+  EXPECT_STREQ(openflowRsmStageName(6), "Standby");
+  EXPECT_STREQ(openflowRsmStageName(3), "Warm Client Initialization");
+  EXPECT_STREQ(openflowRsmStageName(8), "Unknown");
+  EXPECT_STREQ(openflowRsmStageName(12), "Unknown");
+}
+
+TEST_F(Rsm, RegistrationStartsInStandbyAndPostsFirstStage) {
+  for (auto boot : {ofa::platform::BootMode::cold, ofa::platform::BootMode::warm}) {
+    auto p = load("ard.conf");
+    p.boot = boot;
+    use(p);
+    MSG_Q_ID q = msgQCreate(8, 1072, 0, "t");
+    of_corvu_state.msgq = q;
+    std::memcpy(of_corvu_state.rsm_svc, "svc", 4);
+    of_corvu_state.rsm_group = 7;
+    ASSERT_EQ(openflowRsmInit(), 0);
+    EXPECT_EQ(of_corvu_state.stage, static_cast<uint32_t>(OFA_STAGE_STANDBY));
+    EXPECT_EQ(of_corvu_state.rsm_group, 0);
+    EXPECT_GE(openflowRsmHandleGet(), 0);
+    uint8_t msg[1072];
+    ASSERT_EQ(msgQReceive(q, msg, sizeof msg, 0), 20);
+    ofa::wire::Reader r(msg, sizeof msg);
+    EXPECT_EQ(r.u8_at(4), 15u);
+    EXPECT_EQ(r.u32_at(16), boot == ofa::platform::BootMode::warm ? 1003u : 1002u);
+    // The driver posts each answer as the next stage.
+    rsm_process(r.u32_at(16));
+    ASSERT_EQ(msgQReceive(q, msg, sizeof msg, 0), 20);
+    EXPECT_EQ(r.u32_at(16), boot == ofa::platform::BootMode::warm ? 2u : 1u);
+    rsmd_shutdown();
+    msgQDelete(q);
+  }
+}
+
+TEST_F(Rsm, DumpEndsWithTwoStatuses) {
+  use(load("ard.conf"));
+  of_corvu_state.rsm_handle = 1;
+  uint32_t before = rsmd_status_count();
+  EXPECT_EQ(openflowRsmSendDump(nullptr, 1, 2), 0);
+  EXPECT_EQ(rsmd_status_count(), before + 2);
+}
+
+TEST_F(Rsm, WarmRecoveryZimMakesEveryChip) {
+  use(load("zim.conf"));
+  ASSERT_EQ(openflowAgtPcb.hw.slot_params.chip_count, 3u);
+  ofa_process_warm_recovery();
+  for (uint32_t c = 0; c < 3; ++c) {
+    of_chip_entry* e = ofLookupChip(ofa::platform::flat_chip_id(2, c));
+    ASSERT_NE(e, nullptr) << c;
+    EXPECT_EQ(e->local_chip_id, c);
+    EXPECT_EQ(e->ifindex, 0x84000000u | (2u << 22) | (c << 7));
+    EXPECT_EQ(e->chip_type, 3u);
+    EXPECT_EQ(e->is_local, 1u);
+  }
+}
+
+TEST_F(Rsm, WarmRecoveryArdMakesOneChip) {
+  use(load("ard.conf"));
+  ofa_process_warm_recovery();
+  uint32_t slot = openflowAgtPcb.my_slot;
+  of_chip_entry* e = ofLookupChip(ofa::platform::flat_chip_id(slot, 0));
+  ASSERT_NE(e, nullptr);
+  EXPECT_EQ(e->ifindex, 0x84000000u | (slot << 22));
+  EXPECT_EQ(ofLookupChip(ofa::platform::flat_chip_id(slot, 1)), nullptr);
+}
+
+TEST_F(Rsm, HardwareResourcesFromTheDefault) {
+  ofa_sys_set(std::get<ofa::platform::Platform>(
+      ofa::platform::parse_platform(ofa::platform::default_platform_text(), "<default>")));
+  openflowAgtPcb = openflow_agt_pcb{};
+  openflowAgtPcb.model = sysconModel();
+  ASSERT_EQ(ofa_get_hw_resrc_info(), 0);
+  const ofa_hw_resources& hw = openflowAgtPcb.hw;
+  EXPECT_EQ(hw.of_flags & OF_PROFILE, OF_PROFILE);
+  EXPECT_EQ(hw.l2tcam_size, 4096u);
+  EXPECT_EQ(hw.iivid_min, 4000u);
+  EXPECT_EQ(hw.dflt_iivid, 4004u);
+  EXPECT_EQ(hw.dflt_mgid, 8004u);
+  EXPECT_EQ(hw.all_ports_iivid, 4005u);
+  EXPECT_EQ(hw.all_ports_mgid, 8005u);
+  EXPECT_EQ(hw.policer_end, 3960u);
+  EXPECT_EQ(hw.nhop_start, 0x10000000u);
+  EXPECT_EQ(openflowAgtPcb.my_slot, 1u);
+  EXPECT_EQ(hw.slot_params.chip_count, 1u);
+}
+
+TEST_F(Rsm, OtherHardwareProfileIsDormant) {
+  auto p = load("ard.conf");
+  p.hw_profile = 3;
+  use(p);
+  EXPECT_EQ(openflowAgtPcb.hw.of_flags & OF_PROFILE, 0);
+  EXPECT_EQ(openflowAgtPcb.hw.all_ports_iivid, 0u);
+  EXPECT_EQ(openflowAgtPcb.hw.tcam_pid, 3u);
+  openflowRsmRecover(RSM_STAGE_ACTIVE);
+  EXPECT_EQ(of_corvu_state.mi.tx_ok + of_corvu_state.mi.tx_fail, 0u);
+}
+
+TEST(Family, IndexFromModel) {
+  EXPECT_EQ(of_family_index(131), OF_FAMILY_ARD);
+  EXPECT_EQ(of_family_index(155), OF_FAMILY_ARD);
+  EXPECT_EQ(of_family_index(164), OF_FAMILY_ARD2);
+  EXPECT_EQ(of_family_index(1004), OF_FAMILY_ZIM);
+  EXPECT_EQ(of_family_index(1011), OF_FAMILY_ZIM);
+  EXPECT_EQ(of_family_index(1012), OF_FAMILY_NONE);
+  EXPECT_EQ(of_family_index(0), OF_FAMILY_NONE);
+  EXPECT_EQ(of_l2psel_reg_dflt_max[OF_FAMILY_ARD2], 145u);
+  EXPECT_EQ(of_dflt_ivid_offset[OF_FAMILY_NONE], 0u);
+}
+
+}  // namespace

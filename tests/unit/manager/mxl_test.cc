@@ -1,0 +1,210 @@
+// The manager socket: registration bytes, receive paths with their counters, the Standby gate,
+// the error queue, source slots.
+#include "manager/mxl.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "agent/rsm.h"
+#include "agent/trace.h"
+#include "platform/evrec.h"
+#include "platform/run_dir.h"
+
+namespace {
+
+struct Got {
+  uint32_t slot;
+  std::vector<uint8_t> bytes;
+};
+std::vector<Got> g_got;
+
+int handler(int, uint32_t slot, const uint8_t* buf, uint32_t size) {
+  g_got.push_back({slot, std::vector<uint8_t>(buf, buf + size)});
+  return 0;
+}
+
+int bind_dgram(const std::string& path) {
+  int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  sockaddr_un sun{};
+  sun.sun_family = AF_UNIX;
+  std::snprintf(sun.sun_path, sizeof sun.sun_path, "%s", path.c_str());
+  unlink(path.c_str());
+  if (bind(fd, reinterpret_cast<sockaddr*>(&sun), sizeof sun) != 0) {
+    close(fd);
+    return -1;
+  }
+  return fd;
+}
+
+void send_to(int fd, const std::string& path, const std::vector<uint8_t>& bytes) {
+  sockaddr_un sun{};
+  sun.sun_family = AF_UNIX;
+  std::snprintf(sun.sun_path, sizeof sun.sun_path, "%s", path.c_str());
+  ASSERT_EQ(
+      sendto(fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&sun), sizeof sun),
+      static_cast<ssize_t>(bytes.size()));
+}
+
+class Mxl : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char tmpl[] = "/tmp/ofa_mxl_XXXXXX";
+    ASSERT_NE(mkdtemp(tmpl), nullptr);
+    dir_ = tmpl;
+    setenv("OFA_RUN_DIR", dir_.c_str(), 1);
+    setenv("OFA_DEBUG_LOG", (dir_ + "/log").c_str(), 1);
+    ASSERT_EQ(openflowAgt_trace_init(), 0);
+    of_corvu_state = of_corvu_state_t{};
+    of_corvu_state.is_agent = 1;
+    of_corvu_state.stage = OFA_STAGE_ACTIVE;
+    of_corvu_state.mi_sock = -1;
+    openflowAgtPcb.my_slot = 1;
+    g_got.clear();
+    ASSERT_EQ(of_register_mxl_module(handler), 0);
+    agent_path_ = ofa::platform::pq6_path("ofmgragt", 1);
+    mp_path_ = ofa::platform::pq6_mp_path("ofmgragt");
+    mp_ = bind_dgram(mp_path_);
+    ASSERT_GE(mp_, 0);
+  }
+  void TearDown() override {
+    of_mxl_close();
+    if (mp_ >= 0) close(mp_);
+    unlink(mp_path_.c_str());
+    openflowAgt_trace_exit();
+    evrec_exit();
+    std::string cmd = "rm -rf '" + dir_ + "'";
+    ASSERT_EQ(std::system(cmd.c_str()), 0);
+    unsetenv("OFA_RUN_DIR");
+    unsetenv("OFA_DEBUG_LOG");
+  }
+  std::string log() const {
+    std::ifstream in(dir_ + "/log");
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+  }
+  int receive() { return of_mxl_process_msg(of_corvu_state.mi_sock); }
+  std::string dir_, agent_path_, mp_path_;
+  int mp_ = -1;
+};
+
+TEST_F(Mxl, RegistrationIsTwelveBytesDoubleEnvelope) {
+  EXPECT_EQ(ofa_send_register_msg(), 0);
+  uint8_t buf[64];
+  sockaddr_un from{};
+  socklen_t flen = sizeof from;
+  ssize_t n =
+      recvfrom(mp_, buf, sizeof buf, MSG_DONTWAIT, reinterpret_cast<sockaddr*>(&from), &flen);
+  ASSERT_EQ(n, 12);
+  EXPECT_EQ(std::vector<uint8_t>(buf, buf + 12),
+            (std::vector<uint8_t>{0x02, 0xc0, 0x00, 0x08, 0x02, 0xc0, 0x00, 0x04, 0, 0, 0, 1}));
+  EXPECT_EQ(std::string(from.sun_path), agent_path_);
+  EXPECT_EQ(of_corvu_state.mi.tx_ok, 1u);
+  EXPECT_NE(log().find("10003: Sent msg type MXL_MSGTYPE_OPENFLOW_LP_REGISTER_EVENT(11) of "
+                       "length 8"),
+            std::string::npos);
+}
+
+TEST_F(Mxl, DatagramFromMpAndFromSlot) {
+  send_to(mp_, agent_path_, {1, 2, 3});
+  EXPECT_EQ(receive(), 0);
+  int lp3 = bind_dgram(ofa::platform::pq6_path("ofmgragt", 3));
+  send_to(lp3, agent_path_, {4});
+  EXPECT_EQ(receive(), 0);
+  close(lp3);
+  ASSERT_EQ(g_got.size(), 2u);
+  EXPECT_EQ(g_got[0].slot, 0u);
+  EXPECT_EQ(g_got[0].bytes, (std::vector<uint8_t>{1, 2, 3}));
+  EXPECT_EQ(g_got[1].slot, 3u);
+  EXPECT_EQ(of_corvu_state.mi.rx, 2u);
+  EXPECT_EQ(openflow_mi_rxsz, 1u);
+  EXPECT_EQ(of_corvu_state.mi.msgdone, 0u);  // not on the data path
+}
+
+TEST_F(Mxl, StandbyCountsAndDrops) {
+  of_corvu_state.stage = OFA_STAGE_STANDBY;
+  send_to(mp_, agent_path_, {1});
+  EXPECT_EQ(receive(), 0);
+  EXPECT_TRUE(g_got.empty());
+  EXPECT_EQ(of_corvu_state.mi.rx, 1u);
+  of_corvu_state.stage = OFA_STAGE_UNKNOWN;  // 12 is not Standby: messages pass
+  send_to(mp_, agent_path_, {1});
+  EXPECT_EQ(receive(), 0);
+  EXPECT_EQ(g_got.size(), 1u);
+}
+
+TEST_F(Mxl, EmptyDatagramIsEndOfFile) {
+  send_to(mp_, agent_path_, {});
+  EXPECT_EQ(receive(), -121);
+  EXPECT_TRUE(g_got.empty());
+  EXPECT_EQ(of_corvu_state.mi.rx_eof, 1u);
+  EXPECT_EQ(of_corvu_state.mi.msgdone, 1u);
+  EXPECT_NE(log().find("Eof message received"), std::string::npos);
+}
+
+TEST_F(Mxl, NothingPendingWouldBlock) {
+  EXPECT_EQ(receive(), 0);
+  EXPECT_EQ(of_corvu_state.mi.rx_eagain, 1u);
+  EXPECT_EQ(of_corvu_state.mi.rx, 0u);
+}
+
+TEST_F(Mxl, MissingDestinationReportedLaterThenDataStillReceived) {
+  close(mp_);
+  mp_ = -1;
+  unlink(mp_path_.c_str());
+  uint8_t body[8] = {};
+  EXPECT_EQ(of_send_mxl_msg(of_corvu_state.mi_sock, 0, body, sizeof body), 0);
+  EXPECT_EQ(of_corvu_state.mi.tx_ok, 1u);
+  int lp3 = bind_dgram(ofa::platform::pq6_path("ofmgragt", 3));
+  send_to(lp3, agent_path_, {7});
+  EXPECT_EQ(receive(), 0);
+  close(lp3);
+  EXPECT_NE(log().find("Invalid PQ6 destination, addr = [am0 ofmgragt]"), std::string::npos);
+  ASSERT_EQ(g_got.size(), 1u);
+  EXPECT_EQ(g_got[0].slot, 3u);
+}
+
+TEST_F(Mxl, FullDestinationReportedAsHighThreshold) {
+  std::vector<uint8_t> body(2000);
+  for (int i = 0; i < 2000; ++i) {
+    ASSERT_EQ(of_send_mxl_msg(of_corvu_state.mi_sock, 0, body.data(), body.size()), 0);
+  }
+  EXPECT_EQ(receive(), 0);
+  EXPECT_NE(log().find("PQ6 Destination [am0 ofmgragt] exceeded High threshold"),
+            std::string::npos);
+  EXPECT_EQ(of_corvu_state.mi.tx_fail, 0u);
+}
+
+struct SlotCase {
+  uint16_t mask;
+  uint8_t flags;
+  uint32_t slot;
+};
+
+class MxlSlot : public ::testing::TestWithParam<SlotCase> {};
+
+TEST_P(MxlSlot, SourceSlotFromAddress) {
+  pq6_addr a{};
+  a.family = AF_PQ6;
+  a.slot_mask = GetParam().mask;
+  a.flags = GetParam().flags;
+  uint32_t slot = 99;
+  EXPECT_EQ(of_get_mxl_src_slotid(&a, &slot), 0);
+  EXPECT_EQ(slot, GetParam().slot);
+}
+
+INSTANTIATE_TEST_SUITE_P(Addresses, MxlSlot,
+                         ::testing::Values(SlotCase{0x4, 0x08, 0}, SlotCase{0x4, 0x04, 0},
+                                           SlotCase{0x4, 0x02, 3}, SlotCase{0x6, 0, 2},
+                                           SlotCase{0x400, 0, 11}, SlotCase{0x800, 0, 0},
+                                           SlotCase{0, 0, 0}));
+
+}  // namespace

@@ -1,0 +1,175 @@
+// The walk of a received datagram: order, empty datagram, bad types, overruns, empty rows.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "agent/trace.h"
+#include "manager/msg_catalogue.h"
+#include "platform/evrec.h"
+#include "platform/wire.h"
+
+namespace {
+
+struct Call {
+  uint32_t type;
+  uint32_t len;
+  std::vector<uint8_t> payload;
+  uint32_t slot;
+};
+std::vector<Call> g_calls;
+
+template <uint32_t Type>
+void record(uint32_t len, const uint8_t* msg, int, uint32_t slot) {
+  g_calls.push_back({Type, len, std::vector<uint8_t>(msg, msg + len), slot});
+}
+
+// A datagram of messages (type, payload) back to back; `len_override` replaces a length field.
+struct Msg {
+  uint32_t type;
+  std::vector<uint8_t> payload;
+  int len_override = -1;
+};
+std::vector<uint8_t> datagram(const std::vector<Msg>& msgs) {
+  std::vector<uint8_t> out;
+  for (const Msg& m : msgs) {
+    uint32_t len = m.len_override >= 0 ? static_cast<uint32_t>(m.len_override)
+                                       : static_cast<uint32_t>(m.payload.size());
+    uint8_t hdr[4];
+    ofa::wire::Writer(hdr, 4).u32(ofa_msg_hdr(m.type, len));
+    out.insert(out.end(), hdr, hdr + 4);
+    out.insert(out.end(), m.payload.begin(), m.payload.end());
+  }
+  return out;
+}
+
+class Walk : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char tmpl[] = "/tmp/ofa_walk_XXXXXX";
+    ASSERT_NE(mkdtemp(tmpl), nullptr);
+    dir_ = tmpl;
+    setenv("OFA_DEBUG_LOG", (dir_ + "/log").c_str(), 1);
+    ASSERT_EQ(openflowAgt_trace_init(), 0);
+    g_calls.clear();
+    ASSERT_EQ(ofa_set_msg_handler(MSGTYPE_OPENFLOW_FLOW_OPERATION, record<7>), 0);
+    ASSERT_EQ(ofa_set_msg_handler(MSGTYPE_OPENFLOW_GROUP_OPERATION, record<9>), 0);
+  }
+  void TearDown() override {
+    ofa_set_msg_handler(MSGTYPE_OPENFLOW_FLOW_OPERATION, nullptr);
+    ofa_set_msg_handler(MSGTYPE_OPENFLOW_GROUP_OPERATION, nullptr);
+    openflowAgt_trace_exit();
+    evrec_exit();
+    unsetenv("OFA_DEBUG_LOG");
+    std::remove((dir_ + "/log").c_str());
+    rmdir(dir_.c_str());
+  }
+  // Ids of the OFAMSG traces, in order.
+  std::vector<uint32_t> trace_ids() const {
+    std::vector<uint32_t> ids;
+    for (const auto& r : trace_module_records(ofa_trace_handle(OFAMSG)))
+      ids.push_back(r.id);
+    return ids;
+  }
+  std::string dir_;
+};
+
+int walk(const std::vector<uint8_t>& d, uint32_t slot = 0) {
+  return ofa_process_mi_msg(5, slot, d.data(), static_cast<uint32_t>(d.size()));
+}
+
+TEST_F(Walk, TwoMessagesHandledInOrder) {
+  auto d = datagram({{7, {1, 2, 3}}, {9, {4, 5}}});
+  EXPECT_EQ(walk(d, 3), 0);
+  ASSERT_EQ(g_calls.size(), 2u);
+  EXPECT_EQ(g_calls[0].type, 7u);
+  EXPECT_EQ(g_calls[0].payload, (std::vector<uint8_t>{1, 2, 3}));
+  EXPECT_EQ(g_calls[0].slot, 3u);
+  EXPECT_EQ(g_calls[1].type, 9u);
+  EXPECT_EQ(g_calls[1].len, 2u);
+  EXPECT_EQ(trace_ids(), (std::vector<uint32_t>{10001, 10001}));
+  auto recs = trace_module_records(ofa_trace_handle(OFAMSG));
+  EXPECT_EQ(recs[0].words[1], 7u);   // type
+  EXPECT_EQ(recs[0].words[2], 7u);   // message size: length + 4
+  EXPECT_EQ(recs[0].words[3], 13u);  // bytes left
+  EXPECT_EQ(recs[0].words[4], 3u);   // slot
+  EXPECT_EQ(recs[1].words[3], 6u);
+}
+
+TEST_F(Walk, EmptyDatagramDoesNothing) {
+  std::vector<uint8_t> d;
+  EXPECT_EQ(walk(d), 0);
+  EXPECT_TRUE(g_calls.empty());
+  EXPECT_TRUE(trace_ids().empty());
+}
+
+TEST_F(Walk, BadTypeAfterGoodMessage) {
+  auto d = datagram({{7, {9}}, {13, {}}});
+  EXPECT_EQ(walk(d), -119);
+  ASSERT_EQ(g_calls.size(), 1u);
+  EXPECT_EQ(trace_ids(), (std::vector<uint32_t>{10001, 10000}));
+  EXPECT_EQ(walk(datagram({{1023, {}}})), -119);
+}
+
+TEST_F(Walk, AgentToManagerTypesTracedAndDropped) {
+  for (uint32_t type : {3u, 4u, 5u, 6u, 11u}) {
+    EXPECT_EQ(ofa_set_msg_handler(type, record<3>), -1);
+    EXPECT_EQ(walk(datagram({{type, std::vector<uint8_t>(124)}})), 0);
+  }
+  EXPECT_EQ(ofa_set_msg_handler(13, record<3>), -1);
+  EXPECT_TRUE(g_calls.empty());
+  EXPECT_EQ(trace_ids().size(), 5u);
+  EXPECT_STREQ(ofa_msg_type_name(3), "MSGTYPE_OPENFLOW_FLOW_STATUS");
+}
+
+TEST_F(Walk, TypeWithoutHandlerYetIsDropped) {
+  EXPECT_EQ(walk(datagram({{0, std::vector<uint8_t>(8)}, {7, {1}}})), 0);
+  ASSERT_EQ(g_calls.size(), 1u);
+  EXPECT_EQ(g_calls[0].type, 7u);
+}
+
+struct OverrunCase {
+  const char* name;
+  std::vector<Msg> msgs;
+  size_t cut;  // bytes removed from the end of the datagram
+  size_t handled;
+};
+
+class WalkOverrun : public Walk, public ::testing::WithParamInterface<OverrunCase> {};
+
+TEST_P(WalkOverrun, EndsWithTraceAndReadsNothingBeyond) {
+  auto d = datagram(GetParam().msgs);
+  d.resize(d.size() - GetParam().cut);
+  // The datagram sits in a bigger buffer whose tail would be a valid message if it were read.
+  std::vector<uint8_t> buf = d;
+  auto tail = datagram({{9, std::vector<uint8_t>(200, 0xee)}});
+  buf.insert(buf.end(), tail.begin(), tail.end());
+  EXPECT_EQ(ofa_process_mi_msg(5, 0, buf.data(), static_cast<uint32_t>(d.size())), 0);
+  EXPECT_EQ(g_calls.size(), GetParam().handled);
+  ASSERT_FALSE(trace_ids().empty());
+  EXPECT_EQ(trace_ids().back(), 10007u);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, WalkOverrun,
+    ::testing::Values(OverrunCase{"length_past_end", {{7, {1, 2}, 100}}, 0, 0},
+                      OverrunCase{"second_runs_past", {{7, {1}}, {9, {1, 2, 3}, 60000}}, 0, 1},
+                      OverrunCase{"cut_payload", {{7, {1}}, {9, {1, 2, 3}}}, 1, 1},
+                      OverrunCase{"cut_header", {{7, {1}}, {9, {}}}, 2, 1}),
+    [](const auto& info) { return info.param.name; });
+
+TEST(Catalogue, SubTypeNames) {
+  EXPECT_STREQ(ofm_get_sub_msgtype(0), "ERROR");
+  EXPECT_STREQ(ofm_get_sub_msgtype(4), "MODIFY_FLOW ");
+  EXPECT_STREQ(ofm_get_sub_msgtype(16), "CONFIG_PROTECTED_VLAN");
+  EXPECT_STREQ(ofm_get_sub_msgtype(17), "UNKNOWN");
+  EXPECT_STREQ(ofa_msg_type_name(12), "MXL_MSGTYPE_OPENFLOW_EVT_OPERATION");
+  EXPECT_STREQ(ofa_msg_type_name(13), "Unknown");
+  EXPECT_EQ(ofa_msg_hdr(11, 8), 0x02c00008u);
+  for (uint32_t t = 0; t <= OFA_MSGTYPE_MAX; ++t)
+    EXPECT_EQ(ofa_msg_handlers[t].type, t);
+}
+
+}  // namespace

@@ -1,0 +1,397 @@
+// The HSL transport: every receive check against a fake peer, the envelope and routing block of a
+// request, the status check, the sockets against a run directory without a simulator, and the
+// event gates.
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <thread>
+
+#include "adapter/chip_req.h"
+#include "agent/rsm.h"
+#include "chip_test_env.h"
+#include "platform/msg_queue.h"
+
+namespace {
+
+using chiptest::ChipEnv;
+using chiptest::fake;
+
+// A record: header (length, type, flags 0, seq, pid 0) and `payload` bytes of 0x5A.
+std::vector<uint8_t> record(uint32_t length, uint16_t type, uint32_t seq = 1) {
+  std::vector<uint8_t> r(std::max<uint32_t>(length, 20), 0x5A);
+  ofa::wire::Writer w(r);
+  w.u32_at(0, length);
+  w.u16_at(4, type);
+  w.u16_at(6, 0);
+  w.u32_at(8, seq);
+  w.u32_at(12, 0);
+  return r;
+}
+
+std::vector<uint8_t> datagram(const std::vector<uint8_t>& first,
+                              const std::vector<uint8_t>& second) {
+  std::vector<uint8_t> d = first;
+  d.resize((d.size() + 3) / 4 * 4, 0);
+  d.insert(d.end(), second.begin(), second.end());
+  return d;
+}
+
+struct RecvCase {
+  std::string name;
+  std::vector<uint8_t> bytes;
+  int rc;
+  std::string words;  // printed
+  uint32_t payload = 0;
+};
+
+void PrintTo(const RecvCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+std::vector<uint8_t> error_record() {
+  auto e = record(36, OF_NLMSG_ERROR, 9);
+  ofa::wire::Writer w(e);
+  w.u32_at(20, static_cast<uint32_t>(-5));
+  w.u16_at(28, 203);
+  w.u32_at(32, 77);
+  return datagram(e, record(20, OF_NLMSG_DONE));
+}
+
+std::vector<uint8_t> with_length(std::vector<uint8_t> d, size_t off, uint32_t len) {
+  ofa::wire::Writer(d).u32_at(off, len);
+  return d;
+}
+
+const std::vector<RecvCase> kRecvCases = {
+    {"good", datagram(record(60, 203), record(20, OF_NLMSG_DONE)), 0, "", 40},
+    {"good_unaligned_first", datagram(record(61, 203), record(20, OF_NLMSG_DONE)), 0, "", 41},
+    {"missing_closing_record", record(60, 203), -110,
+     "Message length (0) sanity check failed, socket: test"},
+    {"closing_record_of_another_type", datagram(record(60, 203), record(20, 3)), -110,
+     "Message type is not NLMSG_DONE, socket: test"},
+    {"error_record", error_record(), -112,
+     "Received error message, error: -5, msg_type: 203, seq: 77, socket: test"},
+    {"first_length_below_header", datagram(record(12, 203), record(20, OF_NLMSG_DONE)), -110,
+     "Message length (12) sanity check failed, socket: test"},
+    {"first_length_past_datagram",
+     with_length(datagram(record(60, 203), record(20, OF_NLMSG_DONE)), 0, 500), -110,
+     "Message length (500) sanity check failed, socket: test"},
+    {"closing_length_past_rest",
+     with_length(datagram(record(60, 203), record(20, OF_NLMSG_DONE)), 60, 24), -110,
+     "Message length (20) sanity check failed, socket: test"},
+    {"closing_record_cut_short", datagram(record(60, 203), std::vector<uint8_t>(8, 0)), -110,
+     "Message length (8) sanity check failed, socket: test"},
+    {"empty_datagram", {}, -112, "Did not receive anything from socket: test"},
+};
+
+class Receive : public ChipEnv, public ::testing::WithParamInterface<RecvCase> {
+ protected:
+  void SetUp() override {
+    ChipEnv::SetUp();
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, fds_), 0);
+    ofNLSocketInit(&sock_, "test", nullptr);
+    sock_.fd = fds_[0];
+    ofa::wire::Writer(sock_.addr, sizeof sock_.addr).u32_at(8, 2);
+  }
+  void TearDown() override {
+    close(fds_[0]);
+    close(fds_[1]);
+    ChipEnv::TearDown();
+  }
+  int fds_[2] = {-1, -1};
+  ofNLSock sock_;
+};
+
+TEST_P(Receive, Checks) {
+  const RecvCase& c = GetParam();
+  ASSERT_EQ(send(fds_[1], c.bytes.data(), c.bytes.size(), 0), static_cast<ssize_t>(c.bytes.size()));
+  std::array<uint8_t, 512> buf{};
+  uint8_t* p = buf.data();
+  uint32_t size = buf.size();
+  uint32_t seq = 0;
+  uint16_t type = 0;
+  int rc = 0;
+  std::string out = printed([&] { rc = ofNLRecvMsgBlock(&sock_, &p, &size, &seq, &type); });
+  EXPECT_EQ(rc, c.rc);
+  if (!c.words.empty()) {
+    EXPECT_NE(out.find(c.words), std::string::npos) << out;
+  }
+  if (rc == 0) {
+    EXPECT_EQ(p, buf.data() + 20);
+    EXPECT_EQ(size, c.payload);
+    EXPECT_EQ(type, 203);
+    EXPECT_EQ(seq, 1u);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Datagrams, Receive, ::testing::ValuesIn(kRecvCases),
+                         [](const auto& info) { return info.param.name; });
+
+TEST_F(Receive, TruncatedDatagram) {
+  auto d = datagram(record(600, 203), record(20, OF_NLMSG_DONE));
+  send(fds_[1], d.data(), d.size(), 0);
+  std::array<uint8_t, 512> buf{};
+  uint8_t* p = buf.data();
+  uint32_t size = buf.size();
+  uint16_t type = 0;
+  std::string out =
+      printed([&] { EXPECT_EQ(ofNLRecvMsgBlock(&sock_, &p, &size, nullptr, &type), -110); });
+  EXPECT_NE(out.find("Received a truncated message from socket: test"), std::string::npos);
+}
+
+// ---- requests -----------------------------------------------------------------------------
+
+class Ioctl : public ChipEnv {};
+
+TEST_F(Ioctl, EnvelopeAndRoutingBlockOverARealSocket) {
+  int fds[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, fds), 0);
+  ofNLSetIoctlHook(nullptr);
+  ofHslCmdSock.fd = fds[0];
+  ofHslCmdSock.seq = 41;
+  std::vector<uint8_t> seen;
+  std::thread peer([&] {
+    std::array<uint8_t, 4096> in{};
+    ssize_t n = recv(fds[1], in.data(), in.size(), 0);
+    seen.assign(in.begin(), in.begin() + std::max<ssize_t>(n, 0));
+    std::vector<uint8_t> reply = seen;
+    ofa::wire::Writer(reply).u32_at(48 + 28, 0xCAFE);  // the chip's answer in place
+    send(fds[1], reply.data(), reply.size(), 0);
+  });
+  uint32_t len = of_build_region_del_all(ofNLReqArea(), 23);
+  uint32_t rsp = 0x44;
+  EXPECT_EQ(ofCosIoctl(0x84400000, nullptr, len, nullptr, &rsp), 0);
+  peer.join();
+  ASSERT_EQ(seen.size(), 36u + 48u);
+  ofa::wire::Reader r(seen);
+  EXPECT_EQ(r.u32_at(0), 84u);
+  EXPECT_EQ(r.u16_at(4), 203u);
+  EXPECT_EQ(r.u16_at(6), 0u);
+  EXPECT_EQ(r.u32_at(8), 42u);
+  EXPECT_EQ(r.u32_at(12), 0u);
+  EXPECT_EQ(r.u32_at(20), 0x84400000u);
+  EXPECT_EQ(r.u32_at(24), 0u);
+  EXPECT_EQ(r.u32_at(28), 16u);
+  EXPECT_EQ(r.u32_at(32), 0u);
+  EXPECT_EQ(r.u32_at(40), 36u + 28u);
+  EXPECT_EQ(r.u32_at(44), 0x44u);
+  EXPECT_EQ(r.u32_at(48), OF_CMD_REGION_DEL_ALL);
+  EXPECT_EQ(ofa::wire::Reader(ofNLReqArea()).u32_at(28), 0xCAFEu);  // reply read in place
+  EXPECT_EQ(ofHslCmdSock.seq, 42u);
+  // The peer goes away: the next request is not sent.
+  close(fds[1]);
+  std::string out = printed([&] { EXPECT_EQ(ofCosIoctl(1, nullptr, len, nullptr, &rsp), -111); });
+  EXPECT_NE(out.find("sendmsg failed for ofCosIoctl cmd 119996969"), std::string::npos) << out;
+  close(fds[0]);
+  ofHslCmdSock.fd = -1;
+}
+
+TEST_F(Ioctl, ChipRefusalIsMinus106) {
+  fake().fail = {0};
+  fake().fail_status = -22;
+  uint32_t len = of_build_mgid_del(ofNLReqArea(), 1);
+  std::string out =
+      printed([&] { EXPECT_EQ(ofCosIoctl(1, nullptr, len, nullptr, nullptr), -106); });
+  EXPECT_NE(out.find("Ioctl failed with error -22"), std::string::npos);
+  EXPECT_NE(out.find("sendmsg failed for ofCosIoctl cmd 86441994"), std::string::npos);
+}
+
+TEST_F(Ioctl, RequestLargerThanTheBufferIsNeverSent) {
+  uint32_t len = of_build_mgid_del(ofNLReqArea(), 1);
+  (void)len;
+  EXPECT_EQ(ofCosIoctl(1, nullptr, OF_NL_MAX_REQUEST + 4, nullptr, nullptr), -111);
+  EXPECT_TRUE(fake().requests.empty());
+  EXPECT_EQ(ofCosIoctl(1, nullptr, OF_NL_MAX_REQUEST, nullptr, nullptr), 0);
+}
+
+TEST_F(Ioctl, DceRequestReadsNoStatusAndPacketOutWithoutSocketFails) {
+  std::array<uint8_t, OF_NL_MSG_BUF_SIZE> buf{};
+  of_cos_hdr_init(std::span<uint8_t>(buf).subspan(48), 0x1234, 28, 28);
+  fake().fail = {0};
+  EXPECT_EQ(ofDceIoctl(7, buf, 28), 0);
+  ASSERT_EQ(fake().requests.size(), 1u);
+  EXPECT_EQ(ofa::wire::Reader(buf).u32_at(24), 1u);  // kind DCE
+  EXPECT_EQ(ofa::wire::Reader(buf).u32_at(44), 28u);
+  uint8_t data[4] = {1, 2, 3, 4};
+  std::string out = printed([&] { EXPECT_EQ(ofSendPktOut(1, data, 4), -111); });
+  EXPECT_NE(out.find("Failed to send msg to netlink socket"), std::string::npos);
+}
+
+// ---- sockets -----------------------------------------------------------------------------
+
+class Sockets : public ChipEnv {
+ protected:
+  void SetUp() override {
+    ChipEnv::SetUp();
+    dir_ = std::filesystem::temp_directory_path() / ("ofa-chip-test-" + std::to_string(getpid()));
+    std::filesystem::create_directories(dir_);
+    setenv("OFA_RUN_DIR", dir_.c_str(), 1);
+  }
+  void TearDown() override {
+    for (ofNLSock* s : {&ofHslEventSock, &ofHslCmdSock})
+      if (s->fd >= 0) ofNLClose(s);
+    unsetenv("OFA_RUN_DIR");
+    std::filesystem::remove_all(dir_);
+    ChipEnv::TearDown();
+  }
+  std::filesystem::path dir_;
+};
+
+TEST_F(Sockets, WithoutTheSimulatorTheCommandSocketFailsAsSocketFailure) {
+  openflowAgtPcb.lib = lib_create("chip-test");
+  openflowAgtPcb.lib->master = thread_master_create();
+  of_corvu_state.is_agent = 1;
+  int rc = 0;
+  std::string out = printed([&] { rc = ofNLInit(); });
+  EXPECT_EQ(rc, -112);
+  EXPECT_NE(out.find("Unable to bind netlink socket"), std::string::npos);
+  EXPECT_NE(out.find("socket: ofHslCmd"), std::string::npos);
+  EXPECT_GE(ofHslEventSock.fd, 0);
+  EXPECT_NE(ofHslEventSock.read_thread, nullptr);
+  EXPECT_EQ(ofHslCmdSock.fd, -1);
+  EXPECT_TRUE(std::filesystem::exists(dir_ / "hsl" / "event.1"));
+  ofa::wire::Reader addr(ofHslEventSock.addr, sizeof ofHslEventSock.addr);
+  EXPECT_EQ(addr.u16_at(0), 68u);
+  EXPECT_EQ(addr.u32_at(8), 2u);
+  // A datagram on the event path wakes the reader, which arms itself again after the failed
+  // checks.
+  int tx = socket(AF_UNIX, SOCK_DGRAM, 0);
+  sockaddr_un sa{};
+  sa.sun_family = AF_UNIX;
+  std::string path = (dir_ / "hsl" / "event.1").string();
+  std::memcpy(sa.sun_path, path.c_str(), path.size() + 1);
+  auto bad = record(60, 203);
+  ASSERT_EQ(sendto(tx, bad.data(), bad.size(), 0, reinterpret_cast<sockaddr*>(&sa), sizeof sa),
+            static_cast<ssize_t>(bad.size()));
+  close(tx);
+  thread t{};
+  ASSERT_NE(thread_fetch(openflowAgtPcb.lib, &t), nullptr);
+  out = printed([&] { thread_call(&t); });
+  EXPECT_NE(out.find("sanity check failed, socket: ofHslEvent"), std::string::npos);
+  EXPECT_NE(ofHslEventSock.read_thread, nullptr);
+  EXPECT_EQ(ofNLClose(&ofHslEventSock), 0);
+  EXPECT_EQ(ofHslEventSock.read_thread, nullptr);
+  lib_stop(openflowAgtPcb.lib);
+  openflowAgtPcb.lib = nullptr;
+}
+
+TEST_F(Sockets, BadArguments) {
+  std::string out = printed([] {
+    EXPECT_EQ(ofNLSocket(nullptr, 1), -125);
+    ofNLSock s;
+    s.fd = 5;
+    EXPECT_EQ(ofNLSocket(&s, 1), -125);
+    s.fd = -1;
+    ofNLSocketInit(&s, "x", nullptr);
+    EXPECT_EQ(ofNLSocket(&s, 9), -125);
+    EXPECT_EQ(ofNLClose(&s), -125);
+    EXPECT_EQ(ofNLClose(nullptr), -125);
+  });
+  EXPECT_NE(out.find("Passed NULL socket for socket type: 1"), std::string::npos);
+  EXPECT_NE(out.find("sockId is not -1 (but 5), for socket type: 1"), std::string::npos);
+  EXPECT_NE(out.find("Unknown client type (9) for socket: x"), std::string::npos);
+  EXPECT_NE(out.find("Invalid sock fd (-1) in socket: x"), std::string::npos);
+  EXPECT_NE(out.find("NULL sockp for close"), std::string::npos);
+  uint32_t size = 0;
+  ofNLSock s;
+  ofNLSocketInit(&s, "a-name-longer-than-thirty-two-bytes-for-sure", &size);
+  EXPECT_EQ(size, 20u);
+  EXPECT_EQ(std::string(s.name).size(), 31u);
+}
+
+// ---- events ------------------------------------------------------------------------------
+
+class Events : public ChipEnv {
+ protected:
+  static void SetUpTestSuite() {
+    q_ = msgQCreate(16, 1072, 0, "chip-test");
+    openflowRsmReset();
+    of_corvu_state.msgq = q_;
+    ASSERT_EQ(openflowRsmInit(), 0);  // a handle; the stage is Standby now
+  }
+  static void TearDownTestSuite() {
+    openflowRsmReset();
+    msgQDelete(q_);
+  }
+  void SetUp() override {
+    ChipEnv::SetUp();
+    openflowRsmRecover(1002);  // a cold start: events pass
+  }
+  static std::vector<uint8_t> event(uint32_t cls, uint32_t ev, uint32_t slot, size_t size = 512) {
+    std::vector<uint8_t> p(size, 0);
+    ofa::wire::Writer w(p);
+    w.u32_at(8, cls);
+    if (ev == OF_HSL_EVENT_CHIP_UP || ev == OF_HSL_EVENT_CHIP_DOWN) {
+      of_chip_event_record rec;
+      rec.event = ev;
+      rec.slot = slot;
+      rec.ifindex = ofa::platform::chip_ifindex(slot, 0);
+      std::vector<uint8_t> raw(OF_CHIP_EVENT_RECORD_SIZE);
+      of_chip_event_encode(rec, raw);
+      std::copy_n(raw.begin(), std::min(raw.size(), p.size() - 28), p.begin() + 28);
+    } else {
+      w.u32_at(28, ev);
+      w.u32_at(32, slot);
+    }
+    return p;
+  }
+  static int deliver(std::vector<uint8_t> p) {
+    return ofProcessHslEvent(p.data(), static_cast<uint32_t>(p.size()), 0, 203);
+  }
+  static inline MSG_Q_ID q_ = nullptr;
+};
+
+TEST_F(Events, ChipAndSlotEventsReachTheTables) {
+  EXPECT_EQ(deliver(event(2, OF_HSL_EVENT_CHIP_UP, 1)), 0);
+  ASSERT_NE(ofLookupChip(32), nullptr);
+  EXPECT_EQ(fake().requests.size(), 10u);                        // cold: no delete first
+  EXPECT_EQ(deliver(event(2, OF_HSL_EVENT_SLOT_UP, 0x301)), 0);  // the low byte is the slot
+  EXPECT_EQ(ofLookupSlot(1)->state, 1u);
+  EXPECT_EQ(deliver(event(2, OF_HSL_EVENT_SLOT_DOWN, 1)), 0);
+  EXPECT_EQ(ofLookupSlot(1)->state, 0u);
+  std::string out = printed([] {
+    deliver(event(2, OF_HSL_EVENT_CHIP_DOWN, 1));
+    deliver(event(2, 7, 1));
+    deliver(event(2, 42, 1));
+  });
+  EXPECT_NE(out.find("Ignoring chip down for chip 1/0"), std::string::npos);
+  EXPECT_NE(out.find("Unknown event 42 from HSL"), std::string::npos);
+  EXPECT_EQ(out.find("Unknown event 7"), std::string::npos);
+  EXPECT_NE(ofLookupChip(32), nullptr);
+}
+
+TEST_F(Events, ShortChipRecordIsReadZeroFilled) {
+  EXPECT_EQ(deliver(event(2, OF_HSL_EVENT_CHIP_UP, 1, 28 + 24)), 0);
+  EXPECT_NE(ofLookupChip(32), nullptr);
+  EXPECT_EQ(deliver(std::vector<uint8_t>(16, 0)), 0);  // too short even for the class
+}
+
+struct Gate {
+  const char* name;
+  void (*set)();
+};
+
+TEST_F(Events, GatesDropEverything) {
+  const Gate gates[] = {
+      {"other class", [] {}},
+      {"standby", [] { of_corvu_state.stage = OFA_STAGE_STANDBY; }},
+      {"warm boot", [] { openflowRsmRecover(1003); }},
+  };
+  for (const auto& g : gates) {
+    Reset(1);
+    openflowRsmRecover(1002);
+    g.set();
+    uint32_t cls = std::string(g.name) == "other class" ? 3 : 2;
+    std::string out = printed([&] { EXPECT_EQ(deliver(event(cls, OF_HSL_EVENT_CHIP_UP, 1)), 0); });
+    EXPECT_EQ(ofLookupChip(32), nullptr) << g.name;
+    EXPECT_TRUE(fake().requests.empty()) << g.name;
+    EXPECT_EQ(out.find("Received Chip Up"), std::string::npos) << g.name;
+  }
+  openflowRsmRecover(1002);
+}
+
+}  // namespace

@@ -1,0 +1,181 @@
+// The interface table: adds with and without a chip, the fake chip up, duplicates, deletes, the
+// walk, the index decoders and the physical order.
+#include "adapter/chip_req.h"
+#include "chip_test_env.h"
+#include "foundation/avl_tree.h"
+
+namespace {
+
+using chiptest::ChipEnv;
+using chiptest::fake;
+using ofa::platform::port_ifindex;
+
+class IfTable : public ChipEnv {
+ protected:
+  void SetUp() override {
+    Reset(2);
+    auto rec = chip_rec(1, 0);
+    ofProcessChipAdd(&rec, 0);
+    fake().requests.clear();
+  }
+};
+
+TEST_F(IfTable, PhysicalPortIsTiedToItsChip) {
+  of_if_entry* e = nullptr;
+  std::string out = printed([&] { e = ofProcessPortAdd(port_ifindex(1, 3), "ethernet1/3", 3); });
+  ASSERT_NE(e, nullptr);
+  EXPECT_EQ(e->chip, ofLookupChip(32));
+  EXPECT_EQ(e->is_local, 1u);
+  EXPECT_EQ(e->port_db_index, 2);
+  EXPECT_STREQ(e->ifName, "ethernet1/3");
+  EXPECT_NE(e->evt_tree, nullptr);
+  EXPECT_EQ(of_dlist_count(&ofLookupChip(32)->ports), 1);
+  EXPECT_EQ(ofLookupIfEntrybyPortId(3), e);
+  EXPECT_NE(out.find("Added Interface ethernet1/3 port_id 3 is_local 1 ifindex: 0x18418000"),
+            std::string::npos);
+  EXPECT_TRUE(fake().requests.empty());
+}
+
+TEST_F(IfTable, LogicalInterfaceHasNoChipAndNoValidation) {
+  of_if_entry* e = ofProcessPortAdd(0xF4000001, "lag1", 200);  // type 61
+  ASSERT_NE(e, nullptr);
+  EXPECT_EQ(e->chip, nullptr);
+  e = ofProcessPortAdd(0x38400000, "chip-port", 201);  // type 14: not a front-panel port
+  ASSERT_NE(e, nullptr);
+  EXPECT_EQ(e->chip, nullptr);
+}
+
+TEST_F(IfTable, SamePortIdTwiceKeepsTheFirst) {
+  of_if_entry* first = ofProcessPortAdd(port_ifindex(1, 3), "ethernet1/3", 3);
+  std::string out =
+      printed([&] { EXPECT_EQ(ofProcessPortAdd(port_ifindex(1, 4), "other", 3), nullptr); });
+  EXPECT_NE(out.find("ifEntry already exists for interface other"), std::string::npos);
+  EXPECT_EQ(ofLookupIfEntrybyPortId(3), first);
+  EXPECT_STREQ(first->ifName, "ethernet1/3");
+  EXPECT_EQ(of_get_port_count(), 1);
+}
+
+TEST_F(IfTable, UnknownChipIsMadeOnceThroughTheWarmPath) {
+  static int chip_ups;
+  chip_ups = 0;
+  openflow_modules[3].chip_up = [](of_chip_entry*) { return ++chip_ups, 0; };
+  std::string out = printed(
+      [&] { ASSERT_NE(ofProcessPortAdd(port_ifindex(1, 30), "ethernet1/30", 30), nullptr); });
+  EXPECT_NE(out.find("Unknown chip 33 for port add ethernet1/30"), std::string::npos);
+  of_chip_entry* c = ofLookupChip(33);
+  ASSERT_NE(c, nullptr);
+  EXPECT_EQ(ofLookupIfEntrybyPortId(30)->chip, c);
+  EXPECT_EQ(chip_ups, 1);
+  ASSERT_FALSE(fake().requests.empty());
+  EXPECT_EQ(fake().requests[0].command, OF_CMD_REGION_DEL_ALL);
+  EXPECT_EQ(fake().requests[0].target, ofa::platform::chip_ifindex(1, 1));
+  size_t sent = fake().requests.size();
+  ASSERT_NE(ofProcessPortAdd(port_ifindex(1, 31), "ethernet1/31", 31), nullptr);
+  EXPECT_EQ(chip_ups, 1);
+  EXPECT_EQ(fake().requests.size(), sent);
+  EXPECT_EQ(of_dlist_count(&c->ports), 2);
+}
+
+TEST_F(IfTable, PortOfNoChipOfThePlatformIsRefused) {
+  std::string out = printed(
+      [&] { EXPECT_EQ(ofProcessPortAdd(port_ifindex(1, 90), "ethernet1/90", 90), nullptr); });
+  EXPECT_NE(out.find("Unable to derive chip index from ifindex for port ethernet1/90"),
+            std::string::npos);
+  EXPECT_EQ(of_get_port_count(), 0);
+}
+
+TEST_F(IfTable, PortDbIndexWraps) {
+  EXPECT_EQ(ofProcessPortAdd(0xF4000001, "a", 0)->port_db_index, -1);
+  EXPECT_EQ(ofProcessPortAdd(0xF4000002, "b", 290)->port_db_index, 0);
+  EXPECT_EQ(ofProcessPortAdd(0xF4000003, "c", 289)->port_db_index, 288);
+}
+
+TEST_F(IfTable, WalkFromTheHighestPortIdAndDeleteWhileWalking) {
+  for (uint16_t id : {5, 1, 9, 3})
+    ofProcessPortAdd(port_ifindex(1, id), "p", id);
+  std::vector<uint16_t> seen;
+  avl_node* cur = nullptr;
+  for (of_if_entry* e = of_get_first_port(&cur); e;) {
+    seen.push_back(e->port_id);
+    of_if_entry* next = of_get_next_port(&cur);
+    ofProcessPortDelete(e->ifIndex, e->port_id);
+    e = next;
+  }
+  EXPECT_EQ(seen, (std::vector<uint16_t>{9, 5, 3, 1}));
+  EXPECT_EQ(of_get_port_count(), 0);
+  EXPECT_TRUE(of_dlist_empty(&ofLookupChip(32)->ports));
+  avl_node* null_cursor = nullptr;
+  EXPECT_EQ(of_get_next_port(&null_cursor), nullptr);
+  EXPECT_EQ(of_get_next_port(nullptr), nullptr);
+}
+
+TEST_F(IfTable, DeleteOfAnUnknownPortIsNoError) {
+  EXPECT_EQ(ofProcessPortDelete(port_ifindex(1, 3), 77), 0);
+}
+
+TEST_F(IfTable, LookupByInterfaceIndexFindsNothingUseful) {
+  ofProcessPortAdd(port_ifindex(1, 3), "ethernet1/3", 3);
+  EXPECT_EQ(ofLookupIfEntry(port_ifindex(1, 3)), nullptr);
+}
+
+TEST_F(IfTable, Show) {
+  ofProcessPortAdd(port_ifindex(1, 3), "ethernet1/3", 3);
+  ofProcessPortAdd(0xF4000001, "lag1", 200);
+  static std::string text;
+  text.clear();
+  of_show_ifTable([](const char* s) { text += s; });
+  EXPECT_NE(text.find("Interface Name  ifIndex    ChipId     ChipIfIndex\n"), std::string::npos);
+  EXPECT_NE(
+      text.find("ethernet1/3\tifindex = 0x18418000, ChipId = 32, Chip IfIndex = 0x84400000\n"),
+      std::string::npos);
+  EXPECT_NE(text.find("lag1\tifindex = 0xf4000001, ChipId = -1, Chip IfIndex = 0x00000000\n"),
+            std::string::npos);
+  EXPECT_LT(text.find("Chip 32 (1/0):"), text.find("Interface Name"));
+  EXPECT_EQ(ofInitIfClis(7), 7);
+}
+
+// ---- decoders and order ------------------------------------------------------------------
+
+TEST(IfIndexDecode, PortNumberByType) {
+  struct Case {
+    uint32_t ifindex;
+    int32_t port;
+  };
+  const Case cases[] = {
+      {port_ifindex(1, 3), 3},
+      {(26u << 26) | (2u << 22) | (100u << 15), 100},
+      {(32u << 26) | (5u << 15), 5},
+      {(62u << 26) | (0x3FFu << 10), 0x3FF},
+      {(61u << 26) | (0xABu << 12), 0xAB},
+      {(14u << 26) | (1u << 22), -1},
+      {(30u << 26), -1},
+      {(3u << 26) | (1u << 21) | (2u << 13), -1},  // no mapped transceiver table here
+      {(33u << 26) | 5u, -1},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(of_if_port_num(c.ifindex), c.port) << std::hex << c.ifindex;
+}
+
+TEST(IfIndexDecode, PhysicalOrder) {
+  auto cmp = [](uint32_t a, uint32_t b) {
+    of_if_entry x, y;
+    x.ifIndex = a;
+    y.ifIndex = b;
+    return ofCmpIfEntry(&x, &y);
+  };
+  // Types: b - a, so a larger type of b gives a positive answer.
+  EXPECT_EQ(cmp(port_ifindex(1, 1), (26u << 26)), 20);
+  // Slots and ports: the opposite sense of types.
+  EXPECT_EQ(cmp(port_ifindex(2, 1), port_ifindex(1, 9)), 1);
+  EXPECT_EQ(cmp(port_ifindex(1, 9), port_ifindex(2, 1)), -1);
+  EXPECT_EQ(cmp(port_ifindex(1, 9), port_ifindex(1, 3)), 1);
+  EXPECT_EQ(cmp(port_ifindex(1, 3), port_ifindex(1, 9)), -1);
+  EXPECT_EQ(cmp(port_ifindex(1, 3), port_ifindex(1, 3)), 0);
+  // Types without a slot: the raw indexes decide.
+  EXPECT_EQ(cmp(0x08000005, 0x08000001), 1);
+  EXPECT_EQ(cmp(0x08000001, 0x08000005), -1);
+  // Type 33 orders by the low 16 bits within a slot.
+  EXPECT_EQ(cmp(0x84400010, 0x84400002), 1);
+}
+
+}  // namespace

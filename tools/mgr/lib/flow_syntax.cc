@@ -521,6 +521,11 @@ Result<FlowMsg> parse_flow(std::span<const std::string> words) {
     for (auto& mem : m.members)
       mem.length = *b.member_len;
   }
+  if (m.version == 1) {  // version 1 tells a set VLAN by the tag state alone
+    for (auto& mem : m.members)
+      mem.action_bits &= kActMemberFlag;
+  }
+  if (!m.member_count_override) m.member_count = static_cast<uint16_t>(m.members.size());
   return std::move(m);
 }
 

@@ -430,6 +430,7 @@ Result<GroupMsg> parse_group(std::span<const std::string> w) {
   });
   if (!e) e = require(rest, "group " + w[0], {"id"});
   if (e) return R::fail(*e);
+  if (!g.bucket_count_override) g.bucket_count = static_cast<uint32_t>(g.buckets.size());
   return g;
 }
 

@@ -1,0 +1,200 @@
+// Refusals: every bad scenario line is reported as "file:line: reason", and the decoders refuse
+// short, over-long and inconsistent messages with a reason that names what is wrong.
+#include <gtest/gtest.h>
+
+#include "codec.h"
+#include "frame.h"
+#include "scenario.h"
+
+namespace ofa::mgr {
+namespace {
+
+struct BadLine {
+  const char* line;
+  const char* reason;  // a part of the reason
+};
+
+class SyntaxErrors : public ::testing::TestWithParam<BadLine> {};
+
+// The bad line stands third, after a comment and a good line, so the number must be 3.
+TEST_P(SyntaxErrors, NameTheFileAndLine) {
+  std::string text =
+      "# scenario\nvlan add vlan=1 iivid=2\n" + std::string(GetParam().line) + "\nsleep 1\n";
+  auto sc = parse_scenario(text, "bad.scn", {});
+  ASSERT_FALSE(sc.ok()) << GetParam().line;
+  EXPECT_TRUE(sc.error().starts_with("bad.scn:3: ")) << sc.error();
+  EXPECT_NE(sc.error().find(GetParam().reason), std::string::npos) << sc.error();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, SyntaxErrors,
+    ::testing::Values(
+        BadLine{"frobnicate 3", "unknown operation 'frobnicate'"},
+        BadLine{"flow", "flow: what to do?"},
+        BadLine{"flow launch id=1", "unknown operation 'launch'"},
+        BadLine{"flow add priority=1 actions=drop", "needs id="},
+        BadLine{"flow add id=1", "needs actions="},
+        BadLine{"flow add id=x actions=drop", "id: 'x' is not a number"},
+        BadLine{"flow add id=1 in_port=289 actions=drop", "in_port: 289 is out of range"},
+        BadLine{"flow add id=1 dl_vlan=4096 actions=drop", "dl_vlan: 4096 is out of range"},
+        BadLine{"flow add id=1 dl_dst=00:11:22 actions=drop", "not a MAC address"},
+        BadLine{"flow add id=1 nw_src=10.0.0/8 actions=drop", "not an IPv4 address"},
+        BadLine{"flow add id=1 nw_src=10.0.0.0/33 actions=drop", "33 is out of range"},
+        BadLine{"flow add id=1 colour=red actions=drop", "unknown flow field 'colour'"},
+        BadLine{"flow add id=1 bogus actions=drop", "'bogus' is neither a match field"},
+        BadLine{"flow add id=1 actions=output:300", "output: 300 is out of range"},
+        BadLine{"flow add id=1 actions=teleport:3", "unknown action 'teleport:3'"},
+        BadLine{"flow add id=1 actions=output", "output needs a value"},
+        BadLine{"flow add id=1 actions=drop,output:3", "drop cannot be combined"},
+        BadLine{"flow add id=1 version=1 actions=group:3", "group needs version 4"},
+        BadLine{"flow add id=1 version=2 actions=output:3", "need version 1 or 4"},
+        BadLine{"flow add id=1 actions=output:1 actions=output:2", "actions= given twice"},
+        BadLine{"group add type=all bucket=output:1", "group add needs id="},
+        BadLine{"group add id=1 type=fancy", "group type"},
+        BadLine{"group add id=1 bucket=vlan:3", "bucket needs output:"},
+        BadLine{"group add id=1 bucket=output:1,weight:2", "unknown item 'weight:2'"},
+        BadLine{"meter add id=1", "needs band="},
+        BadLine{"meter add id=1 band=type=dscp_remark,rate=3", "needs a drop band"},
+        BadLine{"meter add id=1 band=type=drop,rate=1 band=type=drop,rate=2", "second drop band"},
+        BadLine{"meter add id=1 band=type=laser", "band type 'laser'"},
+        BadLine{"vlan add vlan=100", "vlan add needs iivid="},
+        BadLine{"vlan add vlan=100 iivid=5 colour=red", "vlan: unknown field 'colour'"},
+        BadLine{"port-vlan add port=3", "needs vlan="},
+        BadLine{"evt add iivid=3", "evt add needs port="},
+        BadLine{"port enable", "needs the port id(s)"},
+        BadLine{"port enable 3-1", "runs backwards"},
+        BadLine{"port online 3 4", "takes one port id"},
+        BadLine{"port enable 3 ifname=abcdefghijabcdefghijabcdefghijabc", "longer than 31"},
+        BadLine{"default-action flood", "controller or drop"},
+        BadLine{"openflow maybe", "enable or disable"},
+        BadLine{"config add=1", "config needs sub="},
+        BadLine{"raw 01c", "odd number of hex digits"}, BadLine{"raw zz", "'z' is not a hex digit"},
+        BadLine{"raw", "no bytes given"}, BadLine{"wait for-godot", "only 'wait registration'"},
+        BadLine{"wait registration timeout=soon", "not a duration"},
+        BadLine{"expect status 10", "needs a flow id and success"},
+        BadLine{"expect status 10 maybe", "'maybe' is not success, failure or pseudo"},
+        BadLine{"expect status 10 failure text \"x\"", "text ~"},
+        BadLine{"expect registration", "only 'expect status"},
+        BadLine{"sleep", "needs one duration"}, BadLine{"sleep -1", "not a duration"},
+        BadLine{"vlan add vlan=\"100 iivid=3", "unterminated quote"},
+        BadLine{"end", "'end' without 'pack'"}));
+
+TEST(SyntaxErrors, PackBlocks) {
+  auto unclosed = parse_scenario("\npack\nvlan add vlan=1 iivid=2\n", "p", {});
+  ASSERT_FALSE(unclosed.ok());
+  EXPECT_EQ(unclosed.error(), "p:2: pack without 'end'");
+  auto mixed = parse_scenario("pack\nsleep 1\nend\n", "p", {});
+  ASSERT_FALSE(mixed.ok());
+  EXPECT_TRUE(mixed.error().starts_with("p:2: only messages go into a pack")) << mixed.error();
+  auto empty = parse_scenario("pack\n# nothing\nend\n", "p", {});
+  ASSERT_FALSE(empty.ok());
+  EXPECT_TRUE(empty.error().starts_with("p:3: empty pack")) << empty.error();
+}
+
+TEST(SyntaxErrors, CommentsBlankLinesAndQuotedHashesAreFine) {
+  auto sc = parse_scenario(
+      "  # indented comment\n\n\t\nflow add id=1 actions=drop # trailing comment\n"
+      "expect status 1 failure text ~ \"# not a comment\" timeout=250ms\n",
+      "ok", {});
+  ASSERT_TRUE(sc.ok()) << sc.error();
+  ASSERT_EQ(sc.value().steps.size(), 2u);
+  EXPECT_EQ(sc.value().steps[0].line, 4);
+  const auto& e = std::get<ExpectStatusStep>(sc.value().steps[1].action);
+  EXPECT_EQ(e.text, "# not a comment");
+  EXPECT_DOUBLE_EQ(*e.timeout, 0.25);
+}
+
+// ---- decoder refusals -------------------------------------------------------------------
+
+struct BadDatagram {
+  const char* name;
+  std::vector<uint8_t> bytes;
+  const char* reason;
+};
+
+std::vector<uint8_t> with_header(uint32_t type, size_t body, size_t length_field) {
+  test::Frame f(4 + body);
+  f.u32(0, (type << 22) | static_cast<uint32_t>(length_field));
+  return f.b;
+}
+
+class DecodeErrors : public ::testing::TestWithParam<BadDatagram> {};
+
+TEST_P(DecodeErrors, RefuseWithAReason) {
+  auto d = decode_datagram(GetParam().bytes);
+  ASSERT_FALSE(d.empty());
+  ASSERT_TRUE(std::holds_alternative<DecodeError>(d.back()));
+  EXPECT_NE(std::get<DecodeError>(d.back()).reason.find(GetParam().reason), std::string::npos)
+      << std::get<DecodeError>(d.back()).reason;
+}
+
+std::vector<uint8_t> meter_stats_count(uint32_t n) {
+  auto b = with_header(4, 1732, 1732);
+  test::Frame f(0);
+  f.b = b;
+  f.u32(4, n);
+  return f.b;
+}
+
+std::vector<uint8_t> bad_register() {
+  test::Frame f(12);
+  f.u32(0, (11u << 22) | 8).u32(4, (11u << 22) | 5).u32(8, 1);
+  return f.b;
+}
+
+std::vector<uint8_t> flow_member_past_end() {
+  test::Frame f(4 + 240);
+  f.u32(0, (7u << 22) | 240).u8(4 + 8, 4).u16(4 + 136, 1);  // one v4 member in 4 bytes
+  return f.b;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Datagrams, DecodeErrors,
+    ::testing::Values(
+        BadDatagram{"short_header", {0x00, 0xc0}, "too short for a 4-byte header"},
+        BadDatagram{"bad_type", {0x03, 0x40, 0x00, 0x00}, "type 13 is not a message type"},
+        BadDatagram{"overrun", with_header(3, 10, 124), "overruns the datagram (10 bytes left)"},
+        BadDatagram{"status_short", with_header(3, 120, 120),
+                    "flow status: body of 120 bytes, too short: expected 124"},
+        BadDatagram{"status_long", with_header(3, 130, 130), "too long: expected 124"},
+        BadDatagram{"register_long", with_header(11, 12, 12), "registration: body of 12"},
+        BadDatagram{"register_inner", bad_register(), "is not type 11 of length 4"},
+        BadDatagram{"flow_stats_short", with_header(5, 24, 24), "flow statistics"},
+        BadDatagram{"queue_stats_long", with_header(6, 336, 336), "queue statistics"},
+        BadDatagram{"meter_stats_short", with_header(4, 1700, 1700), "meter statistics"},
+        BadDatagram{"meter_stats_count", meter_stats_count(28), "count 28 exceeds the 27"},
+        BadDatagram{"flow_short", with_header(7, 200, 200), "needs at least 236"},
+        BadDatagram{"flow_member", flow_member_past_end(), "member 0 at offset 236 needs 80"},
+        BadDatagram{"group_short", with_header(9, 1055, 1055), "group operation"},
+        BadDatagram{"meter_short", with_header(2, 39, 39), "needs at least 40"},
+        BadDatagram{"config_short", with_header(0, 3719, 3719), "needs at least 3720"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(DecodeErrors, MessagesBeforeABadOneAreKept) {
+  auto b = encode(RegisterMsg{3}).value();
+  b.insert(b.end(), {0xff, 0xff, 0x00, 0x00});
+  auto d = decode_datagram(b);
+  ASSERT_EQ(d.size(), 2u);
+  EXPECT_EQ(std::get<Message>(d[0]), Message{RegisterMsg{3}});
+  EXPECT_EQ(std::get<DecodeError>(d[1]).offset, 12u);
+  EXPECT_TRUE(decode_datagram({}).empty());
+}
+
+TEST(EncodeErrors, LimitsOfTheMessages) {
+  GroupMsg g;
+  g.buckets.resize(65);
+  EXPECT_NE(encode(g).error().find("room for 64"), std::string::npos);
+  MeterStatsMsg ms;
+  ms.records.resize(28);
+  EXPECT_NE(encode(ms).error().find("room for 27"), std::string::npos);
+  FlowMsg f;
+  f.version = 3;
+  f.members.resize(1);
+  EXPECT_NE(encode(f).error().find("no action member layout"), std::string::npos);
+  FlowMsg big;
+  big.members.resize(900);
+  EXPECT_NE(encode(big).error().find("exceed the 65535"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace ofa::mgr

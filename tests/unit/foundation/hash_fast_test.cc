@@ -1,0 +1,428 @@
+// hashFastGeneric: size rule, insert/replace, second level conversion and folding, set-up
+// refusals, every walk (skip, limits, stop bit, deletion in the callback, resuming, fractions,
+// sorted), key-order lookups, freeing.
+#include "foundation/hash_fast.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numeric>
+#include <set>
+#include <string>
+
+#include "hash_helpers.h"
+
+namespace {
+
+using namespace hash_helpers;
+
+std::vector<Item> make_items(uint32_t n) {
+  std::vector<Item> items(n);
+  for (uint32_t i = 0; i < n; ++i)
+    items[i] = {i, i * 10};
+  return items;
+}
+
+std::string captured(const std::function<void()>& fn) {
+  testing::internal::CaptureStdout();
+  fn();
+  return testing::internal::GetCapturedStdout();
+}
+
+TEST(HashSizeRule, RoundsToOddNotDivisibleBy3_5_7) {
+  struct Case {
+    uint32_t in, out;
+  };
+  for (Case c : {Case{100, 101}, Case{9, 11}, Case{1, 1}, Case{0, 1}, Case{2, 11}, Case{12, 13},
+                 Case{120, 121}, Case{4096, 4097}}) {
+    EXPECT_EQ(hashFastGenericRoundSize(c.in), c.out) << c.in;
+  }
+  for (uint32_t req : {100u, 9u, 1u}) {
+    hashFastGeneric* t = hashFastGenericCreate(req, get_key, compare, nullptr);
+    EXPECT_EQ(t->size, hashFastGenericRoundSize(req));
+    hashFastGenericDestroy(t);
+  }
+}
+
+TEST(HashCreate, NeedsCompare) {
+  EXPECT_EQ(
+      captured([] { EXPECT_EQ(hashFastGenericCreate(10, get_key, nullptr, nullptr), nullptr); }),
+      "Error! hashFastGenericCreate(key_data_compare=NULL)\n");
+}
+
+TEST(HashNull, NullAndEmptyTablesAnswerZero) {
+  void* data = nullptr;
+  EXPECT_EQ(hashFastGenericInsert(nullptr, 1, &data), 0);
+  EXPECT_EQ(hashFastGenericGet(nullptr, 1, &data), 0);
+  EXPECT_EQ(hashFastGenericDelete(nullptr, 1, nullptr), 0);
+  EXPECT_EQ(hashFastGenericGetTableEntries(nullptr), 0u);
+  EXPECT_EQ(hashFastGenericTraverseUnsorted(nullptr, Collect::fn, 0, 10, nullptr), 0u);
+  hashFastGeneric* t = hashFastGenericCreate(10, get_key, compare, nullptr);
+  EXPECT_EQ(hashFastGenericGet(t, 1, &data), 0);
+  EXPECT_EQ(hashFastGenericGetSmallestKey(t, &data), 0);
+  EXPECT_EQ(hashFastGenericGetRandomData(t, &data), 0);
+  EXPECT_EQ(hashFastGenericGetReturnIndex(t, 1, &data), -1);
+  EXPECT_EQ(hashFastGenericGetAllocator(t), &os_malloc_allocator);
+  hashFastGenericDestroy(t);
+}
+
+TEST(HashInsert, ReplaceKeepsTheNode) {
+  hashFastGeneric* t = hashFastGenericCreate(10, get_key, compare, nullptr);
+  Item a{5, 1}, b{5, 2};
+  EXPECT_EQ(hashFastGenericInsert(t, 5, &a), 1);
+  hash_node* before = nullptr;
+  ASSERT_EQ(hashFastGenericGetLink(t, 5, &before), 1);
+  EXPECT_EQ(hashFastGenericInsert(t, 5, &b), 2);
+  hash_node* after = nullptr;
+  ASSERT_EQ(hashFastGenericGetLink(t, 5, &after), 1);
+  EXPECT_EQ(before, after);
+  EXPECT_EQ(after->data, &b);
+  EXPECT_EQ(hashFastGenericGetTableEntries(t), 1u);
+  void* out = nullptr;
+  EXPECT_EQ(hashFastGenericDelete(t, 5, &out), 1);
+  EXPECT_EQ(out, &b);
+  EXPECT_EQ(hashFastGenericDelete(t, 5, nullptr), 0);
+  hashFastGenericDestroy(t);
+}
+
+TEST(HashInsert, ReturnIndexIsBucketPlusPosition) {
+  hashFastGeneric* t = hashFastGenericCreate(11, get_key, compare, identity_hash);
+  auto items = make_items(30);
+  for (uint32_t k : {3u, 14u, 25u})
+    hashFastGenericInsert(t, k, &items[k]);  // bucket 3
+  void* out = nullptr;
+  EXPECT_EQ(hashFastGenericGetReturnIndex(t, 25, &out), 3);  // pushed last: head of the chain
+  EXPECT_EQ(hashFastGenericGetReturnIndex(t, 3, &out), 5);
+  EXPECT_EQ(out, &items[3]);
+  EXPECT_EQ(hashFastGenericGetReturnIndex(t, 4, &out), -1);
+  hashFastGenericDestroy(t);
+}
+
+TEST(HashInsert, OutOfNodesGivesZero) {
+  static bool fail = false;
+  static mem_allocator flaky = {
+      [](size_t size, mem_allocator*) { return fail ? nullptr : std::malloc(size); },
+      [](void* p, mem_allocator*) { std::free(p); }};
+  hashFastGeneric* t = hashFastGenericCreate2(1, get_key, compare, nullptr, &flaky);
+  auto items = make_items(3);
+  EXPECT_EQ(hashFastGenericInsert(t, 0, &items[0]), 1);  // the first block holds 1 node
+  fail = true;
+  uint32_t failures = hash_dy_malloc_failure_num;
+  EXPECT_EQ(hashFastGenericInsert(t, 1, &items[1]), 0);
+  EXPECT_EQ(hash_dy_malloc_failure_num, failures + 1);
+  fail = false;
+  EXPECT_EQ(hashFastGenericInsert(t, 1, &items[1]), 1);
+  hashFastGenericDestroy(t);
+}
+
+class SecondHash : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    t_ = hashFastGenericCreate(50, get_key, compare, zero_hash);  // every key in bucket 0
+    ASSERT_EQ(hashFastGenericEnableFastSparseTraverse(t_), 1);
+    hashFastGenericEnable2ndHash(t_, 10, 10, identity_hash);
+    ASSERT_NE(t_->bucket_counts, nullptr);
+    items_ = make_items(200);
+  }
+  void TearDown() override { hashFastGenericDestroy(t_); }
+  bool converted() const { return (t_->bucket_counts[0] & HASH_BUCKET_2ND_LEVEL) != 0; }
+  hashFastGeneric* t_ = nullptr;
+  std::vector<Item> items_;
+};
+
+TEST_F(SecondHash, ConvertsAtThresholdPlusOneAndFoldsWhenEmpty) {
+  EXPECT_EQ(t_->size2, 11);
+  EXPECT_EQ(t_->low_threshold, 5);
+  for (uint32_t k = 0; k < 10; ++k)
+    ASSERT_EQ(hashFastGenericInsert(t_, k, &items_[k]), 1);
+  EXPECT_FALSE(converted());
+  EXPECT_EQ(t_->bucket_counts[0], 10);
+  ASSERT_EQ(hashFastGenericInsert(t_, 10, &items_[10]), 1);
+  EXPECT_TRUE(converted());
+  EXPECT_EQ(generic_get_pool_allocated_number(t_->table2_pool), 1u);
+  for (uint32_t k = 0; k <= 10; ++k) {
+    void* out = nullptr;
+    ASSERT_EQ(hashFastGenericGet(t_, k, &out), 1);
+    EXPECT_EQ(out, &items_[k]);
+  }
+  EXPECT_EQ(hashFastGenericInsert(t_, 4, &items_[4]), 2);
+  for (uint32_t k = 0; k < 10; ++k)
+    ASSERT_EQ(hashFastGenericDelete(t_, k, nullptr), 1);
+  EXPECT_TRUE(converted());  // no return to a chain before it is empty
+  ASSERT_EQ(hashFastGenericDelete(t_, 10, nullptr), 1);
+  EXPECT_EQ(t_->bucket_counts[0], 0);
+  EXPECT_EQ(t_->sparse_buckets[0].chain, nullptr);
+  EXPECT_EQ(t_->active_list, nullptr);
+  EXPECT_EQ(generic_get_pool_allocated_number(t_->table2_pool), 0u);
+}
+
+TEST_F(SecondHash, CallbackDeletingEveryItemFoldsTheBucket) {
+  for (uint32_t k = 0; k < 40; ++k)
+    hashFastGenericInsert(t_, k, &items_[k]);
+  ASSERT_TRUE(converted());
+  DeleteEach del{t_};
+  EXPECT_EQ(hashFastGenericTraverseUnsorted(t_, DeleteEach::fn, 0, 1000, &del), 40u);
+  EXPECT_EQ(hashFastGenericGetTableEntries(t_), 0u);
+  EXPECT_FALSE(converted());
+  EXPECT_EQ(generic_get_pool_allocated_number(t_->table2_pool), 0u);
+  EXPECT_EQ(t_->active_list, nullptr);
+}
+
+TEST_F(SecondHash, WalksRefuseOrHandleSecondLevel) {
+  for (uint32_t k = 0; k < 20; ++k)
+    hashFastGenericInsert(t_, k, &items_[k]);
+  Collect c;
+  void* out = nullptr;
+  std::string text = captured([&] {
+    EXPECT_EQ(hashFastGenericTraverseFromFraction(t_, Collect::fn, 0, 1, &c), 0u);
+    EXPECT_EQ(hashFastGenericTraverseBySortedKey(t_, Collect::fn, 0, 100, &c), 0u);
+    EXPECT_EQ(hashFastGenericGetRandomData(t_, &out), 0);
+  });
+  EXPECT_EQ(text,
+            "Error! hashFastGenericTraverseFromFraction, 2nd hash cannot be enabled\n"
+            "Error! hashFastGenericTraverseBySortedKey, 2nd hash cannot be enabled\n"
+            "Error! hashFastGenericGetRandomData, 2nd hash cannot be enabled\n");
+  EXPECT_EQ(hashFastGenericTraverseSpecificAnchor(t_, Collect::fn, 7, &c), 20u);
+  c.keys.clear();
+  EXPECT_EQ(hashFastGenericTraverseUnsortedFast(t_, Collect::fn, &c), 20u);
+  EXPECT_EQ(hashFastGenericGetSmallestKey(t_, &out), 1);
+  EXPECT_EQ(out, &items_[0]);
+  EXPECT_EQ(hashFastGenericGetNextKey(t_, 18, &out), 1);
+  EXPECT_EQ(out, &items_[19]);
+}
+
+struct RefusalCase {
+  uint32_t threshold, size2;
+  std::string message;
+};
+class SecondHashRefusals : public ::testing::TestWithParam<RefusalCase> {};
+TEST_P(SecondHashRefusals, LeaveTheTableAsItWas) {
+  hashFastGeneric* t = hashFastGenericCreate(50, get_key, compare, nullptr);
+  hashFastGenericEnableFastSparseTraverse(t);
+  EXPECT_EQ(captured([&] {
+              hashFastGenericEnable2ndHash(t, GetParam().threshold, GetParam().size2,
+                                           identity_hash);
+            }),
+            GetParam().message);
+  EXPECT_EQ(t->bucket_counts, nullptr);
+  EXPECT_EQ(t->table2_pool, nullptr);
+  EXPECT_EQ(t->threshold, 0);
+  hashFastGenericDestroy(t);
+}
+INSTANTIATE_TEST_SUITE_P(
+    Limits, SecondHashRefusals,
+    ::testing::Values(
+        RefusalCase{9, 50, "Error! hashFastGenericEnable2ndHash threshold = 9, must [10-100]\n"},
+        RefusalCase{101, 50,
+                    "Error! hashFastGenericEnable2ndHash threshold = 101, must [10-100]\n"},
+        RefusalCase{50, 9,
+                    "Error! hashFastGenericEnable2ndHash size_2nd_hash = 9, must [10-200]\n"},
+        RefusalCase{50, 201,
+                    "Error! hashFastGenericEnable2ndHash size_2nd_hash = 201, must [10-200]\n"}));
+
+TEST(SecondHashSetUp, OrderAndPrerequisites) {
+  hashFastGeneric* t = hashFastGenericCreate(50, nullptr, compare, nullptr);
+  EXPECT_EQ(captured([&] { hashFastGenericEnable2ndHash(t, 10, 10, identity_hash); }),
+            "Error! hashFastGenericEnable2ndHash must call ..EnableFastSparseTraverse\n");
+  hashFastGenericEnableFastSparseTraverse(t);
+  EXPECT_EQ(hashFastGenericEnableFastSparseTraverse(t), 1);  // already sparse
+  EXPECT_EQ(captured([&] { hashFastGenericEnable2ndHash(t, 10, 10, identity_hash); }),
+            "Error! hashFastGenericEnable2ndHash get_key_from_data=NULL\n");
+  t->get_key_from_data = get_key;
+  EXPECT_EQ(captured([&] { hashFastGenericEnable2ndHash(t, 10, 10, nullptr); }),
+            "Error! hashFastGenericEnable2ndHash, must have 2nd hash function\n");
+  Item a{1, 1};
+  hashFastGenericInsert(t, 1, &a);
+  EXPECT_EQ(captured([&] { hashFastGenericEnable2ndHash(t, 10, 10, identity_hash); }),
+            "Error! hashFastGenericEnable2ndHash should call before operation\n");
+  hashFastGenericDestroy(t);
+
+  hashFastGeneric* busy = hashFastGenericCreate(50, get_key, compare, nullptr);
+  hashFastGenericInsert(busy, 1, &a);
+  EXPECT_EQ(captured([&] { EXPECT_EQ(hashFastGenericEnableFastSparseTraverse(busy), 0); }),
+            "Error! hashFastGeneric..SparseTraverse() should call before operation\n");
+  EXPECT_EQ(captured([&] { hashFastGenericTraverseUnsortedFast(busy, Collect::fn, nullptr); }),
+            "no hashFastGenericTraverseUnsortedFast() because of no "
+            "hashFast..SparseTraverse()\n");
+  hashFastGenericDestroy(busy);
+}
+
+// Plain and sparse tables of 11 buckets holding keys 0..32 (three per bucket).
+class HashWalks : public ::testing::TestWithParam<bool> {
+ protected:
+  void SetUp() override {
+    t_ = hashFastGenericCreate(11, get_key, compare, identity_hash);
+    if (GetParam()) {
+      ASSERT_EQ(hashFastGenericEnableFastSparseTraverse(t_), 1);
+    }
+    items_ = make_items(33);
+    for (auto& it : items_)
+      ASSERT_EQ(hashFastGenericInsert(t_, it.key, &it), 1);
+  }
+  void TearDown() override { hashFastGenericDestroy(t_); }
+  hashFastGeneric* t_ = nullptr;
+  std::vector<Item> items_;
+};
+
+TEST_P(HashWalks, SkipMaxAndStopBit) {
+  Collect c;
+  EXPECT_EQ(hashFastGenericTraverseUnsorted(t_, Collect::fn, 33, 100, &c), 0u);
+  EXPECT_TRUE(c.keys.empty());
+  EXPECT_EQ(hashFastGenericTraverseUnsorted(t_, Collect::fn, 0, 100, &c), 33u);
+  std::vector<uint32_t> all = c.keys;
+  EXPECT_EQ(all.size(), 33u);
+  for (size_t i = 1; i < all.size(); ++i)
+    EXPECT_LE(all[i - 1] % 11, all[i] % 11);  // bucket order
+  c = Collect{{}, 2};
+  EXPECT_EQ(hashFastGenericTraverseUnsorted(t_, Collect::fn, 4, 5, &c), 6u);  // max bounds the sum
+  EXPECT_EQ(c.keys, std::vector<uint32_t>(all.begin() + 4, all.begin() + 7));
+  c = Collect{{}, HASH_TRAVERSE_STOP | 3};
+  EXPECT_EQ(hashFastGenericTraverseUnsorted(t_, Collect::fn, 0, 100, &c), 3u);
+  EXPECT_EQ(c.keys.size(), 1u);
+  c = Collect{{}, 0};  // counting nothing: max never reached
+  EXPECT_EQ(hashFastGenericTraverseUnsorted(t_, Collect::fn, 0, 1, &c), 0u);
+  EXPECT_EQ(c.keys.size(), 33u);
+}
+
+TEST_P(HashWalks, CallbackMayDeleteTheItemInHand) {
+  DeleteEach del{t_};
+  EXPECT_EQ(hashFastGenericTraverseUnsorted(t_, DeleteEach::fn, 0, 1000, &del), 33u);
+  EXPECT_EQ(hashFastGenericGetTableEntries(t_), 0u);
+  if (GetParam()) {
+    EXPECT_EQ(t_->active_list, nullptr);
+  }
+}
+
+TEST_P(HashWalks, ResumableWalkSurvivesDeletingTheLastKey) {
+  std::set<uint32_t> seen;
+  Collect c;
+  ASSERT_EQ(hashFastGenericTraverseUnsorted(t_, Collect::fn, 0, 5, &c), 5u);
+  seen.insert(c.keys.begin(), c.keys.end());
+  uint32_t last = c.keys.back();
+  for (int round = 0; round < 20 && !c.keys.empty(); ++round) {
+    ASSERT_EQ(hashFastGenericDelete(t_, last, nullptr), 1);  // the cursor's item goes away
+    c.keys.clear();
+    hashFastGenericTraverseUnsortedStartFromNextOf(t_, Collect::fn, last, 5, &c);
+    seen.insert(c.keys.begin(), c.keys.end());
+    if (!c.keys.empty()) last = c.keys.back();
+  }
+  EXPECT_EQ(seen.size(), 33u);  // nothing after the cursor was lost
+  // From a present key: this one first, or the one after it.
+  void* anything = nullptr;
+  ASSERT_EQ(hashFastGenericGetSmallestKey(t_, &anything), 1);
+  uint32_t k = static_cast<Item*>(anything)->key;
+  c.keys.clear();
+  hashFastGenericTraverseUnsortedStartFromThisOrNext(t_, Collect::fn, k, 1, &c, 0);
+  EXPECT_EQ(c.keys, std::vector<uint32_t>{k});
+}
+
+TEST_P(HashWalks, ResumeFromEachKeyCoversTheRest) {
+  Collect all;
+  hashFastGenericTraverseUnsorted(t_, Collect::fn, 0, 100, &all);
+  for (size_t i = 0; i < all.keys.size(); ++i) {
+    Collect c;
+    hashFastGenericTraverseUnsortedStartFromNextOf(t_, Collect::fn, all.keys[i], 100, &c);
+    EXPECT_EQ(c.keys,
+              std::vector<uint32_t>(all.keys.begin() + static_cast<long>(i) + 1, all.keys.end()));
+  }
+}
+
+TEST_P(HashWalks, FractionsCoverEveryBucketOnce) {
+  for (uint32_t total : {1u, 2u, 3u, 4u, 5u, 11u, 13u}) {
+    std::vector<int> visits(33, 0);
+    struct Ctx {
+      std::vector<int>* visits;
+    } ctx{&visits};
+    auto fn = [](void* data, void* arg, hash_node*) -> uint32_t {
+      ++(*static_cast<Ctx*>(arg)->visits)[static_cast<Item*>(data)->key];
+      return HASH_TRAVERSE_STOP;  // results are ignored
+    };
+    uint32_t fraction = 0;
+    for (uint32_t call = 0; call < total; ++call) {
+      uint32_t next = hashFastGenericTraverseFromFraction(t_, fn, fraction, total, &ctx);
+      EXPECT_EQ(next, call + 1 == total ? 0 : call + 1);
+      fraction = next;
+    }
+    EXPECT_EQ(std::count(visits.begin(), visits.end(), 1), 33) << "total " << total;
+  }
+  Collect c;
+  EXPECT_EQ(hashFastGenericTraverseFromFraction(t_, Collect::fn, 9, 4, &c), 1u);  // 9 counts as 0
+}
+
+TEST_P(HashWalks, SortedWalkAndKeyOrderLookups) {
+  Collect c;
+  EXPECT_EQ(hashFastGenericTraverseBySortedKey(t_, Collect::fn, 30, 100, &c), 3u);
+  EXPECT_EQ(c.keys, (std::vector<uint32_t>{30, 31, 32}));
+  c.keys.clear();
+  EXPECT_EQ(hashFastGenericTraverseBySortedKey(t_, Collect::fn, 5, 3, &c), 3u);
+  EXPECT_EQ(c.keys, (std::vector<uint32_t>{5, 6, 7}));
+  EXPECT_EQ(hashFastGenericTraverseBySortedKey(t_, Collect::fn, 33, 3, &c), 0u);
+  EXPECT_EQ(hashFastGenericTraverseBySortedKey(t_, Collect::fn, 0, 0, &c), 0u);
+  void* out = nullptr;
+  EXPECT_EQ(hashFastGenericGetSmallestKey(t_, &out), 1);
+  EXPECT_EQ(out, &items_[0]);
+  EXPECT_EQ(hashFastGenericGetNextKey(t_, 20, &out), 1);
+  EXPECT_EQ(out, &items_[21]);
+  EXPECT_EQ(hashFastGenericGetNextKey(t_, 32, &out), 0);
+  EXPECT_EQ(hashFastGenericGetNextKeyReturnIndex(t_, 29, &out), 3);
+  EXPECT_EQ(out, &items_[30]);
+  EXPECT_EQ(hashFastGenericGetNextKeyReturnIndex(t_, 32, &out), 0);
+}
+
+TEST_P(HashWalks, AnchorRandomAndFreeContents) {
+  Collect c;
+  EXPECT_EQ(hashFastGenericTraverseSpecificAnchor(t_, Collect::fn, 4, &c), 3u);
+  std::sort(c.keys.begin(), c.keys.end());
+  EXPECT_EQ(c.keys, (std::vector<uint32_t>{4, 15, 26}));
+  void* out = nullptr;
+  EXPECT_EQ(hashFastGenericGetRandomData(t_, &out), 1);
+  EXPECT_NE(out, nullptr);
+  static int freed;
+  freed = 0;
+  hashFastGenericFreeContents(t_, [](void*) { ++freed; });
+  EXPECT_EQ(freed, 33);
+  EXPECT_EQ(hashFastGenericGetTableEntries(t_), 0u);
+  EXPECT_EQ(hashFastGenericGet(t_, 4, &out), 0);
+  EXPECT_EQ(hashFastGenericInsert(t_, 4, &items_[4]), 1);  // usable again
+  EXPECT_EQ(hashFastGenericGetRandomData(t_, &out), 1);    // one entry: that one
+  EXPECT_EQ(out, &items_[4]);
+  hashFastGenericDeleteAll(t_);
+  EXPECT_EQ(hashFastGenericGetTableEntries(t_), 0u);
+  EXPECT_EQ(generic_get_pool_allocated_number(&t_->node_pool), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, HashWalks, ::testing::Values(false, true),
+                         [](const auto& info) { return info.param ? "Sparse" : "Plain"; });
+
+TEST(HashSortedWalk, FallsBackToKeyByKeyWithoutMemory) {
+  static size_t refuse_above = SIZE_MAX;
+  static mem_allocator picky = {
+      [](size_t size, mem_allocator*) { return size > refuse_above ? nullptr : std::malloc(size); },
+      [](void* p, mem_allocator*) { std::free(p); }};
+  hashFastGeneric* t = hashFastGenericCreate2(101, get_key, compare, nullptr, &picky);
+  auto items = make_items(10);
+  for (auto& it : items)
+    hashFastGenericInsert(t, it.key, &it);
+  refuse_above = sizeof(void*) * 5;  // the sort array of 11 words cannot be had
+  Collect c;
+  EXPECT_EQ(hashFastGenericTraverseBySortedKey(t, Collect::fn, 2, 4, &c), 4u);
+  EXPECT_EQ(c.keys, (std::vector<uint32_t>{2, 3, 4, 5}));
+  refuse_above = SIZE_MAX;
+  hashFastGenericDestroy(t);
+}
+
+TEST(HashFree, DestroyAndFreeContentsHandsContext) {
+  hashFastGeneric* t = hashFastGenericCreate3(10, get_key, compare, nullptr, nullptr, 77);
+  auto* a = new Item{1, 1};
+  auto* b = new Item{2, 2};
+  hashFastGenericInsert(t, 1, a);
+  hashFastGenericInsert(t, 2, b);
+  static uintptr_t seen_context;
+  hashFastGenericDestroyAndFreeContents2(t, [](void* data, uintptr_t context) {
+    seen_context = context;
+    delete static_cast<Item*>(data);
+  });
+  EXPECT_EQ(seen_context, 77u);
+}
+
+}  // namespace

@@ -91,22 +91,30 @@ std::string hex(uint32_t v) {
   return b;
 }
 
-// Checks of the common header; an empty answer means good.
-std::string header_problem(const Model& m, const ChipState& chip, uint32_t command, uint32_t len,
-                           uint32_t rlen, size_t received, size_t room, int depth) {
-  if (len % 4 || rlen % 4) return "lengths not multiples of 4";
-  if (len > kMaxLength || rlen > kMaxLength) return "length above 0x100000";
-  if (len < kHeaderSize) return "request length " + std::to_string(len) + " below 28";
+struct Problem {
+  int32_t status = status::kOk;
+  std::string why;
+};
+
+// Checks of the common header and of the command's place; status 0 means good.
+Problem header_problem(const Model& m, const ChipState& chip, uint32_t command, uint32_t len,
+                       uint32_t rlen, size_t received, size_t room, int depth) {
+  auto bad = [](std::string why) { return Problem{status::kInvalid, std::move(why)}; };
+  if (len % 4 || rlen % 4) return bad("lengths not multiples of 4");
+  if (len > kMaxLength || rlen > kMaxLength) return bad("length above 0x100000");
+  if (len < kHeaderSize) return bad("request length " + std::to_string(len) + " below 28");
   if (len > received)
-    return "request length " + std::to_string(len) + " but " + std::to_string(received) +
-           " bytes came";
-  if (len > room) return "request length past the buffer";
+    return bad("request length " + std::to_string(len) + " but " + std::to_string(received) +
+               " bytes came");
+  if (len > room) return bad("request length past the buffer");
   const Route* route = route_of(command);
-  if (!route) return "unknown command";
-  if (!(route->families & family_bit(m.family()))) return "command not of this family";
-  if (chip.mcast_only && !is_mgid_command(command)) return "this target takes mgid requests only";
+  if (!route) return {status::kUnknownCommand, "unknown command"};
+  if (!(route->families & family_bit(m.family())))
+    return {status::kUnknownCommand, "command not of this family"};
+  if (chip.mcast_only && !is_mgid_command(command))
+    return {status::kNoDevice, "this target takes mgid requests only"};
   if (depth > 0 && (command == cmd::kBulk || command == cmd::kCapability))
-    return "not allowed inside a bulk";
+    return bad("not allowed inside a bulk");
   return {};
 }
 
@@ -149,11 +157,10 @@ int32_t run_request(Model& m, ChipState& chip, std::span<uint8_t> buf, size_t re
     ++st.by_command[command].requests;
     counted = true;
   }
-  std::string problem = header_problem(m, chip, command, len, rlen, received, buf.size(), depth);
-  if (!problem.empty()) {
-    ++st.malformed;
-    bool unknown = !route_of(command) || problem == "command not of this family";
-    return finish(unknown ? status::kUnknownCommand : status::kInvalid, problem, false);
+  Problem problem = header_problem(m, chip, command, len, rlen, received, buf.size(), depth);
+  if (problem.status != status::kOk) {
+    if (problem.status != status::kNoDevice) ++st.malformed;
+    return finish(problem.status, problem.why, false);
   }
   std::optional<int32_t> fault;
   if (commit) fault = m.take_fault(command);

@@ -1,0 +1,184 @@
+// The control protocol: answers, faults and traffic through it, and the event datagrams it sends.
+#include <gtest/gtest.h>
+
+#include "chipsim_test_util.h"
+#include "control/control.h"
+#include "control/events.h"
+#include "model/status.h"
+
+namespace ofa::chipsim::test {
+namespace {
+
+bool ok(const std::string& answer) {
+  return answer.rfind("{\"ok\":true", 0) == 0;
+}
+bool has(const std::string& s, const std::string& piece) {
+  return s.find(piece) != std::string::npos;
+}
+
+class ControlTest : public ::testing::Test {
+ protected:
+  ControlTest() {
+    ModelConfig cfg = config(Family::ard);
+    cfg.chips = {{1, 0, 1}, {2, 0, 7}, {2, 1, 7}};
+    model = std::make_unique<Model>(cfg);
+    ctl = std::make_unique<Control>(Control{*model, nullptr, {1, 2}, {}, 0});
+    ctl->send = [this](std::span<const uint8_t> d) -> std::optional<std::string> {
+      if (refuse) return "no agent";
+      sent.emplace_back(d.begin(), d.end());
+      return std::nullopt;
+    };
+  }
+  std::string run(const std::string& line) { return control_command(*ctl, line); }
+
+  std::unique_ptr<Model> model;
+  std::unique_ptr<Control> ctl;
+  std::vector<std::vector<uint8_t>> sent;
+  bool refuse = false;
+};
+
+TEST_F(ControlTest, AnswersAndErrors) {
+  EXPECT_TRUE(ok(run("help")));
+  EXPECT_TRUE(has(run("dump"), R"("family":"ard","model":131)"));
+  EXPECT_TRUE(has(run("check"), R"("consistent":true,"problems":[])"));
+  for (const char* bad : {"", "frobnicate", "fault", "fault bogus -1", "fault region_add x",
+                          "fault region_add -1 twice", "fault region_add -1 times 0", "event",
+                          "event chip-sideways", "event chip-up slot", "traffic",
+                          "traffic entry 10 20", "traffic all x 1", "traffic all 1 1 chip"}) {
+    std::string a = run(bad);
+    EXPECT_TRUE(has(a, R"({"ok":false,"error":")")) << bad << " -> " << a;
+  }
+}
+
+TEST_F(ControlTest, FaultsThroughTheSocketProtocol) {
+  EXPECT_TRUE(ok(run("fault region_add -5 times 2")));
+  EXPECT_TRUE(ok(run("fault 0x09270003 -6")));
+  EXPECT_TRUE(has(run("fault list"), R"("command":"policer_delete","status":-6)"));
+  EXPECT_EQ(status_of(*model, region_add(10, 10, 24, 2, 4)), -5);
+  EXPECT_EQ(status_of(*model, region_add(10, 10, 24, 2, 4)), -5);
+  EXPECT_EQ(status_of(*model, region_add(10, 10, 24, 2, 4)), 0);
+  EXPECT_TRUE(ok(run("fault clear")));
+  EXPECT_TRUE(model->faults().empty());
+  EXPECT_TRUE(has(run("stats"), R"("faults_fired":2)"));
+  EXPECT_TRUE(ok(run("reset")));
+  EXPECT_TRUE(model->chips().at(kChip).regions.empty());
+  EXPECT_TRUE(has(run("stats"), R"("requests":0)"));
+}
+
+TEST_F(ControlTest, ChipUpDatagramLayout) {
+  ASSERT_TRUE(has(run("event chip-up slot 2 chip 1"), R"("sent":1)"));
+  ASSERT_EQ(sent.size(), 1u);
+  wire::Reader r(sent[0]);
+  ASSERT_EQ(sent[0].size(), 20u + 512u + 20u);
+  EXPECT_EQ(r.u32_at(0), 532u);  // data record length
+  EXPECT_EQ(r.u16_at(4), 203u);
+  EXPECT_EQ(r.u32_at(20 + 8), 2u);  // class
+  EXPECT_EQ(r.u32_at(48), 3u);      // event: chip up
+  EXPECT_EQ(r.u32_at(52), 2u);      // slot
+  EXPECT_EQ(r.u32_at(56), 1u);      // local chip id
+  EXPECT_EQ(r.u32_at(60), 65u);     // flat chip id
+  EXPECT_EQ(r.u32_at(64), platform::chip_ifindex(2, 1));
+  EXPECT_EQ(r.u32_at(68), 7u);    // chip type
+  EXPECT_EQ(r.u32_at(76), 29u);   // chip id from IFM
+  EXPECT_EQ(r.u32_at(532), 20u);  // closing record at the next 4-byte boundary
+  EXPECT_EQ(r.u16_at(536), 4u);
+}
+
+TEST_F(ControlTest, EventsForEveryChipAndSlot) {
+  EXPECT_TRUE(has(send_startup_events(*ctl), R"("sent":3)"));
+  ASSERT_EQ(sent.size(), 5u);  // slot-up 1 and 2, then chip-up for three chips
+  std::vector<std::pair<uint32_t, uint32_t>> got;
+  for (const auto& d : sent)
+    got.emplace_back(wire::Reader(d).u32_at(48), wire::Reader(d).u32_at(52));
+  EXPECT_EQ(got,
+            (std::vector<std::pair<uint32_t, uint32_t>>{{5, 1}, {5, 2}, {3, 1}, {3, 2}, {3, 2}}));
+  sent.clear();
+  EXPECT_TRUE(has(run("event chip-down slot 2"), R"("sent":2)"));
+  EXPECT_TRUE(has(run("event slot-down slot 9"), R"("sent":1)"));
+  EXPECT_TRUE(has(run("event ignored slot 1"), R"("sent":1)"));
+  EXPECT_EQ(wire::Reader(sent.back()).u32_at(48), 7u);
+  EXPECT_TRUE(has(run("event chip-up slot 5"), R"("ok":false)"));
+}
+
+TEST_F(ControlTest, MalformedEventsForTheReceiveChecks) {
+  ASSERT_TRUE(ok(run("event chip-up slot 1 close none")));
+  EXPECT_EQ(sent.back().size(), 532u);
+  ASSERT_TRUE(ok(run("event chip-up slot 1 close type 2")));
+  EXPECT_EQ(wire::Reader(sent.back()).u16_at(536), 2u);
+  ASSERT_TRUE(ok(run("event slot-up slot 1 class 9")));
+  EXPECT_EQ(wire::Reader(sent.back()).u32_at(28), 9u);
+  ASSERT_TRUE(ok(run("event error code -5 type 203 seq 42")));
+  wire::Reader e(sent.back());
+  EXPECT_EQ(e.u16_at(4), 2u);  // error record
+  EXPECT_EQ(static_cast<int32_t>(e.u32_at(20)), -5);
+  EXPECT_EQ(e.u16_at(28), 203u);
+  EXPECT_EQ(e.u32_at(32), 42u);
+  uint32_t len = e.u32_at(0);
+  EXPECT_EQ(e.u16_at(((len + 3) & ~3u) + 4), 4u);
+  refuse = true;
+  EXPECT_TRUE(has(run("event slot-up"), R"("error":"no agent after 0 sent")"));
+  EXPECT_TRUE(has(run("stats"), R"("event_failures":1)"));
+}
+
+// Counters that traffic advances come back in statistics reads at the places of the wire table.
+TEST_F(ControlTest, TrafficAndStatisticsReads) {
+  ASSERT_EQ(status_of(*model, region_add(10, 20, 100, 6, 16)), 0);
+  ASSERT_EQ(status_of(*model, l2_add(3, 20, 0, 0)), 0);
+  ASSERT_EQ(status_of(*model, l2_add(4, 20, 0, 3).u32(136 + 32, 1u << 15)), 0);  // not counted
+  EXPECT_TRUE(has(run("traffic entry 10 20 3 5 500"), R"("advanced":1)"));
+  EXPECT_TRUE(has(run("traffic entry 10 20 99 5 500"), R"("advanced":0)"));
+  EXPECT_TRUE(ok(run("traffic all 1 64")));
+  // A read of handles 4, 3 and an unknown 8: keys, a one-word bit set, then 6-word results.
+  Req read(0x06270000, 48 + 8 * 3, 48 + 32 * 3 + 4);
+  read.u32(28, 12).u8(33, 20).u16(34, 3).u16(36, 3);
+  uint32_t keys[] = {4, 3, 8};
+  for (int i = 0; i < 3; ++i)
+    read.u32(48 + 8 * i, keys[i]).u32(52 + 8 * i, 65535);
+  Answer a = call(*model, read.b);
+  ASSERT_EQ(a.status, 0) << a.log;
+  wire::Reader r(a.reply);
+  size_t base = 48 + 48 + 24 + 4;
+  EXPECT_EQ(r.u32_at(base), 4u);
+  EXPECT_EQ(r.u64_at(base + 8), 0u);  // "don't count" entry
+  EXPECT_EQ(r.u32_at(base + 24), 3u);
+  EXPECT_EQ(r.u64_at(base + 24 + 8), 6u);
+  EXPECT_EQ(r.u64_at(base + 24 + 16), 564u);
+  EXPECT_EQ(r.u32_at(base + 48), 8u);
+  EXPECT_EQ(r.u64_at(base + 48 + 8), 0u);
+  EXPECT_EQ(r.u32_at(48 + 40), 3u);  // results written
+  // Clear, then read again.
+  Req clear(0x06270001, 56);
+  clear.u32(28, 12).u8(33, 20).u16(34, 1).u32(48, 3).u32(52, 65535);
+  EXPECT_EQ(status_of(*model, clear), 0);
+  a = call(*model, read.b);
+  EXPECT_EQ(wire::Reader(a.reply).u64_at(base + 24 + 8), 0u);
+}
+
+TEST_F(ControlTest, PolicerAndQueueCounters) {
+  Req add = Req(0x09270002, 88).u32(28, 0x80000000u).u32(76, 1u << 28).u32(80, 12);
+  ASSERT_EQ(status_of(*model, add), 0);
+  EXPECT_TRUE(has(run("traffic policer 12 1 10 20"), R"("advanced":1)"));
+  Req read(0x06270000, 48 + 24, 48 + 24 + 4 + 64);
+  read.u32(28, 46).u16(34, 2).u16(36, 2);
+  read.u32(48, 12).u32(52, 0).u32(56, 65535).u32(60, 12).u32(64, 1).u32(68, 65535);
+  Answer a = call(*model, read.b);
+  ASSERT_EQ(a.status, 0) << a.log;
+  wire::Reader r(a.reply);
+  size_t base = 48 + 48 + 24 + 4;
+  EXPECT_EQ(r.u64_at(base + 8), 0u);         // instance 0 is not there
+  EXPECT_EQ(r.u32_at(base + 32 + 4), 1u);    // instance of the second result
+  EXPECT_EQ(r.u64_at(base + 32 + 8), 10u);   // words 2 and 3
+  EXPECT_EQ(r.u64_at(base + 32 + 24), 20u);  // words 6 and 7
+  uint32_t port = platform::port_ifindex(1, 3);
+  EXPECT_TRUE(
+      has(run("traffic queue " + std::to_string(port) + " 5 7 700 chip " + std::to_string(kChip)),
+          R"("advanced":1)"));
+  Req q = Req(0x06270000, 504).u32(28, 49).u32(32, 1).u32(40, 2).u32(48, port);
+  a = call(*model, q.b);
+  ASSERT_EQ(a.status, 0);
+  EXPECT_EQ(wire::Reader(a.reply).u64_at(48 + 184 + 8 * 5), 7u);
+  EXPECT_EQ(wire::Reader(a.reply).u64_at(48 + 248 + 8 * 5), 700u);
+}
+
+}  // namespace
+}  // namespace ofa::chipsim::test

@@ -1,0 +1,92 @@
+// Fault injection: a status in place of the chip's work, once, n times, or from the n-th request.
+#include <gtest/gtest.h>
+
+#include "chipsim_test_util.h"
+#include "model/status.h"
+
+namespace ofa::chipsim::test {
+namespace {
+
+Fault fault(uint32_t command, int32_t status, FaultMode mode, uint32_t n = 1) {
+  Fault f;
+  f.command = command;
+  f.status = status;
+  f.mode = mode;
+  f.n = n;
+  return f;
+}
+
+struct FaultCase {
+  const char* name;
+  FaultMode mode;
+  uint32_t n;
+  std::vector<int32_t> statuses;  // of five region adds in a row
+};
+
+class Faults : public ::testing::TestWithParam<FaultCase> {};
+
+TEST_P(Faults, FireAsTold) {
+  const FaultCase& c = GetParam();
+  Model m(config(Family::ard));
+  m.add_fault(fault(0x07270220, -5, c.mode, c.n));
+  std::vector<int32_t> got;
+  uint8_t regions[] = {10, 20, 30};
+  for (int i = 0; i < 5; ++i) {
+    uint8_t ldev = i < 3 ? 10 : 23;
+    got.push_back(status_of(m, region_add(ldev, regions[i % 3], 24, 1, 4)));
+  }
+  EXPECT_EQ(got, c.statuses);
+  // A faulted request changes nothing in the chip.
+  size_t ok = std::count(got.begin(), got.end(), 0);
+  EXPECT_EQ(m.chips().at(kChip).regions.size(), ok);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, Faults,
+    ::testing::Values(FaultCase{"once", FaultMode::once, 1, {-5, 0, 0, 0, 0}},
+                      FaultCase{"times_2", FaultMode::times, 2, {-5, -5, 0, 0, 0}},
+                      FaultCase{"from_2", FaultMode::from, 2, {0, -5, -5, -5, -5}},
+                      FaultCase{"from_4", FaultMode::from, 4, {0, 0, 0, -5, -5}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(Fault, SecondDefaultEntryFailsFirstStays) {
+  Model m(config(Family::ard));
+  ASSERT_EQ(status_of(m, region_add(10, 30, 24, 1, 4)), 0);
+  ASSERT_EQ(status_of(m, region_add(10, 10, 24, 2, 4)), 0);
+  m.add_fault(fault(0x07270050, -106, FaultMode::from, 2));
+  EXPECT_EQ(status_of(m, l2_add(1, 30, 0, 0)), 0);
+  Answer a = call(m, l2_add(1, 10, 0, 0).b);
+  EXPECT_EQ(a.status, -106);
+  EXPECT_NE(a.log.find("\"fault\":true"), std::string::npos);
+  // The faulted request is still decoded for the log.
+  EXPECT_NE(a.log.find("\"handle\":1"), std::string::npos);
+  EXPECT_EQ(order(m, 10, 30), std::vector<uint32_t>{1});
+  EXPECT_TRUE(order(m, 10, 10).empty());
+  EXPECT_EQ(m.stats().faults_fired, 1u);
+}
+
+TEST(Fault, InsideABulkFailsTheContainer) {
+  Model m(config(Family::ard));
+  m.add_fault(fault(0x09270002, -7, FaultMode::once));
+  Req add0 = Req(0x09270002, 88).u32(28, 0x80000000u).u32(80, 4);
+  Req add1 = Req(0x09270002, 88).u32(28, 0x80000000u).u32(76, 1u << 28).u32(80, 4);
+  EXPECT_EQ(status_of(m, Req(0x00070000, 36).sub(add0).sub(add1)), -7);
+  EXPECT_TRUE(m.chips().at(kChip).policers.empty());
+  EXPECT_EQ(status_of(m, Req(0x00070000, 36).sub(add0).sub(add1)), 0);
+  EXPECT_EQ(m.chips().at(kChip).policers.size(), 2u);
+}
+
+TEST(Fault, ClearAndOtherCommandsUntouched) {
+  Model m(config(Family::ard));
+  m.add_fault(fault(0x07270220, -5, FaultMode::from, 1));
+  m.add_fault(fault(0x09270003, -6, FaultMode::from, 1));
+  EXPECT_EQ(status_of(m, l2_add(1, 30, 0, 0)), status::kNoEntry);  // not faulted: no region
+  m.clear_faults(0x07270220u);
+  ASSERT_EQ(m.faults().size(), 1u);
+  EXPECT_EQ(status_of(m, region_add(10, 30, 24, 1, 4)), 0);
+  m.clear_faults();
+  EXPECT_TRUE(m.faults().empty());
+}
+
+}  // namespace
+}  // namespace ofa::chipsim::test

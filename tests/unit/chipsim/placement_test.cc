@@ -1,0 +1,157 @@
+// TCAM placement: before/after neighbours in the chip's order, handles in use, full regions,
+// update and delete, and the region table itself.
+#include <gtest/gtest.h>
+
+#include "chipsim_test_util.h"
+#include "model/status.h"
+
+namespace ofa::chipsim::test {
+namespace {
+
+using V = std::vector<uint32_t>;
+
+class Placement : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(status_of(m, region_add(10, 20, 5, 1, 2)), 0);
+    ASSERT_EQ(status_of(m, region_add(23, 20, 5, 1, 2)), 0);
+  }
+  int32_t add(uint32_t h, uint32_t before, uint32_t after, bool l3 = false) {
+    return status_of(m, l3 ? l3_add(h, 20, before, after) : l2_add(h, 20, before, after));
+  }
+  Model m{config(Family::ard)};
+};
+
+TEST_F(Placement, FollowsBeforeAndAfter) {
+  EXPECT_EQ(add(10, 0, 0), 0);   // first entry: both 0
+  EXPECT_EQ(add(20, 0, 10), 0);  // behind the last
+  EXPECT_EQ(add(5, 10, 0), 0);   // ahead of the first
+  EXPECT_EQ(add(7, 10, 5), 0);   // between neighbours
+  EXPECT_EQ(order(m, 10, 20), (V{5, 7, 10, 20}));
+  EXPECT_EQ(m.stats().placement_violations(), 0u);
+  EXPECT_TRUE(check_invariants(m).empty());
+}
+
+struct Violation {
+  const char* name;
+  uint32_t handle, before, after;
+  int32_t status;
+  uint64_t Stats::*counter;
+};
+
+class Violations : public Placement, public ::testing::WithParamInterface<Violation> {};
+
+TEST_P(Violations, RefusedAndCounted) {
+  // Order 5, 7, 10.
+  ASSERT_EQ(add(10, 0, 0), 0);
+  ASSERT_EQ(add(5, 10, 0), 0);
+  ASSERT_EQ(add(7, 10, 5), 0);
+  const Violation& v = GetParam();
+  Answer a = call(m, l2_add(v.handle, 20, v.before, v.after).b);
+  EXPECT_EQ(a.status, v.status) << a.log;
+  EXPECT_EQ(m.stats().*v.counter, 1u);
+  EXPECT_EQ(m.stats().placement_violations(), 1u);
+  EXPECT_EQ(order(m, 10, 20), (V{5, 7, 10}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, Violations,
+    ::testing::Values(
+        Violation{"not_neighbours", 8, 10, 5, status::kNotNeighbours, &Stats::not_neighbours},
+        Violation{"reversed", 8, 5, 7, status::kNotNeighbours, &Stats::not_neighbours},
+        Violation{"after_not_last", 8, 0, 7, status::kNotNeighbours, &Stats::not_neighbours},
+        Violation{"before_not_first", 8, 7, 0, status::kNotNeighbours, &Stats::not_neighbours},
+        Violation{"both_zero_in_flow_region", 8, 0, 0, status::kNotNeighbours,
+                  &Stats::not_neighbours},
+        Violation{"unknown_after", 8, 0, 99, status::kNotNeighbours, &Stats::unknown_neighbour},
+        Violation{"unknown_before", 8, 99, 10, status::kNotNeighbours, &Stats::unknown_neighbour},
+        Violation{"handle_in_use", 7, 0, 10, status::kExists, &Stats::handle_in_use}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(Placement, RegionFullAtItsSize) {
+  ASSERT_EQ(add(1, 0, 0), 0);
+  for (uint32_t h = 2; h <= 5; ++h)
+    ASSERT_EQ(add(h, 0, h - 1), 0);
+  EXPECT_EQ(add(6, 0, 5), status::kFull);
+  EXPECT_EQ(m.stats().region_full, 1u);
+  // The region grew from its initial size by its increment up to its size.
+  EXPECT_EQ(m.chips().at(kChip).regions.at({10, 20}).capacity(), 5u);
+  // A delete makes room again.
+  EXPECT_EQ(status_of(m, flow_del(false, 3, 20)), 0);
+  EXPECT_EQ(add(6, 0, 5), 0);
+  EXPECT_EQ(order(m, 10, 20), (V{1, 2, 4, 5, 6}));
+}
+
+TEST_F(Placement, HandlesArePerRegionAndDevice) {
+  ASSERT_EQ(status_of(m, region_add(10, 30, 24, 1, 4)), 0);
+  EXPECT_EQ(add(1, 0, 0), 0);
+  EXPECT_EQ(add(1, 0, 0, true), 0);                                // same handle, L3 device
+  EXPECT_EQ(status_of(m, l2_add(1, 30, 0, 0)), 0);                 // same handle, region 30
+  EXPECT_EQ(status_of(m, l2_add(1, 10, 0, 0)), status::kNoEntry);  // no region 10 yet
+  EXPECT_EQ(status_of(m, l2_add(0, 30, 0, 0)), status::kInvalid);  // handle 0 is "none"
+}
+
+TEST_F(Placement, DefaultRegionsAppendLiteralHandles) {
+  // The reserved-IVID entries 1 and 2 of region 10 come without neighbours.
+  ASSERT_EQ(status_of(m, region_add(10, 10, 24, 2, 4)), 0);
+  EXPECT_EQ(status_of(m, l2_add(1, 10, 0, 0)), 0);
+  EXPECT_EQ(status_of(m, l2_add(2, 10, 0, 0)), 0);
+  EXPECT_EQ(order(m, 10, 10), (V{1, 2}));
+}
+
+TEST_F(Placement, UpdateAndDeleteNeedTheHandle) {
+  ASSERT_EQ(add(4, 0, 0, true), 0);
+  Req upd = Req(0x072700B9, 80).u32(28, 4).u8(32, 20).u8(33, 1).u32(36, 99);
+  EXPECT_EQ(status_of(m, upd), 0);
+  EXPECT_EQ(m.chips().at(kChip).regions.at({23, 20}).entries.front().l3res.nhop, 99u);
+  Req upd_absent = Req(0x072700B9, 80).u32(28, 5).u8(32, 20).u8(33, 1);
+  EXPECT_EQ(status_of(m, upd_absent), status::kNoEntry);
+  Req upd_type = Req(0x072700B9, 80).u32(28, 4).u8(32, 20).u8(33, 2);
+  EXPECT_EQ(status_of(m, upd_type), status::kInvalid);
+  EXPECT_EQ(status_of(m, flow_del(true, 4, 20)), 0);
+  EXPECT_EQ(status_of(m, flow_del(true, 4, 20)), status::kNoEntry);
+  EXPECT_EQ(status_of(m, flow_del(false, 4, 20)), status::kNoEntry);
+  EXPECT_TRUE(order(m, 23, 20).empty());
+}
+
+TEST_F(Placement, DeleteAllRegionsOfOneDevice) {
+  ASSERT_EQ(add(1, 0, 0), 0);
+  ASSERT_EQ(add(1, 0, 0, true), 0);
+  EXPECT_EQ(status_of(m, Req(0x07270229, 36).u32(28, (23u << 24) | 0x00C00000u)), 0);
+  const ChipState& c = m.chips().at(kChip);
+  EXPECT_EQ(c.regions.count({23, 20}), 0u);
+  EXPECT_EQ(c.regions.count({10, 20}), 1u);
+  // After the delete-all the regions can be made again.
+  EXPECT_EQ(status_of(m, region_add(23, 20, 5, 1, 2)), 0);
+  EXPECT_EQ(status_of(m, region_add(23, 20, 5, 1, 2)), status::kExists);
+}
+
+struct RegionCase {
+  const char* name;
+  uint8_t ldev, region, type;
+  uint32_t size, initial;
+  int32_t status;
+};
+
+class Regions : public ::testing::TestWithParam<RegionCase> {};
+
+TEST_P(Regions, Checks) {
+  Model m(config(Family::ard, 2048));
+  const RegionCase& c = GetParam();
+  Req r = region_add(c.ldev, c.region, c.size, c.initial, 16).u8(30, c.type);
+  EXPECT_EQ(status_of(m, r), c.status);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, Regions,
+    ::testing::Values(RegionCase{"zero_sized_flow_region", 10, 20, 1, 0, 0, 0},
+                      RegionCase{"whole_tcam", 23, 20, 1, 2048, 128, 0},
+                      RegionCase{"above_tcam", 23, 20, 1, 2049, 128, status::kInvalid},
+                      RegionCase{"initial_above_size", 10, 10, 1, 24, 25, status::kInvalid},
+                      RegionCase{"bad_ldev", 11, 10, 1, 24, 2, status::kInvalid},
+                      RegionCase{"bad_region", 10, 15, 1, 24, 2, status::kInvalid},
+                      RegionCase{"bad_type", 10, 10, 2, 24, 2, status::kInvalid}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace ofa::chipsim::test

@@ -477,3 +477,7 @@ uint32_t of_stats_result_offset(uint32_t key_bytes, uint32_t wanted, uint32_t re
 // ---- capability ---------------------------------------------------------------------------------
 
 uint32_t of_build_capability(std::span<uint8_t> req, uint32_t pid);
+// Where the reply carries the chip id from IFM and the two capability words.
+inline constexpr uint32_t OF_CAPABILITY_CHIP_ID_OFFSET = 28;
+inline constexpr uint32_t OF_CAPABILITY_IPV4_OFFSET = 440;
+inline constexpr uint32_t OF_CAPABILITY_IPV6_OFFSET = 444;

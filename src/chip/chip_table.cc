@@ -310,14 +310,14 @@ int ofGetCoSChipCapability(of_chip_entry* entry) {
   }
   ofa::wire::Reader r(ofNLReqArea());
   file_printf("ioctl response with length  = %d", r.u32_at(12));
-  uint32_t id = r.u32_at(28);
+  uint32_t id = r.u32_at(OF_CAPABILITY_CHIP_ID_OFFSET);
   if (id != OF_IFM_CHIP_ID_KNOWN) {
     file_printf("Unsupported chip type %d in chip capability", id);
     return -125;
   }
   entry->chip_class = OF_CHIP_CLASS_SUPPORTED;
-  entry->ipv4_caps = r.u32_at(464);
-  entry->ipv6_caps = r.u32_at(468);
+  entry->ipv4_caps = r.u32_at(OF_CAPABILITY_IPV4_OFFSET);
+  entry->ipv6_caps = r.u32_at(OF_CAPABILITY_IPV6_OFFSET);
   return 0;
 }
 

@@ -287,8 +287,8 @@ TEST_F(ChipTable, Capability) {
   fake().reply = [](size_t, std::span<uint8_t> area) {
     ofa::wire::Writer w(area);
     w.u32_at(28, 29);
-    w.u32_at(464, 1);
-    w.u32_at(468, 0);
+    w.u32_at(440, 1);
+    w.u32_at(444, 0);
   };
   EXPECT_EQ(ofGetCoSChipCapability(c), 0);
   EXPECT_EQ(c->chip_class, 2u);

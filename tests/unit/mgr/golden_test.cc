@@ -216,6 +216,10 @@ TEST(Golden, SyncCompleteIs316ZeroBytes) {
   EXPECT_EQ(encode_line("sync-complete"), hex(f));
 }
 
+TEST(Golden, RawBytesWithZeroFill) {
+  EXPECT_EQ(encode_line("raw 01c0:013b zeros=3 ff"), "01c0013b000000ff");
+}
+
 TEST(Golden, PackPutsMessagesBackToBack) {
   auto sc =
       parse_scenario("pack\nvlan add vlan=1 iivid=2\nport-vlan add port=1 vlan=1\nend\n", "t", {});

@@ -81,6 +81,7 @@ std::optional<std::string> MpEndpoint::send(const std::string& to,
                                             std::span<const uint8_t> datagram) {
   auto a = address(to);
   if (!a) return to + ": path too long for a UNIX socket";
+  full_ = false;
   ssize_t n = ::sendto(fd_, datagram.data(), datagram.size(), MSG_DONTWAIT,
                        reinterpret_cast<const sockaddr*>(&*a), sizeof *a);
   if (n == static_cast<ssize_t>(datagram.size())) return std::nullopt;
@@ -88,7 +89,10 @@ std::optional<std::string> MpEndpoint::send(const std::string& to,
   if (errno == ENOENT || errno == ECONNREFUSED) {
     return "no agent at " + to + " (is openflowAgtd running for that slot and run directory?)";
   }
-  if (errno == EAGAIN) return "the agent's queue is full (datagram dropped)";
+  if (errno == EAGAIN) {
+    full_ = true;
+    return "the agent's queue is full";
+  }
   return sys_error("send to " + to);
 }
 

@@ -24,8 +24,10 @@ class MpEndpoint {
   MpEndpoint(const MpEndpoint&) = delete;
   MpEndpoint& operator=(const MpEndpoint&) = delete;
 
-  // Sends one datagram to `to`; the error says why it did not go.
+  // Sends one datagram to `to`; the error says why it did not go. A receiver whose queue is
+  // full refuses at once: full() then tells, and the caller may try again.
   std::optional<std::string> send(const std::string& to, std::span<const uint8_t> datagram);
+  bool full() const { return full_; }
   // Waits at most `seconds` for one datagram (0: only what is already there).
   std::optional<Bytes> receive(double seconds);
   const std::string& path() const { return path_; }
@@ -35,6 +37,7 @@ class MpEndpoint {
   MpEndpoint(int fd, std::string path) : fd_(fd), path_(std::move(path)) {}
   int fd_;
   std::string path_;
+  bool full_ = false;
 };
 
 // Paths of the two ends under the current run directory.

@@ -99,7 +99,16 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
   for (const auto& step : sc.steps) {
     if (const auto* send = std::get_if<SendStep>(&step.action)) {
       const auto& bytes = send->datagram.bytes();
-      if (auto e = ep.send(opt.agent, bytes)) {
+      // A full queue means the agent has not read the last ones yet: wait for room, reading
+      // what it sends meanwhile so that its answers are not lost either.
+      auto deadline = after(opt.timeout);
+      auto e = ep.send(opt.agent, bytes);
+      while (e && ep.full() && seconds_left(deadline) > 0) {
+        inbox.collect(0.002);
+        e = ep.send(opt.agent, bytes);
+      }
+      if (e && ep.full()) *e += " for " + secs(opt.timeout) + "; datagram not sent";
+      if (e) {
         line(opt, step.line, "ERROR", step.source);
         more(opt, (sc.file.empty() ? "" : sc.file + ":" + std::to_string(step.line) + ": ") + *e);
         sum.aborted = true;

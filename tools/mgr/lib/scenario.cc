@@ -69,14 +69,34 @@ StepResult sleep_step(std::span<const std::string> w) {
   return std::optional<StepAction>(SleepStep{d.value()});
 }
 
+// raw HEX... [zeros=N]: bytes as they stand; zeros=N appends N zero bytes at that place.
 StepResult raw_step(std::span<const std::string> w) {
+  Bytes bytes;
   std::string hex;
-  for (const auto& x : w)
-    hex += x + " ";
-  auto bytes = syntax::hex_bytes(hex);
-  if (!bytes.ok()) return StepResult::fail(bytes.error());
+  auto flush = [&]() -> std::optional<std::string> {
+    if (hex.empty()) return std::nullopt;
+    auto b = syntax::hex_bytes(hex);
+    if (!b.ok()) return b.error();
+    bytes.insert(bytes.end(), b.value().begin(), b.value().end());
+    hex.clear();
+    return std::nullopt;
+  };
+  for (const auto& x : w) {
+    auto kv = syntax::split_key(x);
+    if (!kv.has_value) {
+      hex += x + " ";
+      continue;
+    }
+    if (kv.key != "zeros") return StepResult::fail("raw: unknown option '" + kv.key + "'");
+    if (auto e = flush()) return StepResult::fail(*e);
+    auto n = syntax::number(kv.value, kMaxBodyLength + kHeaderSize, "raw zeros");
+    if (!n.ok()) return StepResult::fail(n.error());
+    bytes.resize(bytes.size() + n.value(), 0);
+  }
+  if (auto e = flush()) return StepResult::fail(*e);
+  if (bytes.empty()) return StepResult::fail("raw: no bytes given");
   SendStep s;
-  s.datagram.add_raw(bytes.value());
+  s.datagram.add_raw(bytes);
   return std::optional<StepAction>(std::move(s));
 }
 

@@ -286,7 +286,8 @@ void move_ready(thread_master* m, thread_list* l, short bit) {
   while (t) {
     thread* next = t->next;
     int fd = t->u.fd;
-    if (fd > 0 && fd < THREAD_MAX_FD && (m->poll_copy[fd].revents & (bit | POLLHUP | POLLERR))) {
+    if (fd > 0 && fd < THREAD_MAX_FD &&
+        (m->poll_copy[fd].revents & (bit | POLLHUP | POLLERR | POLLNVAL))) {
       poll_clear(m, fd, bit);
       list_delete(l, t);
       bool low = fd == m->low_fd[0] || fd == m->low_fd[1];

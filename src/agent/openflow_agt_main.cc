@@ -36,6 +36,11 @@ void on_stop_signal(int sig) {
   thread_master_stop(openflowAgtPcb.lib);
 }
 
+// The process name: the record's 80 bytes carry no terminator when the name fills them.
+std::string pcb_name() {
+  return std::string(openflowAgtPcb.name, strnlen(openflowAgtPcb.name, sizeof openflowAgtPcb.name));
+}
+
 void copy_field(char* dst, size_t width, const char* src) {
   std::strncpy(dst, src, width);
 }
@@ -94,7 +99,7 @@ void release_all() {
 
 void openflowAgt_msgq_server(void* msg) {
   ofa::wire::Reader r(msg, THREAD_MSGQ_BUF_SIZE);
-  file_printf("%s Message received %d \n", openflowAgtPcb.name, r.u8_at(4));
+  file_printf("%s Message received %d \n", pcb_name().c_str(), r.u8_at(4));
 }
 
 int openflowAgt_ipc_hdlr(uint32_t /*id*/, const ipc_src* src, const uint8_t* msg, size_t len) {
@@ -108,7 +113,8 @@ int openflowAgt_ipc_hdlr(uint32_t /*id*/, const ipc_src* src, const uint8_t* msg
 }
 
 int openflowAgt_corvu_init() {
-  const char* name = openflowAgtPcb.name;
+  const std::string name_text = pcb_name();
+  const char* name = name_text.c_str();
   uint32_t model = sysconModel();
   openflowAgtPcb.model = of_corvu_state.model = model;
 
@@ -184,7 +190,8 @@ int openflowAgt_corvu_init() {
 }
 
 int openflowAgt_local_main(int /*argc*/, char** /*argv*/) {
-  const char* name = openflowAgtPcb.name;
+  const std::string name_text = pcb_name();
+  const char* name = name_text.c_str();
   // Wiring point: the configuration manager's client (debug requests) starts here.
   int rc = ASPInit(name, getMySwitch(), 0, 0, 0);
   if (rc != 0) {
@@ -211,7 +218,7 @@ int openflowAgt_local_main(int /*argc*/, char** /*argv*/) {
   return started;
 }
 
-int openflow_agt_main(int argc, char** argv) {
+void openflowAgt_parse_command_line(int argc, char** argv) {
   openflowAgtPcb.state = &of_corvu_state;
   of_corvu_state.is_agent = 1;
   of_corvu_state.mi_sock = -1;
@@ -221,6 +228,10 @@ int openflow_agt_main(int argc, char** argv) {
   std::strncpy(openflowAgtPcb.name, base, sizeof openflowAgtPcb.name);
   std::memcpy(of_corvu_state.rsm_atom, "openflowagt", 12);
   parse_options(argc, argv);
+}
+
+int openflow_agt_main(int argc, char** argv) {
+  openflowAgt_parse_command_line(argc, argv);
   file_printf("\n ************* Begin OFA trace ******** \n");
 
   std::string error;

@@ -79,6 +79,7 @@ TEST(PlatformFile, ResourceRecordWordsAtTheirOffsets) {
 }
 
 struct BadCase {
+  const char* name;
   const char* text;
   const char* error;
 };
@@ -95,30 +96,44 @@ TEST_P(PlatformFileErrors, NamesFileLineAndReason) {
 INSTANTIATE_TEST_SUITE_P(
     Cases, PlatformFileErrors,
     ::testing::Values(
-        BadCase{"model = 1\n", "bad.conf:1: 'model' outside any section"},
-        BadCase{"[switch]\nmodel 131\n", "bad.conf:2: expected 'key = value' or '[section]'"},
-        BadCase{"[switch]\nmodel = abc\n", "bad.conf:2: 'model' needs a number, not 'abc'"},
-        BadCase{"[switch]\nmodel = \n", "bad.conf:2: missing value for 'model'"},
-        BadCase{"[switch]\nmodel = 1\nmodel = 2\n", "bad.conf:3: duplicate key 'model'"},
-        BadCase{"[switch\n", "bad.conf:1: unterminated section header"},
-        BadCase{"[fans]\n", "bad.conf:1: unknown section 'fans'"},
-        BadCase{"[slot 10]\n", "bad.conf:1: slot number must be 0 to 9"},
-        BadCase{"[switch]\ncolour = red\n", "bad.conf:2: unknown key 'colour' in [switch]"},
-        BadCase{"[switch]\nboot = hot\n", "bad.conf:2: boot must be 'cold' or 'warm'"},
-        BadCase{"[switch]\nmy_slot = 1\n[slot 1]\n", "bad.conf:3: no 'model' in [switch]"},
-        BadCase{"[switch]\nmodel = 131\nmy_slot = 3\n[slot 1]\n",
+        BadCase{"OutsideSection", "model = 1\n", "bad.conf:1: 'model' outside any section"},
+        BadCase{"NoEquals", "[switch]\nmodel 131\n",
+                "bad.conf:2: expected 'key = value' or '[section]'"},
+        BadCase{"NotANumber", "[switch]\nmodel = abc\n",
+                "bad.conf:2: 'model' needs a number, not 'abc'"},
+        BadCase{"MissingValue", "[switch]\nmodel = \n", "bad.conf:2: missing value for 'model'"},
+        BadCase{"DuplicateKey", "[switch]\nmodel = 1\nmodel = 2\n",
+                "bad.conf:3: duplicate key 'model'"},
+        BadCase{"Unterminated", "[switch\n", "bad.conf:1: unterminated section header"},
+        BadCase{"UnknownSection", "[fans]\n", "bad.conf:1: unknown section 'fans'"},
+        BadCase{"SlotRange", "[slot 10]\n", "bad.conf:1: slot number must be 0 to 9"},
+        BadCase{"UnknownSwitchKey", "[switch]\ncolour = red\n",
+                "bad.conf:2: unknown key 'colour' in [switch]"},
+        BadCase{"BadBoot", "[switch]\nboot = hot\n", "bad.conf:2: boot must be 'cold' or 'warm'"},
+        BadCase{"NoModel", "[switch]\nmy_slot = 1\n[slot 1]\n",
+                "bad.conf:3: no 'model' in [switch]"},
+        BadCase{"MySlotUndescribed", "[switch]\nmodel = 131\nmy_slot = 3\n[slot 1]\n",
                 "bad.conf:3: my_slot 3 has no [slot 3] section"},
-        BadCase{"[switch]\nmodel = 1\n[slot 1]\n[slot 1]\n", "bad.conf:4: slot 1 described twice"},
-        BadCase{"[switch]\nmodel = 1\n[switch]\n", "bad.conf:3: section 'switch' appears twice"},
-        BadCase{"[ports]\ncount = 300\n", "bad.conf:2: port count must be at most 289"},
-        BadCase{"[ports]\nname.x = a\n", "bad.conf:2: bad port number in 'name.x'"},
-        BadCase{"[slot 1]\nchip.32.type = 1\n", "bad.conf:2: chip id must be 0 to 31"},
-        BadCase{"[slot 1]\nchip.0.ports = 5-2\n", "bad.conf:2: bad port list item '5-2'"},
-        BadCase{"[slot 1]\nchip.0.ports = 0-2\n", "bad.conf:2: port numbers run from 1 to 127"},
-        BadCase{"[slot 1]\nchip.0.ports = 1-4\nchip.1.ports = 4\n",
+        BadCase{"SlotTwice", "[switch]\nmodel = 1\n[slot 1]\n[slot 1]\n",
+                "bad.conf:4: slot 1 described twice"},
+        BadCase{"SectionTwice", "[switch]\nmodel = 1\n[switch]\n",
+                "bad.conf:3: section 'switch' appears twice"},
+        BadCase{"PortCount", "[ports]\ncount = 300\n",
+                "bad.conf:2: port count must be at most 289"},
+        BadCase{"PortNameNumber", "[ports]\nname.x = a\n",
+                "bad.conf:2: bad port number in 'name.x'"},
+        BadCase{"ChipRange", "[slot 1]\nchip.32.type = 1\n", "bad.conf:2: chip id must be 0 to 31"},
+        BadCase{"ReversedRange", "[slot 1]\nchip.0.ports = 5-2\n",
+                "bad.conf:2: bad port list item '5-2'"},
+        BadCase{"PortZero", "[slot 1]\nchip.0.ports = 0-2\n",
+                "bad.conf:2: port numbers run from 1 to 127"},
+        BadCase{"PortTwice", "[slot 1]\nchip.0.ports = 1-4\nchip.1.ports = 4\n",
                 "bad.conf:3: port 4 already served by chip 0"},
-        BadCase{"[slot 1]\nchip.0.speed = 1\n", "bad.conf:2: unknown chip attribute 'speed'"},
-        BadCase{"[slot 1]\nfan = 1\n", "bad.conf:2: unknown key 'fan' in [slot 1]"}));
+        BadCase{"ChipAttribute", "[slot 1]\nchip.0.speed = 1\n",
+                "bad.conf:2: unknown chip attribute 'speed'"},
+        BadCase{"UnknownSlotKey", "[slot 1]\nfan = 1\n",
+                "bad.conf:2: unknown key 'fan' in [slot 1]"}),
+    [](const ::testing::TestParamInfo<BadCase>& info) { return std::string(info.param.name); });
 
 TEST(PlatformFile, UnreadableFileIsLineZero) {
   auto r = load_platform("/nonexistent/ofa.conf");

@@ -22,28 +22,15 @@
 #include <thread>
 #include <vector>
 
+#include "../../unit/agent/spine_test_util.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr auto kWait = std::chrono::seconds(10);
 
-int bind_dgram(const std::string& path) {
-  int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  sockaddr_un sun{};
-  sun.sun_family = AF_UNIX;
-  std::snprintf(sun.sun_path, sizeof sun.sun_path, "%s", path.c_str());
-  unlink(path.c_str());
-  if (fd < 0 || bind(fd, reinterpret_cast<sockaddr*>(&sun), sizeof sun) != 0) return -1;
-  return fd;
-}
-
-bool send_to(int fd, const std::string& path, const std::vector<uint8_t>& bytes) {
-  sockaddr_un sun{};
-  sun.sun_family = AF_UNIX;
-  std::snprintf(sun.sun_path, sizeof sun.sun_path, "%s", path.c_str());
-  return sendto(fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&sun), sizeof sun) ==
-         static_cast<ssize_t>(bytes.size());
-}
+using spine_test::bind_dgram;
+using spine_test::send_to;
 
 // One datagram within `ms`, or nothing.
 std::optional<std::vector<uint8_t>> recv_within(int fd, int ms, std::string* from = nullptr) {
@@ -62,9 +49,8 @@ std::optional<std::vector<uint8_t>> recv_within(int fd, int ms, std::string* fro
 class Agent : public ::testing::Test {
  protected:
   void SetUp() override {
-    char tmpl[] = "/tmp/ofa_spine_XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
+    ASSERT_FALSE(tmp_.path().empty());
+    dir_ = tmp_.path();
     ASSERT_EQ(mkdir((dir_ + "/pq6").c_str(), 0700), 0);
     mgr_ = bind_dgram(dir_ + "/pq6/ofmgragt.mp");
     ASSERT_GE(mgr_, 0);
@@ -77,8 +63,6 @@ class Agent : public ::testing::Test {
       waitpid(pid_, nullptr, 0);
     }
     if (mgr_ >= 0) close(mgr_);
-    std::string cmd = "rm -rf '" + dir_ + "'";
-    ASSERT_EQ(std::system(cmd.c_str()), 0);
   }
 
   void start() {
@@ -111,12 +95,7 @@ class Agent : public ::testing::Test {
   }
   bool alive() const { return pid_ > 0 && waitpid(pid_, nullptr, WNOHANG) == 0; }
 
-  std::string log() const {
-    std::ifstream in(dir_ + "/ofastdout", std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-  }
+  std::string log() const { return spine_test::read_file(dir_ + "/ofastdout"); }
   bool wait_log(const std::string& text) const {
     auto end = Clock::now() + kWait;
     while (Clock::now() < end) {
@@ -164,6 +143,7 @@ class Agent : public ::testing::Test {
 
   const std::vector<uint8_t> kRegistration{0x02, 0xc0, 0x00, 0x08, 0x02, 0xc0,
                                            0x00, 0x04, 0,    0,    0,    1};
+  spine_test::TempDir tmp_{"ofa_spine"};
   std::string dir_;
   int mgr_ = -1;
   pid_t pid_ = -1;

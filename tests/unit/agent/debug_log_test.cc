@@ -5,36 +5,21 @@
 #include <unistd.h>
 
 #include <cstdio>
+
 #include <fstream>
 #include <regex>
 #include <sstream>
 #include <string>
+#include "spine_test_util.h"
 
 namespace {
 
 class DebugLog : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/ofa_dlog_XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
-    path_ = dir_ + "/ofastdout";
-  }
-  void TearDown() override {
-    ofa_debug_log_close();
-    std::remove(path_.c_str());
-    rmdir(dir_.c_str());
-  }
-  std::string contents() const {
-    std::ifstream in(path_, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-  }
-  void put(const std::string& text) const {
-    std::ofstream out(path_, std::ios::binary | std::ios::trunc);
-    out << text;
-  }
+  void SetUp() override { ASSERT_FALSE(tmp_.path().empty()); }
+  void TearDown() override { ofa_debug_log_close(); }
+  std::string contents() const { return spine_test::read_file(path_); }
+  void put(const std::string& text) const { spine_test::write_file(path_, text); }
   // Replaces the fixed-width head field that begins with `label`.
   void set_field(const std::string& label, int value) {
     std::string c = contents();
@@ -45,7 +30,8 @@ class DebugLog : public ::testing::Test {
     c.replace(at + label.size(), 8, digits);
     put(c);
   }
-  std::string dir_, path_;
+  spine_test::TempDir tmp_{"ofa_dlog"};
+  std::string path_ = tmp_ / "ofastdout";
 };
 
 const std::regex kFreshHead(

@@ -12,6 +12,7 @@
 
 #include "agent/debug_log.h"
 #include "platform/evrec.h"
+#include "spine_test_util.h"
 
 namespace {
 
@@ -23,10 +24,8 @@ void channel(const char* text) {
 class Trace : public ::testing::Test {
  protected:
   void SetUp() override {
-    char tmpl[] = "/tmp/ofa_trace_XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
-    path_ = dir_ + "/log";
+    ASSERT_FALSE(tmp_.path().empty());
+    path_ = tmp_ / "log";
     setenv("OFA_DEBUG_LOG", path_.c_str(), 1);
     ASSERT_EQ(openflowAgt_trace_init(), 0);
     for (uint32_t m = 0; m < OFA_TRACE_MODULES; ++m)
@@ -39,19 +38,13 @@ class Trace : public ::testing::Test {
     openflowAgt_trace_exit();
     evrec_exit();
     unsetenv("OFA_DEBUG_LOG");
-    std::remove(path_.c_str());
-    rmdir(dir_.c_str());
   }
-  std::string log_body() const {
-    std::ifstream in(path_, std::ios::binary);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str().substr(128);
-  }
+  std::string log_body() const { return spine_test::read_file(path_).substr(128); }
   size_t records(uint32_t module) const {
     return trace_module_records(ofa_trace_handle(module)).size();
   }
-  std::string dir_, path_;
+  spine_test::TempDir tmp_{"ofa_trace"};
+  std::string path_;
 };
 
 TEST_F(Trace, StartBitsAreFileOnly) {

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "../agent/spine_test_util.h"
 #include "agent/rsm.h"
 #include "agent/trace.h"
 #include "platform/evrec.h"
@@ -31,34 +32,17 @@ int handler(int, uint32_t slot, const uint8_t* buf, uint32_t size) {
   return 0;
 }
 
-int bind_dgram(const std::string& path) {
-  int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-  sockaddr_un sun{};
-  sun.sun_family = AF_UNIX;
-  std::snprintf(sun.sun_path, sizeof sun.sun_path, "%s", path.c_str());
-  unlink(path.c_str());
-  if (bind(fd, reinterpret_cast<sockaddr*>(&sun), sizeof sun) != 0) {
-    close(fd);
-    return -1;
-  }
-  return fd;
-}
+using spine_test::bind_dgram;
 
 void send_to(int fd, const std::string& path, const std::vector<uint8_t>& bytes) {
-  sockaddr_un sun{};
-  sun.sun_family = AF_UNIX;
-  std::snprintf(sun.sun_path, sizeof sun.sun_path, "%s", path.c_str());
-  ASSERT_EQ(
-      sendto(fd, bytes.data(), bytes.size(), 0, reinterpret_cast<sockaddr*>(&sun), sizeof sun),
-      static_cast<ssize_t>(bytes.size()));
+  ASSERT_TRUE(spine_test::send_to(fd, path, bytes));
 }
 
 class Mxl : public ::testing::Test {
  protected:
   void SetUp() override {
-    char tmpl[] = "/tmp/ofa_mxl_XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
+    ASSERT_FALSE(tmp_.path().empty());
+    dir_ = tmp_.path();
     setenv("OFA_RUN_DIR", dir_.c_str(), 1);
     setenv("OFA_DEBUG_LOG", (dir_ + "/log").c_str(), 1);
     ASSERT_EQ(openflowAgt_trace_init(), 0);
@@ -80,18 +64,12 @@ class Mxl : public ::testing::Test {
     unlink(mp_path_.c_str());
     openflowAgt_trace_exit();
     evrec_exit();
-    std::string cmd = "rm -rf '" + dir_ + "'";
-    ASSERT_EQ(std::system(cmd.c_str()), 0);
     unsetenv("OFA_RUN_DIR");
     unsetenv("OFA_DEBUG_LOG");
   }
-  std::string log() const {
-    std::ifstream in(dir_ + "/log");
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-  }
+  std::string log() const { return spine_test::read_file(dir_ + "/log"); }
   int receive() { return of_mxl_process_msg(of_corvu_state.mi_sock); }
+  spine_test::TempDir tmp_{"ofa_mxl"};
   std::string dir_, agent_path_, mp_path_;
   int mp_ = -1;
 };

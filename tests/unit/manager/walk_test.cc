@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "../agent/spine_test_util.h"
 #include "agent/trace.h"
 #include "manager/msg_catalogue.h"
 #include "platform/evrec.h"
@@ -48,10 +49,8 @@ std::vector<uint8_t> datagram(const std::vector<Msg>& msgs) {
 class Walk : public ::testing::Test {
  protected:
   void SetUp() override {
-    char tmpl[] = "/tmp/ofa_walk_XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
-    setenv("OFA_DEBUG_LOG", (dir_ + "/log").c_str(), 1);
+    ASSERT_FALSE(tmp_.path().empty());
+    setenv("OFA_DEBUG_LOG", (tmp_ / "log").c_str(), 1);
     ASSERT_EQ(openflowAgt_trace_init(), 0);
     g_calls.clear();
     ASSERT_EQ(ofa_set_msg_handler(MSGTYPE_OPENFLOW_FLOW_OPERATION, record<7>), 0);
@@ -63,8 +62,6 @@ class Walk : public ::testing::Test {
     openflowAgt_trace_exit();
     evrec_exit();
     unsetenv("OFA_DEBUG_LOG");
-    std::remove((dir_ + "/log").c_str());
-    rmdir(dir_.c_str());
   }
   // Ids of the OFAMSG traces, in order.
   std::vector<uint32_t> trace_ids() const {
@@ -73,7 +70,7 @@ class Walk : public ::testing::Test {
       ids.push_back(r.id);
     return ids;
   }
-  std::string dir_;
+  spine_test::TempDir tmp_{"ofa_walk"};
 };
 
 int walk(const std::vector<uint8_t>& d, uint32_t slot = 0) {

@@ -85,7 +85,7 @@ TEST_F(ControlTest, ChipUpDatagramLayout) {
 }
 
 TEST_F(ControlTest, EventsForEveryChipAndSlot) {
-  EXPECT_TRUE(has(send_startup_events(*ctl), R"("sent":3)"));
+  EXPECT_TRUE(has(send_startup_events(*ctl), R"("sent":5)"));
   ASSERT_EQ(sent.size(), 5u);  // slot-up 1 and 2, then chip-up for three chips
   std::vector<std::pair<uint32_t, uint32_t>> got;
   for (const auto& d : sent)

@@ -297,9 +297,11 @@ std::string cmd_stats(Control& c) {
 }  // namespace
 
 std::string send_startup_events(Control& c) {
+  uint64_t before = c.counters.events_sent;
   std::string a = cmd_event(c, std::vector<std::string_view>{"slot-up"});
-  if (a.find("\"ok\":true") == std::string::npos) return a;
-  return cmd_event(c, std::vector<std::string_view>{"chip-up"});
+  if (a.rfind("{\"ok\":true", 0) == 0) a = cmd_event(c, std::vector<std::string_view>{"chip-up"});
+  if (a.rfind("{\"ok\":true", 0) != 0) return a;
+  return ok().field("sent", c.counters.events_sent - before).end_object().take();
 }
 
 std::string control_command(Control& c, std::string_view line) {

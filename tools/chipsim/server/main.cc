@@ -1,4 +1,5 @@
 // ofa-chipsim: the chip simulator of one line processor, or (with "ctl") its control client.
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -31,7 +32,7 @@ constexpr const char* kUsage =
     "control commands: dump, stats, check, reset, help, fault, event, traffic (see "
     "docs/chipsim.md)\n";
 
-volatile bool g_stop = false;
+std::atomic<bool> g_stop{false};  // lock-free, so a signal handler may set it
 
 void on_signal(int) {
   g_stop = true;

@@ -179,7 +179,7 @@ void Server::maybe_send_auto_events() {
   log_line("start-up events: " + send_startup_events(control_));
 }
 
-void Server::run(const volatile bool& stop) {
+void Server::run(const std::atomic<bool>& stop) {
   std::vector<pollfd> fds;
   while (!stop) {
     fds.clear();

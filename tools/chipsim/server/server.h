@@ -3,6 +3,7 @@
 // and sends events to the agent's hsl/event.<slot>.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -31,7 +32,7 @@ class Server {
   // Binds the command and control sockets; answers an error text on failure.
   std::optional<std::string> open();
   // Serves until `stop` turns true (checked at least every 200 ms).
-  void run(const volatile bool& stop);
+  void run(const std::atomic<bool>& stop);
   // Sends one datagram to the agent's event socket.
   std::optional<std::string> send_event(std::span<const uint8_t> datagram);
 

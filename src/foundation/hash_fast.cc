@@ -44,15 +44,18 @@ void convert_to_second_level(hashFastGeneric* t, uint32_t b) {
     *slot = n;
     n = next;
   }
-  t->sparse_buckets[b].chain = array;
+  t->sparse_buckets[b].chain =
+      reinterpret_cast<void*>(reinterpret_cast<uintptr_t>(array) | kSecondLevelTag);
   t->bucket_counts[b] |= HASH_BUCKET_2ND_LEVEL;
 }
 
-// The link that points at the node holding key, or null.
-hash_node** find_link(hashFastGeneric* t, uint32_t b, hash_key_t key, int* position) {
+// The link that points at the node holding key (whose full hash is h), or null. Nodes keep the
+// hash of their key, so that the items of other keys in the chain are not read.
+hash_node** find_link(hashFastGeneric* t, uint32_t h, hash_key_t key, int* position) {
+  uint32_t b = h % t->size;
   int pos = 0;
   for (hash_node** link = home_of(t, b, key); *link != nullptr; link = &(*link)->next, ++pos) {
-    if (t->key_data_compare(key, (*link)->data, t->context) == 0) {
+    if ((*link)->hash == h && t->key_data_compare(key, (*link)->data, t->context) == 0) {
       if (position != nullptr) *position = pos;
       return link;
     }
@@ -63,7 +66,7 @@ hash_node** find_link(hashFastGeneric* t, uint32_t b, hash_key_t key, int* posit
 void drop_second_level_arrays(hashFastGeneric* t) {
   if (t->bucket_counts == nullptr) return;
   for (uint32_t b = 0; b < t->size; ++b) {
-    if (is_second_level(t, b)) generic_free_mem_to_pool(t->table2_pool, t->sparse_buckets[b].chain);
+    if (is_second_level(t, b)) generic_free_mem_to_pool(t->table2_pool, second_array(t, b));
   }
 }
 
@@ -240,8 +243,9 @@ void hashFastGenericEnable2ndHash(hashFastGeneric* t, uint32_t threshold, uint32
 
 int hashFastGenericInsert(hashFastGeneric* t, hash_key_t key, void* data) {
   if (t == nullptr) return 0;
-  uint32_t b = bucket_of(t, key);
-  if (hash_node** link = find_link(t, b, key, nullptr)) {
+  uint32_t h = hash_of(t, key);
+  uint32_t b = h % t->size;
+  if (hash_node** link = find_link(t, h, key, nullptr)) {
     (*link)->data = data;
     return 2;
   }
@@ -253,6 +257,7 @@ int hashFastGenericInsert(hashFastGeneric* t, hash_key_t key, void* data) {
     return 0;
   }
   n->data = data;
+  n->hash = h;
   t->entries += 1;
   hash_node** home = home_of(t, b, key);
   n->next = *home;
@@ -267,7 +272,7 @@ int hashFastGenericInsert(hashFastGeneric* t, hash_key_t key, void* data) {
 
 int hashFastGenericGetLink(hashFastGeneric* t, hash_key_t key, hash_node** node) {
   if (t == nullptr || t->entries == 0) return 0;
-  hash_node** link = find_link(t, bucket_of(t, key), key, nullptr);
+  hash_node** link = find_link(t, hash_of(t, key), key, nullptr);
   if (link == nullptr) return 0;
   if (node != nullptr) *node = *link;
   return 1;
@@ -282,18 +287,19 @@ int hashFastGenericGet(hashFastGeneric* t, hash_key_t key, void** data) {
 
 int hashFastGenericGetReturnIndex(hashFastGeneric* t, hash_key_t key, void** data) {
   if (t == nullptr || t->entries == 0) return -1;
-  uint32_t b = bucket_of(t, key);
+  uint32_t h = hash_of(t, key);
   int position = 0;
-  hash_node** link = find_link(t, b, key, &position);
+  hash_node** link = find_link(t, h, key, &position);
   if (link == nullptr) return -1;
   if (data != nullptr) *data = (*link)->data;
-  return static_cast<int>(b) + position;
+  return static_cast<int>(h % t->size) + position;
 }
 
 int hashFastGenericDelete(hashFastGeneric* t, hash_key_t key, void** data) {
   if (t == nullptr || t->entries == 0) return 0;
-  uint32_t b = bucket_of(t, key);
-  hash_node** link = find_link(t, b, key, nullptr);
+  uint32_t h = hash_of(t, key);
+  uint32_t b = h % t->size;
+  hash_node** link = find_link(t, h, key, nullptr);
   if (link == nullptr) return 0;
   hash_node* n = *link;
   *link = n->next;

@@ -6,7 +6,7 @@
 // - The second hash (hashFastGenericEnable2ndHash, needs sparse mode and get_key_from_data)
 //   turns a chain longer than `threshold` into a small table of `size2` slots of its own.
 // Set-up order: create, sparse mode, second hash, then use. The table stores the caller's data
-// pointer and never owns what it points to.
+// pointer and never owns what it points to. Keys that compare equal must hash equal.
 //
 // Traversal callbacks are fn(data, arg, node): the low 31 bits of the result add to the count
 // of items dealt with, a set top bit stops the walk, and `max` bounds the sum. A callback may
@@ -22,6 +22,7 @@ using hash_key_t = uintptr_t;
 struct hash_node {
   hash_node* next;
   void* data;
+  uint32_t hash;  // first-level hash of the key, so that other keys' items need not be read
 };
 
 // Sparse bucket: `prev` is 0 when the bucket is not in the active list, 1 when it is the

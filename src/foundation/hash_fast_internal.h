@@ -5,14 +5,22 @@
 
 namespace ofa::foundation::hash_fast {
 
-inline uint32_t bucket_of(const hashFastGeneric* t, hash_key_t key) {
-  uint32_t h =
-      t->hash_fn != nullptr ? t->hash_fn(key, t->context) : static_cast<uint32_t>(key) * 7907u;
-  return h % t->size;
+// The full first-level hash of a key; its bucket is this modulo size.
+inline uint32_t hash_of(const hashFastGeneric* t, hash_key_t key) {
+  return t->hash_fn != nullptr ? t->hash_fn(key, t->context) : static_cast<uint32_t>(key) * 7907u;
 }
 
+inline uint32_t bucket_of(const hashFastGeneric* t, hash_key_t key) {
+  return hash_of(t, key) % t->size;
+}
+
+// A second-level bucket's `chain` holds its array tagged with the low bit, so that lookups
+// need not read the bucket counts (whose top bit says the same).
+inline constexpr uintptr_t kSecondLevelTag = 1;
+
 inline bool is_second_level(const hashFastGeneric* t, uint32_t b) {
-  return t->bucket_counts != nullptr && (t->bucket_counts[b] & HASH_BUCKET_2ND_LEVEL) != 0;
+  return t->bucket_counts != nullptr &&
+         (reinterpret_cast<uintptr_t>(t->sparse_buckets[b].chain) & kSecondLevelTag) != 0;
 }
 
 // The head of a chain bucket (plain or sparse).
@@ -23,7 +31,8 @@ inline hash_node** chain_head(hashFastGeneric* t, uint32_t b) {
 
 // The slot array of a second-level bucket.
 inline hash_node** second_array(hashFastGeneric* t, uint32_t b) {
-  return static_cast<hash_node**>(t->sparse_buckets[b].chain);
+  return reinterpret_cast<hash_node**>(reinterpret_cast<uintptr_t>(t->sparse_buckets[b].chain) &
+                                       ~kSecondLevelTag);
 }
 
 inline uint32_t slot_of(const hashFastGeneric* t, hash_key_t key) {
@@ -60,7 +69,7 @@ inline void link_active(hashFastGeneric* t, hash_sparse_bucket* s) {
 // A second-level bucket with no items gives its array back and becomes an empty chain.
 inline void fold_if_empty(hashFastGeneric* t, uint32_t b) {
   if (t->bucket_counts == nullptr || t->bucket_counts[b] != HASH_BUCKET_2ND_LEVEL) return;
-  generic_free_mem_to_pool(t->table2_pool, t->sparse_buckets[b].chain);
+  generic_free_mem_to_pool(t->table2_pool, second_array(t, b));
   t->sparse_buckets[b].chain = nullptr;
   t->bucket_counts[b] = 0;
   unlink_active(t, &t->sparse_buckets[b]);

@@ -261,7 +261,7 @@ uint32_t hashFastGenericTraverseBySortedKey(hashFastGeneric* t, hash_traverse_fn
     TraversalFlag flag;
     for (int more = find_best(t, nullptr, &data, nullptr); more != 0;) {
       hash_key_t key = t->get_key_from_data(data, t->context);
-      hash_node node{nullptr, data};
+      hash_node node{nullptr, data, 0};
       if (skip > 0) {
         --skip;
       } else if (!w.visit(&node)) {
@@ -285,7 +285,7 @@ uint32_t hashFastGenericTraverseBySortedKey(hashFastGeneric* t, hash_traverse_fn
   {
     TraversalFlag flag;
     for (uint32_t i = skip; i < filled; ++i) {
-      hash_node node{nullptr, items[i]};
+      hash_node node{nullptr, items[i], 0};
       if (!w.visit(&node)) break;
     }
   }

@@ -196,13 +196,23 @@ uint32_t of_build_l2flow_req(std::span<uint8_t> req, const of_l2flow_params& p) 
   return OF_L2FLOW_REQ_SIZE;
 }
 
-uint32_t of_build_l2flow_upd_req(std::span<uint8_t> req, uint32_t handle, uint8_t region,
-                                 const of_l2_result& result) {
-  if (!start(req, OF_CMD_L2FLOW_UPD, OF_L2FLOW_UPD_REQ_SIZE, OF_L2FLOW_UPD_REQ_SIZE)) return 0;
+namespace {
+// The head of an entry update: handle at 28, region and type 1 at 32 and 33.
+bool upd_head(std::span<uint8_t> req, uint32_t cmd, uint32_t size, uint32_t handle,
+              uint8_t region) {
+  if (!start(req, cmd, size, size)) return false;
   Writer w(req);
   w.u32_at(28, handle);
   w.u8_at(32, region);
   w.u8_at(33, 1);
+  return true;
+}
+}  // namespace
+
+uint32_t of_build_l2flow_upd_req(std::span<uint8_t> req, uint32_t handle, uint8_t region,
+                                 const of_l2_result& result) {
+  if (!upd_head(req, OF_CMD_L2FLOW_UPD, OF_L2FLOW_UPD_REQ_SIZE, handle, region)) return 0;
+  Writer w(req);
   put_l2_result(w, OF_UPD_RESULT_OFFSET, result);
   return OF_L2FLOW_UPD_REQ_SIZE;
 }
@@ -242,11 +252,8 @@ uint32_t of_build_l3flow_req(std::span<uint8_t> req, const of_l3flow_params& p) 
 
 uint32_t of_build_l3flow_upd_req(std::span<uint8_t> req, uint32_t handle, uint8_t region,
                                  const of_l3_result& result) {
-  if (!start(req, OF_CMD_L3FLOW_UPD, OF_L3FLOW_UPD_REQ_SIZE, OF_L3FLOW_UPD_REQ_SIZE)) return 0;
+  if (!upd_head(req, OF_CMD_L3FLOW_UPD, OF_L3FLOW_UPD_REQ_SIZE, handle, region)) return 0;
   Writer w(req);
-  w.u32_at(28, handle);
-  w.u8_at(32, region);
-  w.u8_at(33, 1);
   put_l3_result(w, OF_UPD_RESULT_OFFSET, result);
   return OF_L3FLOW_UPD_REQ_SIZE;
 }

@@ -268,24 +268,28 @@ int ofNLRecvMsgBlock(ofNLSock* sock, uint8_t** buf, uint32_t* size, uint32_t* se
   return 0;
 }
 
-int ofNLSendMsg(ofNLSock* sock, uint8_t* msg, uint32_t size, uint32_t* seq, uint16_t type) {
+namespace {
+// Header and exchange: 0, or -111 with its words.
+int nl_exchange(ofNLSock* sock, uint8_t* msg, uint32_t size, uint16_t type) {
   write_nl_header(msg, size, type, ++sock->seq);
   if (do_ioctl(sock->fd, msg, size + OF_NL_HDR_SIZE, OF_NL_MSG_BUF_SIZE) < 0) {
     file_printf("Failed to send ioctl to netlink socket, rc: %d, errno: %d, sock: %s", -1, errno,
                 sock->name);
     return OF_NL_E_SEND;
   }
-  if (seq) *seq = sock->seq;
   return 0;
+}
+}  // namespace
+
+int ofNLSendMsg(ofNLSock* sock, uint8_t* msg, uint32_t size, uint32_t* seq, uint16_t type) {
+  int rc = nl_exchange(sock, msg, size, type);
+  if (rc == 0 && seq) *seq = sock->seq;
+  return rc;
 }
 
 int ofNLSendIoctl(ofNLSock* sock, uint8_t* msg, uint32_t size, uint32_t* seq, uint16_t type) {
-  write_nl_header(msg, size, type, ++sock->seq);
-  if (do_ioctl(sock->fd, msg, size + OF_NL_HDR_SIZE, OF_NL_MSG_BUF_SIZE) < 0) {
-    file_printf("Failed to send ioctl to netlink socket, rc: %d, errno: %d, sock: %s", -1, errno,
-                sock->name);
-    return OF_NL_E_SEND;
-  }
+  int rc = nl_exchange(sock, msg, size, type);
+  if (rc != 0) return rc;
   Reader r(msg, OF_NL_MSG_BUF_SIZE);
   int32_t status = static_cast<int32_t>(r.u32_at(OF_NL_STATUS_OFFSET));
   if (status != 0) {

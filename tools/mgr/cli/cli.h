@@ -37,6 +37,7 @@ int send(const Options& o, const Target& t);
 int run(const Options& o, const Target& t);
 int encode(const Options& o, const Target& t);
 int decode(const Options& o);
+int bench(const Options& o, const Target& t);
 
 // Help of a sub-command (or the overview for an empty or unknown name).
 const char* help_text(const std::string& command);

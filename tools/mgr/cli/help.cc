@@ -15,6 +15,7 @@ commands:
   run FILE            carry out a scenario file
   encode OPERATION    print the bytes of an operation in hex (-v: also every field)
   decode HEX          read a datagram given in hex and print its messages
+  bench [SETTINGS]    install many flows and measure operations per second and latency
   help COMMAND        the help of one command
 
 options (all commands):
@@ -86,6 +87,21 @@ field, or the reason it cannot be read (exit code 1).
   ofa-mgr decode 02c00008 02c00004 00000001
 )";
 
+constexpr const char* kBench =
+    R"(usage: ofa-mgr bench [flows=N] [order=ORDER] [window=N] [delete] [...]
+
+Installs N flows on a running agent (which must have registered already) and reports the
+operations per second and the latency of their statuses (50th, 90th, 99th percentile, maximum).
+  flows=N        how many (default 1000), ids from first-id=N (default 1)
+  order=ORDER    priorities ascending (default), descending, same or random (seed=N)
+  priority=N     the lowest priority (default 1000)
+  window=N       operations in flight (default 1: each waits for its status)
+  in-port=P      match port (default 3); out-port=P output port (default 5)
+  delete         delete the flows again afterwards, measured as a second phase
+Each flow matches in_port, IPv4 and its own destination 10.x.y.z/32. On a terminal a progress
+line shows the count and rate. Statuses missing for --timeout end the phase (exit code 1).
+)";
+
 }  // namespace
 
 const char* help_text(const std::string& command) {
@@ -94,6 +110,7 @@ const char* help_text(const std::string& command) {
   if (command == "run") return kRun;
   if (command == "encode") return kEncode;
   if (command == "decode") return kDecode;
+  if (command == "bench") return kBench;
   return kOverview;
 }
 

@@ -97,7 +97,8 @@ int main(int argc, char** argv) {
     return o.help ? kOk : kUsage;
   }
   if (o.command == "decode") return decode(o);
-  if (o.command != "listen" && o.command != "send" && o.command != "run" && o.command != "encode") {
+  if (o.command != "listen" && o.command != "send" && o.command != "run" && o.command != "encode" &&
+      o.command != "bench") {
     std::fprintf(stderr, "ofa-mgr: unknown command '%s' (ofa-mgr --help)\n", o.command.c_str());
     return kUsage;
   }
@@ -105,5 +106,6 @@ int main(int argc, char** argv) {
   if (o.command == "listen") return listen(o, t);
   if (o.command == "send") return send(o, t);
   if (o.command == "run") return run(o, t);
+  if (o.command == "bench") return bench(o, t);
   return encode(o, t);
 }

@@ -16,6 +16,7 @@ class Sink {
  public:
   virtual ~Sink() = default;
   virtual void number(const char* name, uint64_t v) = 0;
+  virtual void integer(const char* name, int64_t v) = 0;
   virtual void string(const char* name, const std::string& v) = 0;
   virtual void ports(const char* name, const std::vector<uint32_t>& v) = 0;
   virtual void begin_list(const char* name) = 0;
@@ -38,7 +39,7 @@ struct Show {
   template <class T>
   void u32(size_t, const char* n, T x) {
     if constexpr (std::is_signed_v<T>) {
-      s.string(n, std::to_string(x));  // the group id of a member is signed
+      s.integer(n, x);  // the group id of a member is signed
     } else {
       s.number(n, static_cast<uint32_t>(x));
     }
@@ -121,6 +122,7 @@ class JsonSink : public Sink {
  public:
   std::string out;
   void number(const char* n, uint64_t v) override { key(n) += std::to_string(v); }
+  void integer(const char* n, int64_t v) override { key(n) += std::to_string(v); }
   void string(const char* n, const std::string& v) override { key(n) += json_quote(v); }
   void ports(const char* n, const std::vector<uint32_t>& v) override {
     std::string& o = key(n);
@@ -162,6 +164,7 @@ class RowSink : public Sink {
  public:
   std::vector<std::pair<std::string, std::string>> rows;
   void number(const char* n, uint64_t v) override { rows.emplace_back(name(n), std::to_string(v)); }
+  void integer(const char* n, int64_t v) override { rows.emplace_back(name(n), std::to_string(v)); }
   void string(const char* n, const std::string& v) override { rows.emplace_back(name(n), v); }
   void ports(const char* n, const std::vector<uint32_t>& v) override {
     std::string s;

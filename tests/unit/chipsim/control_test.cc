@@ -4,6 +4,7 @@
 #include "chipsim_test_util.h"
 #include "control/control.h"
 #include "control/events.h"
+#include "model/json.h"
 #include "model/status.h"
 
 namespace ofa::chipsim::test {
@@ -178,6 +179,28 @@ TEST_F(ControlTest, PolicerAndQueueCounters) {
   ASSERT_EQ(a.status, 0);
   EXPECT_EQ(wire::Reader(a.reply).u64_at(48 + 184 + 8 * 5), 7u);
   EXPECT_EQ(wire::Reader(a.reply).u64_at(48 + 248 + 8 * 5), 700u);
+}
+
+}  // namespace
+}  // namespace ofa::chipsim::test
+
+namespace ofa::chipsim::test {
+namespace {
+
+TEST(Json, EscapesAndNests) {
+  struct Row {
+    std::string in, out;
+  };
+  for (const Row& r : std::vector<Row>{{"plain", "plain"},
+                                       {"a\"b\\c", "a\\\"b\\\\c"},
+                                       {"line\nnext\ttab\r", "line\\nnext\\ttab\\r"},
+                                       {std::string("\x01\x1f\x7f", 3), "\\u0001\\u001f\\u007f"},
+                                       {"caf\xc3\xa9", "caf\xc3\xa9"}})
+    EXPECT_EQ(json_escape(r.in), r.out) << r.in;
+  JsonWriter j;
+  j.begin_object().field("a", 1u).key("b").begin_array().value(-2).value("x").begin_object();
+  j.end_object().end_array().key("c").boolean(false).key("d").raw("{\"e\":[]}").end_object();
+  EXPECT_EQ(j.str(), R"({"a":1,"b":[-2,"x",{}],"c":false,"d":{"e":[]}})");
 }
 
 }  // namespace

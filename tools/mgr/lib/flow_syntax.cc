@@ -6,6 +6,7 @@
 #include <functional>
 #include <optional>
 
+#include "flow_build.h"
 #include "operations.h"
 #include "syntax.h"
 
@@ -13,27 +14,8 @@ namespace ofa::mgr {
 namespace {
 
 using Err = std::optional<std::string>;
-using syntax::number;
-
-struct FlowBuild {
-  FlowMsg m;
-  uint32_t cleared = 0;  // wildcard bits of the match fields given
-  bool l3 = false;       // an L3 or L4 field was given
-  bool id_given = false;
-  std::optional<uint32_t> wildcards, rule_kind;
-  std::optional<uint8_t> forward, send_to_ctrl;
-  std::optional<uint16_t> member_len;
-  std::vector<std::string> v4_only;  // version-4-only items used, for the version check
-  bool to_controller = false, drop = false;
-};
-
-template <class T>
-Err set_num(T& field, std::string_view v, uint64_t max, std::string_view what) {
-  auto r = number(v, max, what);
-  if (!r.ok()) return r.error();
-  field = static_cast<T>(r.value());
-  return std::nullopt;
-}
+using detail::FlowBuild;
+using syntax::set_number;
 
 Err set_mac(FlowBuild& b, Mac& addr, Mac& mask, uint32_t wc_addr, uint32_t wc_mask,
             std::string_view v, std::string_view what) {
@@ -74,7 +56,7 @@ const std::vector<MatchKey>& match_keys() {
   static const std::vector<MatchKey> keys = {
       {"in_port", kWcInPort, false,
        [](FlowBuild& b, std::string_view v) {
-         return set_num(b.m.in_port_id, v, kMaxPort, "in_port");
+         return set_number(b.m.in_port_id, v, kMaxPort, "in_port");
        }},
       {"dl_vlan", kWcInVlan, false,
        [](FlowBuild& b, std::string_view v) -> Err {
@@ -84,11 +66,11 @@ const std::vector<MatchKey>& match_keys() {
            return std::nullopt;
          }
          b.m.in_tagged = 1;
-         return set_num(b.m.in_vlan_id, v, 4095, "dl_vlan");
+         return set_number(b.m.in_vlan_id, v, 4095, "dl_vlan");
        }},
       {"dl_vlan_pcp", kWcVlanPcp, false,
        [](FlowBuild& b, std::string_view v) {
-         return set_num(b.m.vlan_upbit, v, 7, "dl_vlan_pcp");
+         return set_number(b.m.vlan_upbit, v, 7, "dl_vlan_pcp");
        }},
       {"dl_src", kWcSrcMac, false,
        [](FlowBuild& b, std::string_view v) {
@@ -100,7 +82,7 @@ const std::vector<MatchKey>& match_keys() {
        }},
       {"dl_type", kWcEtherType, false,
        [](FlowBuild& b, std::string_view v) {
-         return set_num(b.m.ether_type, v, 0xffff, "dl_type");
+         return set_number(b.m.ether_type, v, 0xffff, "dl_type");
        }},
       {"nw_src", kWcSrcIp, true,
        [](FlowBuild& b, std::string_view v) {
@@ -112,40 +94,44 @@ const std::vector<MatchKey>& match_keys() {
        }},
       {"nw_proto", kWcIpProto, true,
        [](FlowBuild& b, std::string_view v) {
-         return set_num(b.m.ip_protocol, v, 255, "nw_proto");
+         return set_number(b.m.ip_protocol, v, 255, "nw_proto");
        }},
       {"nw_tos", kWcIpTos, true,
        [](FlowBuild& b, std::string_view v) -> Err {
          uint8_t tos = 0;
-         if (auto e = set_num(tos, v, 255, "nw_tos")) return e;
+         if (auto e = set_number(tos, v, 255, "nw_tos")) return e;
          b.m.ip_tos = tos >> 2;  // the message carries the DSCP
          return std::nullopt;
        }},
       {"ip_dscp", kWcIpTos, true,
-       [](FlowBuild& b, std::string_view v) { return set_num(b.m.ip_tos, v, 63, "ip_dscp"); }},
+       [](FlowBuild& b, std::string_view v) { return set_number(b.m.ip_tos, v, 63, "ip_dscp"); }},
       {"tp_src", kWcSrcPort, true,
-       [](FlowBuild& b, std::string_view v) { return set_num(b.m.src_port, v, 0xffff, "tp_src"); }},
+       [](FlowBuild& b, std::string_view v) {
+         return set_number(b.m.src_port, v, 0xffff, "tp_src");
+       }},
       {"tp_dst", kWcDstPort, true,
-       [](FlowBuild& b, std::string_view v) { return set_num(b.m.dst_port, v, 0xffff, "tp_dst"); }},
+       [](FlowBuild& b, std::string_view v) {
+         return set_number(b.m.dst_port, v, 0xffff, "tp_dst");
+       }},
       {"icmp_type", kWcIcmpv4Type, true,
        [](FlowBuild& b, std::string_view v) {
          b.v4_only.push_back("icmp_type");
-         return set_num(b.m.icmpv4_type, v, 255, "icmp_type");
+         return set_number(b.m.icmpv4_type, v, 255, "icmp_type");
        }},
       {"icmp_code", kWcIcmpv4Code, true,
        [](FlowBuild& b, std::string_view v) {
          b.v4_only.push_back("icmp_code");
-         return set_num(b.m.icmpv4_code, v, 255, "icmp_code");
+         return set_number(b.m.icmpv4_code, v, 255, "icmp_code");
        }},
       {"icmpv6_type", kWcIcmpv6Type, true,
        [](FlowBuild& b, std::string_view v) {
          b.v4_only.push_back("icmpv6_type");
-         return set_num(b.m.icmpv6_type, v, 255, "icmpv6_type");
+         return set_number(b.m.icmpv6_type, v, 255, "icmpv6_type");
        }},
       {"icmpv6_code", kWcIcmpv6Code, true,
        [](FlowBuild& b, std::string_view v) {
          b.v4_only.push_back("icmpv6_code");
-         return set_num(b.m.icmpv6_code, v, 255, "icmpv6_code");
+         return set_number(b.m.icmpv6_code, v, 255, "icmpv6_code");
        }},
   };
   return keys;
@@ -172,56 +158,56 @@ Err flow_field(FlowBuild& b, const syntax::KeyValue& kv) {
   FlowMsg& m = b.m;
   if (k == "id" || k == "flow_id") {
     b.id_given = true;
-    return set_num(m.flow_id, v, 0xffffffff, k);
+    return set_number(m.flow_id, v, 0xffffffff, k);
   }
-  if (k == "priority") return set_num(m.priority, v, 0xffffffff, k);
-  if (k == "xid") return set_num(m.xid, v, 0xffffffff, k);
+  if (k == "priority") return set_number(m.priority, v, 0xffffffff, k);
+  if (k == "xid") return set_number(m.xid, v, 0xffffffff, k);
   if (k == "cid") {
     uint8_t cid = 0;
-    if (auto e = set_num(cid, v, 255, k)) return e;
+    if (auto e = set_number(cid, v, 255, k)) return e;
     m.controller_word = (m.controller_word & 0x00ffffff) | (uint32_t{cid} << 24);
     return std::nullopt;
   }
-  if (k == "controller_word") return set_num(m.controller_word, v, 0xffffffff, k);
-  if (k == "version") return set_num(m.version, v, 255, k);
-  if (k == "more_fragments") return set_num(m.more_fragments, v, 0xffffffff, k);
-  if (k == "action_key") return set_num(m.action_key, v, 0xffffffff, k);
-  if (k == "fd_id") return set_num(m.fd_id, v, 0xffff, k);
-  if (k == "instance") return set_num(m.instance_word, v, 0xffffffff, k);
-  if (k == "fid") return set_num(m.fid, v, 0xffff, k);
-  if (k == "mvid") return set_num(m.mvid, v, 0xffff, k);
-  if (k == "pw_id") return set_num(m.pw_id, v, 255, k);
-  if (k == "keep_counters") return set_num(m.keep_counters, v, 0xffffffff, k);
-  if (k == "action_param") return set_num(m.action_param, v, 0xffffffff, k);
-  if (k == "stats_flag") return set_num(m.stats_flag, v, 0xffffffff, k);
-  if (k == "mp_id") return set_num(m.mp_id, v, 255, k);
-  if (k == "in_tagged") return set_num(m.in_tagged, v, 0xffffffff, k);
-  if (k == "min_length") return set_num(m.min_body, v, kMaxBodyLength, k);
+  if (k == "controller_word") return set_number(m.controller_word, v, 0xffffffff, k);
+  if (k == "version") return set_number(m.version, v, 255, k);
+  if (k == "more_fragments") return set_number(m.more_fragments, v, 0xffffffff, k);
+  if (k == "action_key") return set_number(m.action_key, v, 0xffffffff, k);
+  if (k == "fd_id") return set_number(m.fd_id, v, 0xffff, k);
+  if (k == "instance") return set_number(m.instance_word, v, 0xffffffff, k);
+  if (k == "fid") return set_number(m.fid, v, 0xffff, k);
+  if (k == "mvid") return set_number(m.mvid, v, 0xffff, k);
+  if (k == "pw_id") return set_number(m.pw_id, v, 255, k);
+  if (k == "keep_counters") return set_number(m.keep_counters, v, 0xffffffff, k);
+  if (k == "action_param") return set_number(m.action_param, v, 0xffffffff, k);
+  if (k == "stats_flag") return set_number(m.stats_flag, v, 0xffffffff, k);
+  if (k == "mp_id") return set_number(m.mp_id, v, 255, k);
+  if (k == "in_tagged") return set_number(m.in_tagged, v, 0xffffffff, k);
+  if (k == "min_length") return set_number(m.min_body, v, kMaxBodyLength, k);
   if (k == "member_count") {
     m.member_count_override = true;
-    return set_num(m.member_count, v, 0xffff, k);
+    return set_number(m.member_count, v, 0xffff, k);
   }
   if (k == "member_len") {
     uint16_t len = 0;
-    if (auto e = set_num(len, v, kMemberLengthMask, k)) return e;
+    if (auto e = set_number(len, v, kMemberLengthMask, k)) return e;
     b.member_len = len;
     return std::nullopt;
   }
   if (k == "wildcards") {
     uint32_t w = 0;
-    if (auto e = set_num(w, v, 0xffffffff, k)) return e;
+    if (auto e = set_number(w, v, 0xffffffff, k)) return e;
     b.wildcards = w;
     return std::nullopt;
   }
   if (k == "rule_kind") {
     uint32_t r = 0;
-    if (auto e = set_num(r, v, 255, k)) return e;
+    if (auto e = set_number(r, v, 255, k)) return e;
     b.rule_kind = r;
     return std::nullopt;
   }
   if (k == "forward_action" || k == "send_to_ctrl") {
     uint8_t x = 0;
-    if (auto e = set_num(x, v, 255, k)) return e;
+    if (auto e = set_number(x, v, 255, k)) return e;
     (k == "forward_action" ? b.forward : b.send_to_ctrl) = x;
     return std::nullopt;
   }
@@ -261,179 +247,6 @@ Err match_item(FlowBuild& b, std::string_view item) {
 
 // ---- actions ----------------------------------------------------------------------------
 
-struct ActionState {
-  FlowMember current;     // modifications so far; each output copies them
-  bool modified = false;  // modifications since the last output
-  bool any_output = false;
-};
-
-std::optional<uint16_t> reserved_port(std::string_view w) {
-  if (syntax::same_word(w, "controller")) return kPortController;
-  if (syntax::same_word(w, "all")) return kPortAll;
-  if (syntax::same_word(w, "flood")) return kPortFlood;
-  if (syntax::same_word(w, "normal")) return kPortNormal;
-  return std::nullopt;
-}
-
-void emit(FlowBuild& b, ActionState& st, FlowMember mem) {
-  b.m.members.push_back(mem);
-  st.modified = false;
-  st.any_output = true;
-}
-
-Err output(FlowBuild& b, ActionState& st, std::string_view port) {
-  FlowMember mem = st.current;
-  if (auto r = reserved_port(port)) {
-    mem.out_port_id = *r;
-  } else if (auto e = set_num(mem.out_port_id, port, kMaxPort, "output")) {
-    return *e + " (or CONTROLLER, ALL, FLOOD, NORMAL)";
-  }
-  if (mem.out_port_id == kPortController) b.to_controller = true;
-  emit(b, st, mem);
-  return std::nullopt;
-}
-
-Err action(FlowBuild& b, ActionState& st, std::string_view item) {
-  auto colon = item.find(':');
-  std::string name(item.substr(0, colon));
-  std::string_view arg = colon == std::string_view::npos ? "" : item.substr(colon + 1);
-  bool has_arg = colon != std::string_view::npos;
-  FlowMember& cur = st.current;
-  auto needs_arg = [&]() -> Err {
-    if (!has_arg) return name + " needs a value (" + name + ":N)";
-    return std::nullopt;
-  };
-  auto modify = [&](Err e) {
-    if (!e) st.modified = true;
-    return e;
-  };
-  auto v4 = [&]() { b.v4_only.push_back(name); };
-
-  if (name == "output") {
-    if (auto e = needs_arg()) return e;
-    return output(b, st, arg);
-  }
-  if (!has_arg && (reserved_port(name) ||
-                   (!name.empty() && std::isdigit(static_cast<unsigned char>(name[0]))))) {
-    return output(b, st, name);
-  }
-  if (syntax::same_word(name, "drop")) {
-    b.drop = true;
-    return std::nullopt;
-  }
-  if (name == "group") {
-    if (auto e = needs_arg()) return e;
-    v4();
-    FlowMember mem = cur;
-    uint32_t id = 0;
-    if (auto e = set_num(id, arg, 0xffffffff, "group")) return e;
-    mem.group_id = static_cast<int32_t>(id);
-    emit(b, st, mem);
-    return std::nullopt;
-  }
-  if (name == "meter") {
-    if (auto e = needs_arg()) return e;
-    return set_num(b.m.meter_id, arg, 0xffffffff, "meter");
-  }
-  if (name == "set_queue") {
-    if (auto e = needs_arg()) return e;
-    v4();
-    return modify(set_num(cur.queue_id, arg, 255, "set_queue"));
-  }
-  if (name == "push_vlan") {
-    v4();
-    cur.action_bits |= kActPushVlan;
-    cur.push_vlan_type = 0x8100;
-    return modify(has_arg ? set_num(cur.push_vlan_type, arg, 0xffff, "push_vlan") : std::nullopt);
-  }
-  if (name == "pop_vlan" || name == "strip_vlan") {
-    if (b.m.version == 1 && name == "strip_vlan") {
-      cur.out_tagged = 2;
-    } else {
-      v4();
-      cur.action_bits |= kActPopVlan;
-    }
-    return modify(std::nullopt);
-  }
-  if (name == "set_vlan_vid" || name == "mod_vlan_vid") {
-    if (auto e = needs_arg()) return e;
-    cur.action_bits |= kActSetVlan;  // version 1 carries it as the tag state instead
-    cur.out_tagged = 1;
-    return modify(set_num(cur.out_vlan_id, arg, 4095, name));
-  }
-  if (name == "set_vlan_pcp" || name == "mod_vlan_pcp") {
-    if (auto e = needs_arg()) return e;
-    return modify(set_num(cur.vlan_upbits, arg, 7, name));
-  }
-  if (name == "mod_dl_src" || name == "set_dl_src" || name == "mod_dl_dst" ||
-      name == "set_dl_dst") {
-    if (auto e = needs_arg()) return e;
-    auto mac = syntax::mac(arg, name);
-    if (!mac.ok()) return mac.error();
-    (name.ends_with("src") ? cur.set_src_mac : cur.set_dst_mac) = mac.value();
-    return modify(std::nullopt);
-  }
-  if (name == "mod_nw_tos") {
-    if (auto e = needs_arg()) return e;
-    uint8_t tos = 0;
-    if (auto e = set_num(tos, arg, 255, name)) return e;
-    cur.nw_tos = tos >> 2;
-    return modify(std::nullopt);
-  }
-  if (name == "set_ip_dscp") {
-    if (auto e = needs_arg()) return e;
-    return modify(set_num(cur.nw_tos, arg, 63, name));
-  }
-  if (name == "dec_ttl") {
-    v4();
-    cur.action_bits |= kActDecTtl;
-    return modify(std::nullopt);
-  }
-  if (name == "set_nw_ttl" || name == "set_ttl") {
-    if (auto e = needs_arg()) return e;
-    v4();
-    return modify(set_num(cur.set_ttl, arg, 255, name));
-  }
-  if (name == "push_inner_vlan") {
-    v4();
-    cur.action_bits |= kActPushInner;
-    cur.push_inner_vlan_type = 0x8100;
-    return modify(has_arg ? set_num(cur.push_inner_vlan_type, arg, 0xffff, name) : std::nullopt);
-  }
-  if (name == "pop_inner_vlan") {
-    v4();
-    cur.action_bits |= kActPopInner;
-    return modify(std::nullopt);
-  }
-  if (name == "set_inner_vlan") {
-    if (auto e = needs_arg()) return e;
-    v4();
-    cur.action_bits |= kActSetInner;
-    return modify(set_num(cur.inner_vlan_id, arg, 4095, name));
-  }
-  if (name == "set_inner_vlan_pcp") {
-    if (auto e = needs_arg()) return e;
-    v4();
-    return modify(set_num(cur.inner_upbits, arg, 7, name));
-  }
-  if (name == "member_flag") {
-    cur.action_bits |= kActMemberFlag;
-    return modify(std::nullopt);
-  }
-  return "unknown action '" + std::string(item) + "'";
-}
-
-Err actions(FlowBuild& b, std::string_view list) {
-  ActionState st;
-  for (const auto& item : syntax::split(list, ',')) {
-    if (auto e = action(b, st, item)) return e;
-  }
-  if (st.modified) b.m.members.push_back(st.current);  // modifications with no output after them
-  if (b.drop && !b.m.members.empty()) return "drop cannot be combined with other actions";
-  if (list.empty()) b.drop = true;
-  return std::nullopt;
-}
-
 struct Verb {
   std::string_view word;
   uint16_t sub_type;
@@ -468,7 +281,7 @@ Result<FlowMsg> parse_flow(std::span<const std::string> words) {
                    "clear-ctrl-stats, delete-all, sub=N)");
   }
   if (verb->sub_type == 0) {
-    if (auto e = set_num(b.m.sub_type, sub.value, 0xffff, "sub")) return R::fail(*e);
+    if (auto e = set_number(b.m.sub_type, sub.value, 0xffff, "sub")) return R::fail(*e);
   } else {
     b.m.sub_type = verb->sub_type;
   }
@@ -492,7 +305,7 @@ Result<FlowMsg> parse_flow(std::span<const std::string> words) {
   }
   bool saw_actions = list.has_value();
   if (list) {
-    if (auto e = actions(b, *list)) return R::fail(*e);
+    if (auto e = detail::parse_actions(b, *list)) return R::fail(*e);
   }
   uint16_t s = b.m.sub_type;
   bool needs_id = s == kSubAddFlow || s == kSubAddFlowPrefix || s == kSubDeleteFlow ||

@@ -6,74 +6,15 @@
 #include <map>
 #include <optional>
 
-#include "platform/ifindex.h"
+#include "operation_parts.h"
 #include "syntax.h"
 
 namespace ofa::mgr {
 namespace {
 
-using Err = std::optional<std::string>;
+using namespace detail;  // NOLINT: the shared pieces of the readers
 using syntax::KeyValue;
-
-template <class T>
-Err set_num(T& field, std::string_view v, uint64_t max, std::string_view what) {
-  auto r = syntax::number(v, max, what);
-  if (!r.ok()) return r.error();
-  field = static_cast<T>(r.value());
-  return std::nullopt;
-}
-
-// An id, or "all" for 0xffffffff.
-Err set_id(uint32_t& field, std::string_view v, std::string_view what) {
-  if (syntax::same_word(v, "all")) {
-    field = kAllIds;
-    return std::nullopt;
-  }
-  return set_num(field, v, 0xffffffff, what);
-}
-
-// The add/delete verb of an operation; returns the sub-type for the verb or an error.
-Result<uint16_t> verb(std::span<const std::string> words, std::string_view op,
-                      std::initializer_list<std::pair<std::string_view, uint16_t>> verbs) {
-  std::string names;
-  for (const auto& [w, s] : verbs) {
-    if (!words.empty() && words[0] == w) return s;
-    names += (names.empty() ? "" : ", ") + std::string(w);
-  }
-  if (words.empty())
-    return Result<uint16_t>::fail(std::string(op) + ": what to do? (" + names + ")");
-  return Result<uint16_t>::fail(std::string(op) + ": unknown operation '" + words[0] + "' (" +
-                                names + ")");
-}
-
-// Walks key=value words after the verb; each key must be handled by `field`, which answers
-// nullopt for an unknown key.
-using FieldFn = std::function<std::optional<Err>(const KeyValue&)>;
-Err fields(std::span<const std::string> words, std::string_view op, const FieldFn& field) {
-  for (const auto& w : words) {
-    auto kv = syntax::split_key(w);
-    auto r = field(kv);
-    if (!r) return std::string(op) + ": unknown field '" + kv.key + "'";
-    if (*r) return *r;
-  }
-  return std::nullopt;
-}
-
-// Keys that must appear, checked after the walk.
-Err require(std::span<const std::string> words, std::string_view op,
-            std::initializer_list<std::string_view> keys) {
-  for (auto key : keys) {
-    bool found = false;
-    for (const auto& w : words)
-      found |= syntax::split_key(w).key == key;
-    if (!found) return std::string(op) + " needs " + std::string(key) + "=";
-  }
-  return std::nullopt;
-}
-
-Result<Message> fail(std::string s) {
-  return Result<Message>::fail(std::move(s));
-}
+using syntax::set_number;
 
 // ---- group ------------------------------------------------------------------------------
 
@@ -86,9 +27,9 @@ Err bucket(GroupMsg& g, std::string_view spec) {
     std::string v = colon == std::string::npos ? "" : item.substr(colon + 1);
     if (k == "output" || k == "port") {
       port = true;
-      if (auto e = set_num(b.port_id, v, 0xffff, "bucket output")) return e;
+      if (auto e = set_number(b.port_id, v, 0xffff, "bucket output")) return e;
     } else if (k == "vlan") {
-      if (auto e = set_num(b.vlan_id, v, 0xffffffff, "bucket vlan")) return e;
+      if (auto e = set_number(b.vlan_id, v, 0xffffffff, "bucket vlan")) return e;
     } else if (k == "mac") {
       auto m = syntax::mac(v, "bucket mac");
       if (!m.ok()) return m.error();
@@ -116,7 +57,7 @@ Err group_type(uint32_t& t, std::string_view v) {
       return std::nullopt;
     }
   }
-  return set_num(t, v, 0xffffffff, "group type (all, select, indirect, ff)");
+  return set_number(t, v, 0xffffffff, "group type (all, select, indirect, ff)");
 }
 
 // ---- meter ------------------------------------------------------------------------------
@@ -135,11 +76,11 @@ Err band(MeterMsg& m, std::string_view spec, bool& has_drop, bool& has_dscp) {
         return "band type '" + kv.value + "' (drop or dscp_remark)";
       }
     } else if (kv.key == "rate") {
-      e = set_num(rate, kv.value, 0xffffffff, "band rate");
+      e = set_number(rate, kv.value, 0xffffffff, "band rate");
     } else if (kv.key == "burst_size") {
-      e = set_num(burst, kv.value, 0xffffffff, "band burst_size");
+      e = set_number(burst, kv.value, 0xffffffff, "band burst_size");
     } else if (kv.key == "prec_level") {
-      e = set_num(prec, kv.value, 0xffffffff, "band prec_level");
+      e = set_number(prec, kv.value, 0xffffffff, "band prec_level");
     } else {
       return "band: unknown item '" + item + "' (type=, rate=, burst_size=, prec_level=)";
     }
@@ -161,87 +102,6 @@ Err band(MeterMsg& m, std::string_view spec, bool& has_drop, bool& has_dscp) {
     return "band needs type=drop or type=dscp_remark";
   }
   return std::nullopt;
-}
-
-// ---- configuration ----------------------------------------------------------------------
-
-Err port_mask(PortMask& mask, std::string_view v, std::string_view what) {
-  auto ports = syntax::port_list(v, what);
-  if (!ports.ok()) return ports.error();
-  for (auto p : ports.value())
-    mask.set(p);
-  return std::nullopt;
-}
-
-// Fields every configuration message may set by name.
-std::optional<Err> config_field(ConfigMsg& c, const KeyValue& kv) {
-  const auto& k = kv.key;
-  std::string_view v = kv.value;
-  if (k == "add") return set_num(c.add, v, 255, k);
-  if (k == "value") return set_num(c.value, v, 0xffffffff, k);
-  if (k == "sub") return set_num(c.sub_cmd, v, 0xffffffff, k);
-  if (k == "ports") return port_mask(c.ports, v, k);
-  if (k == "port_id") return set_num(c.port_id, v, 0xffff, k);
-  if (k == "l3_ports") return port_mask(c.l3_ports, v, k);
-  if (k == "super_acl_ports") return port_mask(c.super_acl_ports, v, k);
-  if (k == "hybrid") return port_mask(c.hybrid_ports, v, k);
-  if (k == "flags") return set_num(c.flags, v, 0xffffffff, k);
-  if (k == "pvid") return set_num(c.pvid, v, 0xffff, k);
-  if (k == "ifname") {
-    if (v.size() > 31) return Err("ifname: longer than 31 characters");
-    c.if_name = v;
-    return Err{};
-  }
-  if (k == "ifindex") return set_num(c.if_index, v, 0xffffffff, k);
-  if (k == "mac") {
-    auto m = syntax::mac(v, k);
-    if (!m.ok()) return m.error();
-    c.port_address = m.value();
-    return Err{};
-  }
-  if (k == "nhop") return set_num(c.def_nhop_id, v, 0xffffffff, k);
-  return std::nullopt;
-}
-
-// port enable|disable PORTS [l3] [pvid=N] [ifname=S] [ifindex=N] [mac=M] [nhop=N]
-Result<Message> port_config(std::span<const std::string> w, const ParseContext& ctx) {
-  ConfigMsg c;
-  if (w.empty()) return fail("port: what to do? (enable, disable, online, offline)");
-  bool online = w[0] == "online", offline = w[0] == "offline";
-  if (w[0] != "enable" && w[0] != "disable" && !online && !offline) {
-    return fail("port: unknown operation '" + w[0] + "' (enable, disable, online, offline)");
-  }
-  if (w.size() < 2 || w[1].find('=') != std::string::npos) {
-    return fail("port " + w[0] + " needs the port id(s) next, like 'port " + w[0] + " 3'");
-  }
-  if (online || offline) {
-    c.sub_cmd = online ? kSubPortOnline : kSubPortOffline;
-    if (w.size() > 2) return fail("port " + w[0] + " takes one port id and nothing more");
-    if (auto e = set_num(c.port_id, w[1], 0xffff, "port")) return fail(*e);
-    return Message{c};
-  }
-  c.sub_cmd = kSubConfigInterface;
-  c.add = w[0] == "enable" ? 1 : 0;
-  c.pvid = 1;
-  auto ports = syntax::port_list(w[1], "port");
-  if (!ports.ok()) return fail(ports.error());
-  for (auto p : ports.value())
-    c.ports.set(p);
-  uint32_t first = ports.value().front();
-  c.if_index = platform::port_ifindex(ctx.slot, first);
-  c.if_name = ctx.platform ? ctx.platform->port_name(first) : "port" + std::to_string(first);
-  if (c.if_name.size() > 31) c.if_name.resize(31);
-  auto e = fields(w.subspan(2), "port", [&](const KeyValue& kv) -> std::optional<Err> {
-    if (kv.key == "l3" && !kv.has_value) {
-      for (auto p : ports.value())
-        c.l3_ports.set(p);
-      return Err{};
-    }
-    if (kv.key == "add" || kv.key == "sub" || kv.key == "ports") return std::nullopt;
-    return config_field(c, kv);
-  });
-  if (e) return fail(*e);
-  return Message{c};
 }
 
 Result<Message> group_op(std::span<const std::string> w) {
@@ -268,8 +128,8 @@ Result<Message> vlan_op(std::span<const std::string> w) {
   VlanMsg v{s.value()};
   auto rest = w.subspan(1);
   auto e = fields(rest, "vlan", [&](const KeyValue& kv) -> std::optional<Err> {
-    if (kv.key == "vlan") return set_num(v.vlan_id, kv.value, 0xffffffff, kv.key);
-    if (kv.key == "iivid") return set_num(v.iivid, kv.value, 0xffffffff, kv.key);
+    if (kv.key == "vlan") return set_number(v.vlan_id, kv.value, 0xffffffff, kv.key);
+    if (kv.key == "iivid") return set_number(v.iivid, kv.value, 0xffffffff, kv.key);
     return std::nullopt;
   });
   if (!e) e = require(rest, "vlan " + w[0], {"vlan", "iivid"});
@@ -284,8 +144,8 @@ Result<Message> port_vlan_op(std::span<const std::string> w) {
   PortVlanMsg v{s.value()};
   auto rest = w.subspan(1);
   auto e = fields(rest, "port-vlan", [&](const KeyValue& kv) -> std::optional<Err> {
-    if (kv.key == "port") return set_num(v.port_id, kv.value, 0xffffffff, kv.key);
-    if (kv.key == "vlan") return set_num(v.vlan_id, kv.value, 0xffffffff, kv.key);
+    if (kv.key == "port") return set_number(v.port_id, kv.value, 0xffffffff, kv.key);
+    if (kv.key == "vlan") return set_number(v.vlan_id, kv.value, 0xffffffff, kv.key);
     return std::nullopt;
   });
   if (!e) e = require(rest, "port-vlan " + w[0], {"port", "vlan"});
@@ -301,83 +161,22 @@ Result<Message> evt_op(std::span<const std::string> w) {
   auto rest = w.subspan(1);
   auto e = fields(rest, "evt", [&](const KeyValue& kv) -> std::optional<Err> {
     const auto& k = kv.key;
-    if (k == "port") return set_num(v.out_port, kv.value, 0xffffffff, k);
+    if (k == "port") return set_number(v.out_port, kv.value, 0xffffffff, k);
     if (k == "iivid") return set_id(v.iivid, kv.value, k);
     if (k == "type") {
       if (kv.value == "port") return (v.type = 0, Err{});
       if (kv.value == "vlan") return (v.type = 1, Err{});
-      return set_num(v.type, kv.value, 0xffffffff, "type (port, vlan)");
+      return set_number(v.type, kv.value, 0xffffffff, "type (port, vlan)");
     }
-    if (k == "in_vlan") return set_num(v.in_vlan, kv.value, 0xffffffff, k);
-    if (k == "tag_action") return set_num(v.tag_action, kv.value, 0xffffffff, k);
-    if (k == "is_out_vlan_tag") return set_num(v.is_out_vlan_tag, kv.value, 0xffffffff, k);
-    if (k == "out_vlan") return set_num(v.out_vlan, kv.value, 0xffffffff, k);
+    if (k == "in_vlan") return set_number(v.in_vlan, kv.value, 0xffffffff, k);
+    if (k == "tag_action") return set_number(v.tag_action, kv.value, 0xffffffff, k);
+    if (k == "is_out_vlan_tag") return set_number(v.is_out_vlan_tag, kv.value, 0xffffffff, k);
+    if (k == "out_vlan") return set_number(v.out_vlan, kv.value, 0xffffffff, k);
     return std::nullopt;
   });
   if (!e) e = require(rest, "evt " + w[0], {"port", "iivid"});
   if (e) return fail(*e);
   return Message{v};
-}
-
-Result<Message> openflow_op(std::span<const std::string> w) {
-  if (w.size() != 1 || (w[0] != "enable" && w[0] != "disable")) {
-    return fail("openflow: enable or disable");
-  }
-  ConfigMsg c;
-  c.sub_cmd = kSubConfigOf;
-  c.add = w[0] == "enable" ? 1 : 0;
-  return Message{c};
-}
-
-Result<Message> default_action_op(std::span<const std::string> w) {
-  if (w.size() != 1 ||
-      (!syntax::same_word(w[0], "controller") && !syntax::same_word(w[0], "drop"))) {
-    return fail("default-action: controller or drop");
-  }
-  ConfigMsg c;
-  c.sub_cmd = kSubDefaultMode;
-  c.add = 0;  // the agent takes the default action only when add is neither 1 nor 2
-  c.value = syntax::same_word(w[0], "controller") ? 1 : 0;
-  return Message{c};
-}
-
-// protected-vlan add|delete PORTS [pvid=N] [hybrid=PORTS]
-Result<Message> protected_vlan_op(std::span<const std::string> w) {
-  auto s = verb(w, "protected-vlan", {{"add", 1}, {"delete", 0}, {"del", 0}});
-  if (!s.ok()) return fail(s.error());
-  ConfigMsg c;
-  c.sub_cmd = kSubProtectedVlan;
-  c.add = static_cast<uint8_t>(s.value());
-  if (w.size() < 2 || w[1].find('=') != std::string::npos) {
-    return fail("protected-vlan " + w[0] + " needs the port id(s) next");
-  }
-  if (auto e = port_mask(c.ports, w[1], "protected-vlan")) return fail(*e);
-  auto e = fields(w.subspan(2), "protected-vlan", [&](const KeyValue& kv) -> std::optional<Err> {
-    if (kv.key == "pvid" || kv.key == "hybrid") c.flags |= kConfigFlagPortVlan;
-    if (kv.key == "add" || kv.key == "sub" || kv.key == "ports") return std::nullopt;
-    return config_field(c, kv);
-  });
-  if (e) return fail(*e);
-  return Message{c};
-}
-
-// config sub=N [add=N] [value=N] [ports=...] ...: any configuration message field by field.
-Result<Message> config_op(std::span<const std::string> w) {
-  ConfigMsg c;
-  auto e = fields(w, "config", [&](const KeyValue& kv) { return config_field(c, kv); });
-  if (!e) e = require(w, "config", {"sub"});
-  if (e) return fail(*e);
-  return Message{c};
-}
-
-Result<Message> sync_op(std::span<const std::string> w) {
-  SyncCompleteMsg s;
-  auto e = fields(w, "sync-complete", [&](const KeyValue& kv) -> std::optional<Err> {
-    if (kv.key == "length") return set_num(s.body_length, kv.value, kMaxBodyLength, kv.key);
-    return std::nullopt;
-  });
-  if (e) return fail(*e);
-  return Message{s};
 }
 
 using OpFn = std::function<Result<Message>(std::span<const std::string>, const ParseContext&)>;
@@ -417,14 +216,14 @@ Result<GroupMsg> parse_group(std::span<const std::string> w) {
     const auto& k = kv.key;
     if (k == "id") return set_id(g.group_id, kv.value, k);
     if (k == "type") return group_type(g.type, kv.value);
-    if (k == "mgid") return set_num(g.mgid, kv.value, 0xffffffff, k);
-    if (k == "nhop") return set_num(g.nhopid, kv.value, 0xffffffff, k);
+    if (k == "mgid") return set_number(g.mgid, kv.value, 0xffffffff, k);
+    if (k == "nhop") return set_number(g.nhopid, kv.value, 0xffffffff, k);
     if (k == "l3" && !kv.has_value) return (g.all_type = 1, Err{});
-    if (k == "all_type") return set_num(g.all_type, kv.value, 0xffffffff, k);
+    if (k == "all_type") return set_number(g.all_type, kv.value, 0xffffffff, k);
     if (k == "bucket") return bucket(g, kv.value);
     if (k == "bucket_count") {
       g.bucket_count_override = true;
-      return set_num(g.bucket_count, kv.value, 0xffffffff, k);
+      return set_number(g.bucket_count, kv.value, 0xffffffff, k);
     }
     return std::nullopt;
   });
@@ -463,11 +262,11 @@ Result<MeterMsg> parse_meter(std::span<const std::string> w) {
       return std::nullopt;
     }
     if (k == "id") return set_id(m.meter_id, kv.value, k);
-    if (k == "flags") return set_num(m.flags, kv.value, 0xffffffff, k);
+    if (k == "flags") return set_number(m.flags, kv.value, 0xffffffff, k);
     if (k == "band") return band(m, kv.value, has_drop, has_dscp);
     if (k == "bands") {
       uint32_t n = 0;
-      if (auto err = set_num(n, kv.value, 0xffffffff, k)) return err;
+      if (auto err = set_number(n, kv.value, 0xffffffff, k)) return err;
       bands = n;
       return Err{};
     }

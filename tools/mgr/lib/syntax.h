@@ -30,6 +30,15 @@ std::vector<std::string> split(std::string_view s, char sep);
 
 // Decimal or 0x hexadecimal, at most `max`. `what` names the field in the error.
 Result<uint64_t> number(std::string_view s, uint64_t max, std::string_view what);
+// Reads a number into `field`; the error text, or nothing.
+template <class T>
+std::optional<std::string> set_number(T& field, std::string_view s, uint64_t max,
+                                      std::string_view what) {
+  auto r = number(s, max, what);
+  if (!r.ok()) return r.error();
+  field = static_cast<T>(r.value());
+  return std::nullopt;
+}
 Result<Mac> mac(std::string_view s, std::string_view what);
 // a.b.c.d, optionally /prefix-length or /a.b.c.d mask; the mask defaults to /32.
 struct Ipv4 {

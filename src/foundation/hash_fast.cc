@@ -279,10 +279,16 @@ int hashFastGenericGetLink(hashFastGeneric* t, hash_key_t key, hash_node** node)
 }
 
 int hashFastGenericGet(hashFastGeneric* t, hash_key_t key, void** data) {
-  hash_node* node = nullptr;
-  if (hashFastGenericGetLink(t, key, &node) == 0) return 0;
-  if (data != nullptr) *data = node->data;
-  return 1;
+  if (t == nullptr || t->entries == 0) return 0;
+  uint32_t h = hash_of(t, key);
+  uint32_t b = h % t->size;
+  for (hash_node* n = *home_of(t, b, key); n != nullptr; n = n->next) {
+    if (n->hash == h && t->key_data_compare(key, n->data, t->context) == 0) {
+      if (data != nullptr) *data = n->data;
+      return 1;
+    }
+  }
+  return 0;
 }
 
 int hashFastGenericGetReturnIndex(hashFastGeneric* t, hash_key_t key, void** data) {

@@ -81,6 +81,9 @@ int ofa_stats_timer(thread* t) {
 // Frees what start-up made; the platform's restart story does not need it, a clean stop does.
 void release_all() {
   of_mxl_close();
+  for (ofNLSock* sock : {&ofHslCmdSock, &ofHslEventSock, &ofHslMgrSock}) {
+    if (sock->fd >= 0) ofNLClose(sock);
+  }
   rsmd_shutdown();
   ioss_destroy(openflowAgtPcb.ipc_ioss);
   ioss_destroy(openflowAgtPcb.timer_ioss);

@@ -340,6 +340,12 @@ std::vector<DecodeCase> cases() {
        one_pair(0x04272003, 96, kPort, (1u << 19) | (1u << 21) | (1u << 24), 1u << 21, true),
        0,
        {R"("pairs":[{"iivid":4001,"vlan":100,"vlan2":100}])"}});
+  v.push_back({"translation_one_zim_egress_form",
+               Family::zim,
+               {},
+               one_pair(0x04272003, 92, kPort, (1u << 19) | (1u << 21), 1u << 21, false),
+               0,
+               {R"("pairs":[{"iivid":4001,"vlan":100}])"}});
   v.push_back({"translation_zim_without_bit24",
                Family::zim,
                {},

@@ -40,11 +40,47 @@ std::optional<Family> family_from_name(std::string_view name) {
 }
 
 const FamilyRules& family_rules(Family f) {
-  static constexpr FamilyRules kArd{13, 1108, 92, 2084, false, 2, false, false, false, 0, 0, 0};
-  static constexpr FamilyRules kArd2{14, 2132, 92, 2084, false, 4, true, false, false, 0, 0, 0};
-  static constexpr FamilyRules kZim{13,    1108, 96,   3084, true, 2,
-                                    false, true, true, 8,    1,    0x8BC00000u};
-  static constexpr FamilyRules kNone{13, 0, 0, 0, false, 0, false, false, false, 0, 0, 0};
+  static constexpr FamilyRules kArd{.iivid_bits = 13,
+                                    .port_vlan_wide_len = 1108,
+                                    .port_vlan_one_len = 92,
+                                    .port_vlan_short_len = 0,
+                                    .port_vlan_batch_len = 2084,
+                                    .second_vlan_array = false,
+                                    .policer_instances = 2,
+                                    .bulk_flag_allowed = false,
+                                    .short_nhop_delete = false,
+                                    .all_mgid_members_marked = false,
+                                    .nhop_marker_multi = 0,
+                                    .nhop_marker_other = 0,
+                                    .fixed_mcast_target = 0};
+  static constexpr FamilyRules kArd2{.iivid_bits = 14,
+                                     .port_vlan_wide_len = 2132,
+                                     .port_vlan_one_len = 92,
+                                     .port_vlan_short_len = 0,
+                                     .port_vlan_batch_len = 2084,
+                                     .second_vlan_array = false,
+                                     .policer_instances = 4,
+                                     .bulk_flag_allowed = true,
+                                     .short_nhop_delete = false,
+                                     .all_mgid_members_marked = false,
+                                     .nhop_marker_multi = 0,
+                                     .nhop_marker_other = 0,
+                                     .fixed_mcast_target = 0};
+  static constexpr FamilyRules kZim{.iivid_bits = 13,
+                                    .port_vlan_wide_len = 1108,
+                                    .port_vlan_one_len = 96,
+                                    .port_vlan_short_len = 92,
+                                    .port_vlan_batch_len = 3084,
+                                    .second_vlan_array = true,
+                                    .policer_instances = 2,
+                                    .bulk_flag_allowed = false,
+                                    .short_nhop_delete = true,
+                                    .all_mgid_members_marked = true,
+                                    .nhop_marker_multi = 8,
+                                    .nhop_marker_other = 1,
+                                    .fixed_mcast_target = 0x8BC00000u};
+  // No family: nothing is accepted (the dispatcher refuses every command first).
+  static constexpr FamilyRules kNone{};
   switch (f) {
     case Family::ard:
       return kArd;

@@ -17,18 +17,19 @@ std::optional<Family> family_from_name(std::string_view name);
 
 // Per-family wire facts the decoder checks.
 struct FamilyRules {
-  uint32_t iivid_bits;           // width of an internal VLAN id
-  uint32_t port_vlan_wide_len;   // port VLAN configuration, port-wide form
-  uint32_t port_vlan_one_len;    // translation form with one pair
-  uint32_t port_vlan_batch_len;  // translation form, batch of up to 250 pairs
-  bool second_vlan_array;        // translation forms carry the VLAN ids twice
-  uint32_t policer_instances;    // instance indexes accepted by policer add and delete
-  bool bulk_flag_allowed;        // bit 31 of a bulk container's word at 28
-  bool short_nhop_delete;        // the 36-byte next hop delete with the id at 36
-  bool all_mgid_members_marked;  // every mgid member starts with 0xFFFFFFFF
-  uint8_t nhop_marker_multi;     // low 7 bits of byte 35 of a multi-path next hop
-  uint8_t nhop_marker_other;     // the same for the other kinds
-  uint32_t fixed_mcast_target;   // interface index that takes the mgid requests, 0 for none
+  uint32_t iivid_bits = 13;              // width of an internal VLAN id
+  uint32_t port_vlan_wide_len = 0;       // port VLAN configuration, port-wide form
+  uint32_t port_vlan_one_len = 0;        // translation form with one pair
+  uint32_t port_vlan_short_len = 0;      // zim's egress form: one pair, no second VLAN; or 0
+  uint32_t port_vlan_batch_len = 0;      // translation form, batch of up to 250 pairs
+  bool second_vlan_array = false;        // translation forms carry the VLAN ids twice
+  uint32_t policer_instances = 0;        // instance indexes accepted by policer add and delete
+  bool bulk_flag_allowed = false;        // bit 31 of a bulk container's word at 28
+  bool short_nhop_delete = false;        // the 36-byte next hop delete with the id at 36
+  bool all_mgid_members_marked = false;  // every mgid member starts with 0xFFFFFFFF
+  uint8_t nhop_marker_multi = 0;         // low 7 bits of byte 35 of a multi-path next hop
+  uint8_t nhop_marker_other = 0;         // the same for the other kinds
+  uint32_t fixed_mcast_target = 0;       // interface index that takes the mgid requests, 0 for none
 };
 
 const FamilyRules& family_rules(Family f);

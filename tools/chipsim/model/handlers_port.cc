@@ -33,7 +33,8 @@ struct Pairs {
   std::vector<std::array<uint32_t, 3>> pairs;  // iivid, vlan, second vlan
 };
 
-int32_t read_pairs(Exchange& x, bool batch, Pairs& p) {
+// `two`: the form carries the VLAN ids a second time (zim).
+int32_t read_pairs(Exchange& x, bool batch, bool two, Pairs& p) {
   auto r = x.in();
   p.scope = r.u32_at(28);
   p.change = r.u32_at(36);
@@ -51,7 +52,6 @@ int32_t read_pairs(Exchange& x, bool batch, Pairs& p) {
   x.f("count", p.n);
   if (batch ? p.n > 250 : p.n != 1)
     return x.fail(status::kInvalid, "translation count " + num(p.n));
-  bool two = x.rules.second_vlan_array;
   for (uint32_t i = 0; i < p.n; ++i) {
     size_t iv = 84 + 4 * i, vl = 84 + 4 * (p.n + i), v2 = 84 + 8 * p.n + 4 * i;
     if (!batch) iv = 84, vl = 88, v2 = 92;
@@ -199,7 +199,11 @@ int32_t handle_port_vlan_cfg(Exchange& x) {
     return port_wide(x);
   }
   bool batch = x.req_len == f.port_vlan_batch_len;
-  if (!batch && x.req_len != f.port_vlan_one_len)
+  // zim also sends its egress translation of one port in the 92-byte form, without the second
+  // VLAN id and without change-mask bit 24.
+  bool short_form = f.port_vlan_short_len != 0 && x.req_len == f.port_vlan_short_len;
+  bool two = f.second_vlan_array && !short_form;
+  if (!batch && !short_form && x.req_len != f.port_vlan_one_len)
     return x.fail(status::kInvalid,
                   "request length " + num(x.req_len) + " is none of " + num(f.port_vlan_wide_len) +
                       ", " + num(f.port_vlan_one_len) + ", " + num(f.port_vlan_batch_len));
@@ -207,17 +211,17 @@ int32_t handle_port_vlan_cfg(Exchange& x) {
   bool eft = !batch && (change & (1u << 8)) != 0;
   x.f("form", eft ? "eft" : batch ? "batch" : "translation");
   Pairs p;
-  if (int32_t st = read_pairs(x, batch, p); st != status::kOk) return st;
+  if (int32_t st = read_pairs(x, batch, two, p); st != status::kOk) return st;
   if (eft) {
     if (x.model.family() != Family::ard2)
       return x.fail(status::kInvalid, "EFT entry on a family other than ard2");
     if (!has_bits(change, (1u << 19) | (1u << 21)) || !has_bits(p.values, (1u << 21) | (1u << 22)))
       return x.fail(status::kInvalid, "EFT wants change bits 8, 19, 21 and value bits 21, 22");
   } else {
-    uint32_t want = (1u << 19) | (1u << 21) | (f.second_vlan_array ? (1u << 24) : 0u);
+    uint32_t want = (1u << 19) | (1u << 21) | (two ? (1u << 24) : 0u);
     if (!has_bits(change, want))
-      return x.fail(status::kInvalid, "translation change mask lacks bits 19, 21" +
-                                          std::string(f.second_vlan_array ? ", 24" : ""));
+      return x.fail(status::kInvalid,
+                    "translation change mask lacks bits 19, 21" + std::string(two ? ", 24" : ""));
   }
   if (!x.commit) return status::kOk;
   for (auto& q : p.pairs) {
@@ -230,7 +234,7 @@ int32_t handle_port_vlan_cfg(Exchange& x) {
 int32_t handle_evt(Exchange& x) {
   if (!x.length_is(92)) return status::kInvalid;
   Pairs p;
-  if (int32_t st = read_pairs(x, false, p); st != status::kOk) return st;
+  if (int32_t st = read_pairs(x, false, false, p); st != status::kOk) return st;
   if (!has_bits(p.change, (1u << 19) | (1u << 21) | (1u << 22)) || !(p.values & (1u << 22)))
     return x.fail(status::kInvalid, "EVT wants change bits 19, 21, 22 and value bit 22");
   if (!x.commit) return status::kOk;

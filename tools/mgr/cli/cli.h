@@ -22,7 +22,8 @@ struct Options {
   bool json = false;
   bool verbose = false;
   bool help = false;
-  uint64_t count = 0;  // listen: stop after this many messages (0: never)
+  bool dry_run = false;  // run: check the file and show the datagrams, send nothing
+  uint64_t count = 0;    // listen: stop after this many messages (0: never)
 };
 
 // The switch's description and this LP's slot, from --platform/--slot or the environment.

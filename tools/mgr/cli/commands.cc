@@ -194,6 +194,18 @@ int run(const Options& o, const Target& t) {
     std::fprintf(stderr, "%s\n", sc.error().c_str());
     return kUsage;
   }
+  if (o.dry_run) {
+    for (const auto& step : sc.value().steps) {
+      const auto* send = std::get_if<SendStep>(&step.action);
+      std::printf(
+          "%5d  %-7s %s%s\n", step.line, send ? "would" : "then", step.source.c_str(),
+          send ? ("   (" + std::to_string(send->datagram.bytes().size()) + " bytes)").c_str() : "");
+      if (send && o.verbose)
+        std::printf("%5s  %-7s %s\n", "", "", hex_text(send->datagram.bytes()).c_str());
+    }
+    std::printf("%s: %zu steps, nothing sent\n", file.c_str(), sc.value().steps.size());
+    return kOk;
+  }
   auto ep = bind_or_exit();
   RunOptions ro{agent_path(t.slot), o.timeout, o.verbose, true, stdout};
   return run_steps(sc.value(), *ep, ro).exit_code();

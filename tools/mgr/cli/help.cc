@@ -57,7 +57,7 @@ If the manager's end point is free, send binds it and shows the answer: the stat
 operation (waiting at most --timeout), or whatever else arrives shortly after.
 )";
 
-constexpr const char* kRun = R"(usage: ofa-mgr run [-v] [--timeout D] FILE
+constexpr const char* kRun = R"(usage: ofa-mgr run [-v] [--timeout D] [--dry-run] FILE
 
 Carries out a scenario: one operation per line, '#' comments, blank lines allowed.
   wait registration [timeout=D]
@@ -72,6 +72,8 @@ Carries out a scenario: one operation per line, '#' comments, blank lines allowe
 Each line prints what happened; a failed expectation prints what was expected and what came,
 and the run goes on and ends with exit code 1. A bad line is reported as file:line: reason
 before anything is sent (exit code 2). -v also prints every message the agent sends.
+--dry-run checks the file and lists the steps with their sizes (-v: their bytes) without
+sending anything.
 )";
 
 constexpr const char* kEncode = R"(usage: ofa-mgr encode [-v] OPERATION...

@@ -40,6 +40,8 @@ Options parse(int argc, char** argv) {
       o.help = true;
     } else if (a == "-v" || a == "--verbose") {
       o.verbose = true;
+    } else if (a == "--dry-run") {
+      o.dry_run = true;
     } else if (a == "--json") {
       o.json = true;
     } else if (take_value(argc, argv, i, "--run-dir", v)) {

@@ -391,6 +391,14 @@ TEST_F(Events, GatesDropEverything) {
     EXPECT_TRUE(fake().requests.empty()) << g.name;
     EXPECT_EQ(out.find("Received Chip Up"), std::string::npos) << g.name;
   }
+  // Registration failed: the handle is -1, and a cold start does not open the gate.
+  Reset(1);
+  openflowRsmReset();
+  openflowRsmRecover(1002);
+  EXPECT_EQ(openflowRsmHandleGet(), -1);
+  EXPECT_EQ(deliver(event(2, OF_HSL_EVENT_CHIP_UP, 1)), 0);
+  EXPECT_EQ(ofLookupChip(32), nullptr);
+  ASSERT_EQ(openflowRsmInit(), 0);
   openflowRsmRecover(1002);
 }
 

@@ -76,7 +76,12 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"expect status 10", "needs a flow id and success"},
         BadLine{"expect status 10 maybe", "'maybe' is not success, failure or pseudo"},
         BadLine{"expect status 10 failure text \"x\"", "text ~"},
-        BadLine{"expect registration", "only 'expect status"},
+        BadLine{"expect registration", "expect: status, no status, flow-stats"},
+        BadLine{"expect no status", "needs a flow id"}, BadLine{"expect flow-stats", "needs an id"},
+        BadLine{"expect flow-stats 3 drop_bytes=1", "'drop_bytes=1' is not a condition on packets"},
+        BadLine{"expect meter-stats 3 packets=1", "is not a condition on in_packets"},
+        BadLine{"expect queue-stats 3 queue=8", "queue: 8 is out of range"},
+        BadLine{"expect flow-stats 3 bytes>=lots", "bytes: 'lots' is not a number"},
         BadLine{"sleep", "needs one duration"}, BadLine{"sleep -1", "not a duration"},
         BadLine{"vlan add vlan=\"100 iivid=3", "unterminated quote"},
         BadLine{"end", "'end' without 'pack'"}));

@@ -118,6 +118,49 @@ TEST_F(Runner, TextMismatchIsAFailure) {
   EXPECT_NE(output().find("text does not contain \"bad\""), std::string::npos) << output();
 }
 
+TEST_F(Runner, NoStatusExpectations) {
+  agent_sends(status(5, 1));
+  auto sum = run("expect no status 4 timeout=50ms\nexpect no status 5 timeout=50ms\n");
+  EXPECT_EQ(sum.failed, 1u);
+  std::string out = output();
+  EXPECT_NE(out.find("none within 0.1 s"), std::string::npos) << out;  // 50 ms, one decimal
+  EXPECT_NE(out.find("expected: no status for flow 5"), std::string::npos) << out;
+  EXPECT_NE(out.find("got:      success (ADD_FLOW, status 1)"), std::string::npos) << out;
+}
+
+TEST_F(Runner, StatisticsExpectationsWaitForCountersThatMeetThem) {
+  agent_sends(FlowStatsMsg{1, 10, 1, 64});
+  agent_sends(FlowStatsMsg{1, 10, 5, 320});
+  QueueStatsMsg q;
+  q.port_id = 3;
+  q.queues[2] = QueueRecord{2, 640, 10};
+  q.queues[5] = QueueRecord{5, 64, 1};
+  agent_sends(q);
+  MeterStatsMsg ms;
+  ms.records = {MeterRecord{7, 0, 1000, 0, 0, 100, 0, 0}};
+  agent_sends(ms);
+  auto sum = run(
+      "expect flow-stats 10 packets>=5 bytes=320\n"
+      "expect queue-stats 3 packets=11 bytes=704\n"
+      "expect meter-stats 7 drop_bytes>=100 in_bytes=1000\n"
+      "expect flow-stats 10 packets=9 timeout=50ms\n");
+  EXPECT_EQ(sum.failed, 1u) << output();
+  std::string out = output();
+  EXPECT_NE(out.find("bytes 320 packets 5"), std::string::npos) << out;
+  EXPECT_NE(out.find("expected: packets=9"), std::string::npos) << out;
+  EXPECT_NE(out.find("got:      bytes 64 packets 1 (the last that came)"), std::string::npos)
+      << out;
+}
+
+TEST_F(Runner, QueueStatisticsOfOneQueue) {
+  QueueStatsMsg q;
+  q.port_id = 4;
+  q.queues[1] = QueueRecord{1, 128, 2};
+  q.queues[6] = QueueRecord{6, 64, 1};
+  agent_sends(q);
+  EXPECT_EQ(run("expect queue-stats 4 queue=1 packets=2 bytes=128\n").failed, 0u) << output();
+}
+
 TEST_F(Runner, AMissingAgentStopsTheRun) {
   agent_.reset();  // its socket file goes with it
   auto sum = run("vlan add vlan=1 iivid=2\nvlan add vlan=2 iivid=3\n");

@@ -66,6 +66,8 @@ Carries out a scenario: one operation per line, '#' comments, blank lines allowe
   flow add id=10 priority=100 in_port=3,dl_vlan=100 actions=output:5
   expect status 10 success
   expect status 11 failure text ~ "FLOW ID ZERO"
+  expect no status 12 timeout=1
+  expect flow-stats 10 packets>=1      (also queue-stats PORT [queue=Q], meter-stats ID)
   pack                      (messages up to 'end' go out in one datagram)
   raw 01c00008 00000000     (bytes as they stand)
   sleep 500ms

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <thread>
 
+#include "expectations.h"
 #include "format.h"
 
 namespace ofa::mgr {
@@ -18,11 +19,6 @@ clock::time_point after(double seconds) {
 
 double seconds_left(clock::time_point deadline) {
   return std::max(0.0, std::chrono::duration<double>(deadline - clock::now()).count());
-}
-
-std::string status_outcome(const StatusMsg& s) {
-  if (s.status == 0) return "failure";
-  return s.text.starts_with(kPseudoPrefix) ? "pseudo" : "success";
 }
 
 std::string describe(const StatusMsg& s) {
@@ -84,15 +80,6 @@ std::optional<Message> Inbox::take(double seconds,
     if (!dg) return std::nullopt;
     accept(*dg);
   }
-}
-
-std::string check_status(const ExpectStatusStep& want, const StatusMsg& got) {
-  std::string outcome = status_outcome(got);
-  if (outcome != outcome_name(want.outcome)) return "outcome is " + outcome;
-  if (want.text && got.text.find(*want.text) == std::string::npos) {
-    return "text does not contain \"" + *want.text + "\"";
-  }
-  return {};
 }
 
 RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) {
@@ -161,6 +148,41 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
         line(opt, step.line, "FAILED", step.source);
         more(opt, "expected: status of flow " + std::to_string(id) + ": " + expected);
         more(opt, "got:      " + describe(st) + " (" + diff + ")");
+      }
+    } else if (const auto* no = std::get_if<ExpectNoStatusStep>(&step.action)) {
+      ++sum.expectations;
+      double t = no->timeout.value_or(1.0);
+      uint32_t id = no->flow_id;
+      auto m = inbox.take(t, [id](const Message& x) {
+        const auto* s = std::get_if<StatusMsg>(&x);
+        return s && s->flow_id == id;
+      });
+      if (!m) {
+        line(opt, step.line, "ok", step.source, "none within " + secs(t));
+      } else {
+        ++sum.failed;
+        line(opt, step.line, "FAILED", step.source);
+        more(opt, "expected: no status for flow " + std::to_string(id) + " within " + secs(t));
+        more(opt, "got:      " + describe(std::get<StatusMsg>(*m)));
+      }
+    } else if (const auto* st = std::get_if<ExpectStatsStep>(&step.action)) {
+      ++sum.expectations;
+      double t = st->timeout.value_or(opt.timeout);
+      auto m = inbox.take(t, [st](const Message& x) {
+        auto c = counters_of(*st, x);
+        return c && meets(*st, *c);
+      });
+      if (m) {
+        line(opt, step.line, "ok", step.source, counters_text(*counters_of(*st, *m)));
+      } else {
+        ++sum.failed;
+        std::string last = "nothing of that kind and id within " + secs(t);
+        for (const auto& x : inbox.pending()) {
+          if (auto c = counters_of(*st, x)) last = counters_text(*c) + " (the last that came)";
+        }
+        line(opt, step.line, "FAILED", step.source);
+        more(opt, "expected: " + conditions_text(*st));
+        more(opt, "got:      " + last);
       }
     } else if (const auto* sl = std::get_if<SleepStep>(&step.action)) {
       inbox.collect(sl->seconds);

@@ -49,7 +49,4 @@ struct RunSummary {
 // run goes on; a datagram that cannot be sent ends it.
 RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt);
 
-// The verdict on one status: empty when it meets the expectation, else what differs.
-std::string check_status(const ExpectStatusStep& want, const StatusMsg& got);
-
 }  // namespace ofa::mgr

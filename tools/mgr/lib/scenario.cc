@@ -1,5 +1,7 @@
 #include "scenario.h"
 
+#include <algorithm>
+
 #include "syntax.h"
 
 namespace ofa::mgr {
@@ -30,27 +32,24 @@ StepResult wait_step(std::span<const std::string> w) {
 }
 
 // expect status <flow id> success|failure|pseudo [text ~ "..."] [timeout=D]
-StepResult expect_step(std::span<const std::string> w) {
-  if (w.empty() || w[0] != "status") {
-    return StepResult::fail("expect: only 'expect status <flow id> ...' is known");
-  }
-  if (w.size() < 3) {
+StepResult expect_status(std::span<const std::string> w) {
+  if (w.size() < 2) {
     return StepResult::fail("expect status needs a flow id and success, failure or pseudo");
   }
   ExpectStatusStep s;
-  auto id = syntax::number(w[1], 0xffffffff, "expect status: flow id");
+  auto id = syntax::number(w[0], 0xffffffff, "expect status: flow id");
   if (!id.ok()) return StepResult::fail(id.error());
   s.flow_id = static_cast<uint32_t>(id.value());
-  if (w[2] == "success") {
+  if (w[1] == "success") {
     s.outcome = Outcome::success;
-  } else if (w[2] == "failure") {
+  } else if (w[1] == "failure") {
     s.outcome = Outcome::failure;
-  } else if (w[2] == "pseudo") {
+  } else if (w[1] == "pseudo") {
     s.outcome = Outcome::pseudo;
   } else {
-    return StepResult::fail("expect status: '" + w[2] + "' is not success, failure or pseudo");
+    return StepResult::fail("expect status: '" + w[1] + "' is not success, failure or pseudo");
   }
-  auto rest = w.subspan(3);
+  auto rest = w.subspan(2);
   if (!rest.empty() && rest[0] == "text") {
     if (rest.size() < 3 || rest[1] != "~") {
       return StepResult::fail("expect status: write text ~ \"words the reason contains\"");
@@ -60,6 +59,80 @@ StepResult expect_step(std::span<const std::string> w) {
   }
   if (auto e = timeout_option(rest, s.timeout)) return StepResult::fail("expect status: " + *e);
   return std::optional<StepAction>(s);
+}
+
+// expect no status <flow id> [timeout=D]
+StepResult expect_no_status(std::span<const std::string> w) {
+  if (w.empty() || w[0] != "status" || w.size() < 2) {
+    return StepResult::fail("expect no status needs a flow id");
+  }
+  ExpectNoStatusStep s;
+  auto id = syntax::number(w[1], 0xffffffff, "expect no status: flow id");
+  if (!id.ok()) return StepResult::fail(id.error());
+  s.flow_id = static_cast<uint32_t>(id.value());
+  if (auto e = timeout_option(w.subspan(2), s.timeout)) {
+    return StepResult::fail("expect no status: " + *e);
+  }
+  return std::optional<StepAction>(s);
+}
+
+// expect flow-stats|queue-stats|meter-stats <id> [queue=Q] [counter=N|counter>=N]... [timeout=D]
+StepResult expect_stats(StatsKind kind, const std::string& what, std::span<const std::string> w) {
+  static const std::vector<std::string> kFlowCounters = {"packets", "bytes"};
+  static const std::vector<std::string> kMeterCounters = {
+      "in_packets", "in_bytes", "drop_packets", "drop_bytes", "remark_packets", "remark_bytes"};
+  const auto& counters = kind == StatsKind::meter ? kMeterCounters : kFlowCounters;
+  if (w.empty()) return StepResult::fail("expect " + what + " needs an id");
+  ExpectStatsStep s;
+  s.kind = kind;
+  auto id = syntax::number(w[0], 0xffffffff, "expect " + what + ": id");
+  if (!id.ok()) return StepResult::fail(id.error());
+  s.id = static_cast<uint32_t>(id.value());
+  for (const auto& word : w.subspan(1)) {
+    auto kv = syntax::split_key(word);
+    if (kv.key == "timeout") {
+      if (auto e = timeout_option(std::span(&word, 1), s.timeout)) {
+        return StepResult::fail("expect " + what + ": " + *e);
+      }
+      continue;
+    }
+    if (kv.key == "queue" && kind == StatsKind::queue) {
+      auto q = syntax::number(kv.value, kQueueCount - 1, "queue");
+      if (!q.ok()) return StepResult::fail(q.error());
+      s.queue = static_cast<uint32_t>(q.value());
+      continue;
+    }
+    CounterCondition c;
+    c.at_least = kv.key.ends_with(">");
+    c.counter = c.at_least ? kv.key.substr(0, kv.key.size() - 1) : kv.key;
+    if (!kv.has_value || std::find(counters.begin(), counters.end(), c.counter) == counters.end()) {
+      std::string names;
+      for (const auto& n : counters)
+        names += (names.empty() ? "" : ", ") + n;
+      return StepResult::fail("expect " + what + ": '" + word + "' is not a condition on " + names +
+                              " (like packets=5 or bytes>=64)");
+    }
+    auto v = syntax::number(kv.value, UINT64_MAX, c.counter);
+    if (!v.ok()) return StepResult::fail(v.error());
+    c.value = v.value();
+    s.conditions.push_back(c);
+  }
+  return std::optional<StepAction>(s);
+}
+
+StepResult expect_step(std::span<const std::string> w) {
+  if (!w.empty() && w[0] == "status") return expect_status(w.subspan(1));
+  if (!w.empty() && w[0] == "no") return expect_no_status(w.subspan(1));
+  if (!w.empty() && w[0] == "flow-stats") return expect_stats(StatsKind::flow, w[0], w.subspan(1));
+  if (!w.empty() && w[0] == "queue-stats") {
+    return expect_stats(StatsKind::queue, w[0], w.subspan(1));
+  }
+  if (!w.empty() && w[0] == "meter-stats") {
+    return expect_stats(StatsKind::meter, w[0], w.subspan(1));
+  }
+  return StepResult::fail(
+      "expect: status, no status, flow-stats, queue-stats or meter-stats (like 'expect status "
+      "10 success')");
 }
 
 StepResult sleep_step(std::span<const std::string> w) {

@@ -6,6 +6,8 @@
 //   raw 001000a4 0000...                    bytes as they stand, for malformed input
 //   pack ... end                            the messages between go out in one datagram
 //   expect status 10 success|failure|pseudo [text ~ "words"] [timeout=2]
+//   expect no status 11 [timeout=1]
+//   expect flow-stats 10 packets>=1 | queue-stats 3 [queue=2] bytes=0 | meter-stats 1 drop_bytes>=1
 //   sleep 500ms
 #pragma once
 
@@ -33,10 +35,31 @@ struct ExpectStatusStep {
   std::optional<std::string> text;  // the status text must contain it
   std::optional<double> timeout;
 };
+// expect no status ID: no status for the flow arrives within the time (default 1 s).
+struct ExpectNoStatusStep {
+  uint32_t flow_id = 0;
+  std::optional<double> timeout;
+};
+// expect flow-stats ID | queue-stats PORT [queue=Q] | meter-stats METER, with conditions on the
+// counters (packets=N, bytes>=N, ...): the first message of that kind and id that meets them.
+enum class StatsKind { flow, queue, meter };
+struct CounterCondition {
+  std::string counter;    // packets, bytes; meters: in_packets, in_bytes, drop_bytes, ...
+  bool at_least = false;  // >= instead of =
+  uint64_t value = 0;
+};
+struct ExpectStatsStep {
+  StatsKind kind = StatsKind::flow;
+  uint32_t id = 0;                // flow id, port id or meter id
+  std::optional<uint32_t> queue;  // queue-stats: one queue instead of the sum of the eight
+  std::vector<CounterCondition> conditions;
+  std::optional<double> timeout;
+};
 struct SleepStep {
   double seconds = 0;
 };
-using StepAction = std::variant<SendStep, WaitRegistrationStep, ExpectStatusStep, SleepStep>;
+using StepAction = std::variant<SendStep, WaitRegistrationStep, ExpectStatusStep,
+                                ExpectNoStatusStep, ExpectStatsStep, SleepStep>;
 
 struct Step {
   int line = 0;

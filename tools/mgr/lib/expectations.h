@@ -1,0 +1,31 @@
+// How the runner judges what came from the agent against what a scenario expects.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+
+#include "messages.h"
+#include "scenario.h"
+
+namespace ofa::mgr {
+
+// success, failure (status 0) or pseudo (status 1 with a "PSEUDO_SUCCESS" text).
+std::string status_outcome(const StatusMsg& s);
+
+// The verdict on one status: empty when it meets the expectation, else what differs.
+std::string check_status(const ExpectStatusStep& want, const StatusMsg& got);
+
+// The counters of a statistics message when it is of the step's kind and id, else nothing.
+using Counters = std::map<std::string, uint64_t>;
+std::optional<Counters> counters_of(const ExpectStatsStep& want, const Message& m);
+
+// True when every condition of the step holds for the counters.
+bool meets(const ExpectStatsStep& want, const Counters& c);
+
+// "packets 5 bytes 320", for reports.
+std::string counters_text(const Counters& c);
+// The step's conditions as written: "packets>=1 bytes=64", or "any counters".
+std::string conditions_text(const ExpectStatsStep& want);
+
+}  // namespace ofa::mgr

@@ -139,11 +139,11 @@ TEST_F(Runner, StatisticsExpectationsWaitForCountersThatMeetThem) {
   MeterStatsMsg ms;
   ms.records = {MeterRecord{7, 0, 1000, 0, 0, 100, 0, 0}};
   agent_sends(ms);
-  auto sum = run(
-      "expect flow-stats 10 packets>=5 bytes=320\n"
-      "expect queue-stats 3 packets=11 bytes=704\n"
-      "expect meter-stats 7 drop_bytes>=100 in_bytes=1000\n"
-      "expect flow-stats 10 packets=9 timeout=50ms\n");
+  auto sum =
+      run("expect flow-stats 10 packets>=5 bytes=320\n"
+          "expect queue-stats 3 packets=11 bytes=704\n"
+          "expect meter-stats 7 drop_bytes>=100 in_bytes=1000\n"
+          "expect flow-stats 10 packets=9 timeout=50ms\n");
   EXPECT_EQ(sum.failed, 1u) << output();
   std::string out = output();
   EXPECT_NE(out.find("bytes 320 packets 5"), std::string::npos) << out;

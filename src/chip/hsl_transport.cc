@@ -5,6 +5,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -118,23 +119,26 @@ void ofNLSetIoctlHook(ofNLIoctlFn fn) {
 }
 
 int ofNLSocketIoctl(int fd, uint8_t* buf, uint32_t len, uint32_t cap) {
-  if (len > cap) {
+  if (len > cap || len < OF_NL_HDR_SIZE) {
     errno = EMSGSIZE;
     return -1;
   }
   if (send(fd, buf, len, MSG_NOSIGNAL) != static_cast<ssize_t>(len)) return -1;
+  uint32_t seq = Reader(buf, len).u32_at(8);
   std::array<uint8_t, OF_NL_MSG_BUF_SIZE> reply;
-  ssize_t n;
-  do {
-    n = recv(fd, reply.data(), reply.size(), 0);
-  } while (n < 0 && errno == EINTR);
-  if (n < 0) return -1;
-  if (n == 0) {
-    errno = ECONNRESET;
-    return -1;
+  for (;;) {
+    ssize_t n = recv(fd, reply.data(), reply.size(), 0);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) return -1;
+    if (n == 0) {
+      errno = ECONNRESET;
+      return -1;
+    }
+    // A late answer to an exchange that timed out carries an older sequence: skip it.
+    if (static_cast<size_t>(n) >= 12 && Reader(reply.data(), 12).u32_at(8) != seq) continue;
+    std::memcpy(buf, reply.data(), std::min<size_t>(static_cast<size_t>(n), cap));
+    return 0;
   }
-  std::memcpy(buf, reply.data(), std::min<size_t>(static_cast<size_t>(n), cap));
-  return 0;
 }
 
 // ---- sockets ----------------------------------------------------------------------------------

@@ -158,6 +158,11 @@ TEST_F(Ioctl, EnvelopeAndRoutingBlockOverARealSocket) {
     std::array<uint8_t, 4096> in{};
     ssize_t n = recv(fds[1], in.data(), in.size(), 0);
     seen.assign(in.begin(), in.begin() + std::max<ssize_t>(n, 0));
+    // First a late answer to an older exchange (sequence 41, a refusal), to be skipped.
+    std::vector<uint8_t> stale = seen;
+    ofa::wire::Writer(stale).u32_at(8, 41);
+    ofa::wire::Writer(stale).u32_at(72, static_cast<uint32_t>(-9));
+    send(fds[1], stale.data(), stale.size(), 0);
     std::vector<uint8_t> reply = seen;
     ofa::wire::Writer(reply).u32_at(48 + 28, 0xCAFE);  // the chip's answer in place
     send(fds[1], reply.data(), reply.size(), 0);

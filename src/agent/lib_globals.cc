@@ -7,7 +7,7 @@
 lib_globals* lib_create(const char* name) {
   auto* zg = static_cast<lib_globals*>(std::calloc(1, sizeof(lib_globals)));
   if (!zg) return nullptr;
-  if (name) std::strncpy(zg->name, name, sizeof zg->name - 1);
+  if (name) std::memcpy(zg->name, name, strnlen(name, sizeof zg->name - 1));
   return zg;
 }
 

@@ -41,8 +41,12 @@ std::string pcb_name() {
   return std::string(openflowAgtPcb.name, strnlen(openflowAgtPcb.name, sizeof openflowAgtPcb.name));
 }
 
+// Copies at most `width` bytes of src and zero-fills the rest; a text that fills the field keeps no
+// terminator inside it.
 void copy_field(char* dst, size_t width, const char* src) {
-  std::strncpy(dst, src, width);
+  size_t n = strnlen(src, width);
+  std::memcpy(dst, src, n);
+  std::memset(dst + n, 0, width - n);
 }
 
 void parse_options(int argc, char** argv) {
@@ -228,7 +232,7 @@ void openflowAgt_parse_command_line(int argc, char** argv) {
   of_corvu_state.rsm_handle = -1;
   const char* base = std::strrchr(argv[0], '/');
   base = base ? base + 1 : argv[0];
-  std::strncpy(openflowAgtPcb.name, base, sizeof openflowAgtPcb.name);
+  copy_field(openflowAgtPcb.name, sizeof openflowAgtPcb.name, base);
   std::memcpy(of_corvu_state.rsm_atom, "openflowagt", 12);
   parse_options(argc, argv);
 }

@@ -2,7 +2,6 @@
 // indexed by fd, the platform queue drain and its dispatcher, the watchdog feed.
 #include "agent/thread.h"
 
-#include <assert.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -17,8 +16,14 @@
 #include "platform/rsmd.h"
 #include "platform/wire.h"
 
+// The scheduler's assertions hold in every build; a failure names "thread.c" as the C library's
+// assert would, and aborts.
+[[noreturn]] static void thread_assert_fail(const char* expr, int line, const char* func) {
+  std::fprintf(stderr, "%s:%d: %s: Assertion `%s' failed.\n", "thread.c", line, func, expr);
+  std::abort();
+}
 #define THREAD_ASSERT(expr) \
-  ((expr) ? static_cast<void>(0) : __assert_fail(#expr, "thread.c", __LINE__, __func__))
+  ((expr) ? static_cast<void>(0) : thread_assert_fail(#expr, __LINE__, __func__))
 
 namespace {
 

@@ -3,6 +3,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <deque>
@@ -59,7 +60,7 @@ pq6_addr addr_of_path(const std::string& path) {
   if (dot == std::string::npos) return a;
   std::string name = leaf.substr(0, dot);
   std::string tail = leaf.substr(dot + 1);
-  std::strncpy(a.name, name.c_str(), sizeof a.name - 1);
+  std::memcpy(a.name, name.data(), std::min(name.size(), sizeof a.name - 1));
   if (tail == "mp") {
     a.flags = PQ6_FLAG_ACTIVE_MP | PQ6_FLAG_MP;
   } else if (!tail.empty() && tail.size() <= 2 &&

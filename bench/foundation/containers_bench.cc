@@ -262,8 +262,9 @@ class RatioReporter : public benchmark::ConsoleReporter {
 const char* kOps[][2] = {{"insert", "i"}, {"get", "g"}, {"delete", "d"}};
 
 void register_all() {
-  for (auto [name, code] : kOps) {
-    char op = code[0];
+  for (const auto& entry : kOps) {
+    const std::string name = entry[0];
+    const char op = entry[1][0];
     auto reg = [&](const std::string& container, auto fn) {
       auto* b = benchmark::RegisterBenchmark((container + "/" + name).c_str(), fn);
       for (int n : kSizes)

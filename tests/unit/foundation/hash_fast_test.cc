@@ -194,6 +194,9 @@ TEST_F(SecondHash, WalksRefuseOrHandleSecondLevel) {
 struct RefusalCase {
   uint32_t threshold, size2;
   std::string message;
+  friend void PrintTo(const RefusalCase& c, std::ostream* os) {
+    *os << c.threshold << "/" << c.size2;
+  }
 };
 class SecondHashRefusals : public ::testing::TestWithParam<RefusalCase> {};
 TEST_P(SecondHashRefusals, LeaveTheTableAsItWas) {

@@ -53,6 +53,7 @@ struct WidthCase {
   const char* format;
   int value;
   const char* expect;
+  friend void PrintTo(const WidthCase& c, std::ostream* os) { *os << c.format << " " << c.value; }
 };
 class KsprintfWidths : public ::testing::TestWithParam<WidthCase> {};
 TEST_P(KsprintfWidths, Pads) {

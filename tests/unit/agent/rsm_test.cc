@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "agent/agent_globals.h"
 #include "chip/chip_table.h"
@@ -110,6 +111,31 @@ TEST_F(Rsm, RegistrationStartsInStandbyAndPostsFirstStage) {
     rsmd_shutdown();
     msgQDelete(q);
   }
+}
+
+std::vector<std::string> g_show;
+void show_line(const char* line) {
+  g_show.emplace_back(line);
+}
+
+TEST_F(Rsm, ShowNamesTheStageAndStartup) {
+  auto p = load("ard.conf");
+  p.hw_profile = 5;
+  use(p);
+  g_show.clear();
+  openflow_rsm_show(show_line);
+  EXPECT_EQ(g_show, (std::vector<std::string>{"OPENFLOW Corvu State Synchronization summary:\n",
+                                              "    RSM HA Enabled\n", "    Stage: Unknown\n"}));
+  openflowRsmRecover(RSM_STAGE_WARM);
+  openflowRsmRecover(RSM_STAGE_ACTIVE);
+  g_show.clear();
+  openflow_rsm_show(show_line);
+  ASSERT_EQ(g_show.size(), 3u);
+  EXPECT_EQ(g_show[2], "    Stage: Active, Startup: Warm\n");
+  openflowRsmRecover(RSM_STAGE_STANDBY);
+  g_show.clear();
+  openflow_rsm_show(show_line);
+  EXPECT_EQ(g_show[2], "    Stage: Standby\n");
 }
 
 TEST_F(Rsm, DumpEndsWithTwoStatuses) {

@@ -62,30 +62,28 @@ generic_dlist* genericDoubleLinkListCreate(uint32_t element_size, uint32_t n) {
   return list;
 }
 
-void genericDoubleLinkListAddNewEntryToHead_NoPool(generic_dlist* list, void* entry) {
-  auto* e = static_cast<generic_dlist_entry*>(entry);
-  e->prev = nullptr;
-  e->next = list->head;
-  if (list->head != nullptr) {
-    list->head->prev = e;
+namespace {
+// Links e at the head (at_head) or at the tail of the list.
+void link_at_end(generic_dlist* list, generic_dlist_entry* e, bool at_head) {
+  generic_dlist_entry*& end = at_head ? list->head : list->tail;
+  (at_head ? e->prev : e->next) = nullptr;
+  (at_head ? e->next : e->prev) = end;
+  if (end != nullptr) {
+    (at_head ? end->prev : end->next) = e;
   } else {
-    list->tail = e;
+    (at_head ? list->tail : list->head) = e;
   }
-  list->head = e;
+  end = e;
   list->count += 1;
+}
+}  // namespace
+
+void genericDoubleLinkListAddNewEntryToHead_NoPool(generic_dlist* list, void* entry) {
+  link_at_end(list, static_cast<generic_dlist_entry*>(entry), true);
 }
 
 void genericDoubleLinkListAddNewEntryToEnd_NoPool(generic_dlist* list, void* entry) {
-  auto* e = static_cast<generic_dlist_entry*>(entry);
-  e->next = nullptr;
-  e->prev = list->tail;
-  if (list->tail != nullptr) {
-    list->tail->next = e;
-  } else {
-    list->head = e;
-  }
-  list->tail = e;
-  list->count += 1;
+  link_at_end(list, static_cast<generic_dlist_entry*>(entry), false);
 }
 
 void genericDoubleLinkListDeleteEntry_NoPool(generic_dlist* list, void* entry) {

@@ -34,7 +34,8 @@ void output_direct_to_system_console(const char* text, int len);
 using ksprintf_port_name_fn = bool (*)(uint32_t port_num, char* name, size_t size);
 void ksprintf_set_port_name_fn(ksprintf_port_name_fn fn);
 
-// Static texts, overwritten by the next call.
+// Static texts, overwritten by the next call. mac2string prints "%4x." per two bytes (blank
+// padded) without the last dot; ip_int2string is dotted decimal.
 const char* mac2string(const uint8_t* mac);
 const char* ip_int2string(uint32_t addr);
 

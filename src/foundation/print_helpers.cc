@@ -7,9 +7,14 @@ namespace {
 int g_as_format = 0;
 }  // namespace
 
+// "%4x." for each two bytes, the trailing dot removed (blank padded, unlike "%m").
 const char* mac2string(const uint8_t* mac) {
   static char text[16];
-  ksnprintf(text, sizeof text, "%m", mac);
+  if (mac == nullptr) return "<NULL>";
+  int n = 0;
+  for (int i = 0; i < 6; i += 2)
+    n += ksprintf(text + n, "%4x.", mac[i] << 8 | mac[i + 1]);
+  text[n - 1] = '\0';
   return text;
 }
 

@@ -121,7 +121,9 @@ TEST(Console, UprintfAndKprintfGoToStdoutCutAt2047) {
 }
 
 TEST(TextHelpers, MacIpHexPaddingTokens) {
-  EXPECT_STREQ(mac2string(kMac), "0012.abcd.0ef0");
+  EXPECT_STREQ(mac2string(kMac), "  12.abcd. ef0");  // "%4x." per two bytes
+  const uint8_t full[6] = {0xff, 0xee, 0x10, 0x00, 0xab, 0xcd};
+  EXPECT_STREQ(mac2string(full), "ffee.1000.abcd");
   EXPECT_STREQ(ip_int2string(0xFFFFFFFF), "255.255.255.255");
   EXPECT_STREQ(ip_int2string(0), "0.0.0.0");
   char hex[8] = "-------";

@@ -8,11 +8,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <random>
 #include <thread>
 
 #include "adapter/chip_req.h"
 #include "agent/rsm.h"
 #include "chip_test_env.h"
+#include "foundation/avl_tree.h"
 #include "platform/msg_queue.h"
 
 namespace {
@@ -141,6 +143,27 @@ TEST_F(Receive, TruncatedDatagram) {
   std::string out =
       printed([&] { EXPECT_EQ(ofNLRecvMsgBlock(&sock_, &p, &size, nullptr, &type), -110); });
   EXPECT_NE(out.find("Received a truncated message from socket: test"), std::string::npos);
+}
+
+TEST_F(Receive, MutatedDatagramsAreRefusedOrReadWithinThemselves) {
+  std::mt19937 rng(4242);
+  auto good = datagram(record(60, 203), record(20, OF_NLMSG_DONE));
+  std::array<uint8_t, 512> buf{};
+  for (int i = 0; i < 2000; ++i) {
+    std::vector<uint8_t> d = good;
+    d.resize(rng() % 130);
+    for (int k = rng() % 6; k > 0 && !d.empty(); --k)
+      d[rng() % d.size()] = static_cast<uint8_t>(rng());
+    send(fds_[1], d.data(), d.size(), 0);
+    uint8_t* p = buf.data();
+    uint32_t size = buf.size();
+    uint16_t type = 0;
+    int rc = ofNLRecvMsgBlock(&sock_, &p, &size, nullptr, &type);
+    ASSERT_TRUE(rc == 0 || rc == -110 || rc == -112) << rc;
+    if (rc == 0) {
+      EXPECT_LE(size + 20, d.size());
+    }
+  }
 }
 
 // ---- requests -----------------------------------------------------------------------------
@@ -373,6 +396,25 @@ TEST_F(Events, ShortChipRecordIsReadZeroFilled) {
   EXPECT_EQ(deliver(event(2, OF_HSL_EVENT_CHIP_UP, 1, 28 + 24)), 0);
   EXPECT_NE(ofLookupChip(32), nullptr);
   EXPECT_EQ(deliver(std::vector<uint8_t>(16, 0)), 0);  // too short even for the class
+}
+
+TEST_F(Events, RandomPayloadsAreTakenWithoutReadingPastThem) {
+  std::mt19937 rng(99);
+  for (int i = 0; i < 500; ++i) {
+    size_t size = rng() % 600;
+    std::vector<uint8_t> p(size);
+    for (auto& b : p)
+      b = static_cast<uint8_t>(rng());
+    ofa::wire::Writer w(p);
+    w.u32_at(8, 2);
+    w.u32_at(28, 3 + rng() % 6);
+    w.u32_at(32, rng() % 12);
+    deliver(std::move(p));
+  }
+  // Whatever came in, the tables hold only chips of the platform.
+  avl_node* cur = nullptr;
+  for (of_chip_entry* c = ofGetFirstChip(&cur); c; c = ofGetNextChip(&cur))
+    EXPECT_GE(of_dce_get_flat_chip_id(c->ifindex), 0);
 }
 
 struct Gate {

@@ -164,8 +164,19 @@ int32_t run_request(Model& m, ChipState& chip, std::span<uint8_t> buf, size_t re
   }
   std::optional<int32_t> fault;
   if (commit) fault = m.take_fault(command);
-  Exchange x{m,    chip, m.rules(),        buf,   received,      command, len,
-             rlen, out,  !fault && commit, depth, std::string(), 0};
+  Exchange x{.model = m,
+             .chip = chip,
+             .rules = m.rules(),
+             .buf = buf,
+             .received = received,
+             .command = command,
+             .req_len = len,
+             .reply_len = rlen,
+             .fields = out,
+             .commit = commit && !fault,
+             .depth = depth,
+             .error = {},
+             .reply_end = 0};
   if (out) out->key("fields").begin_object();
   int32_t s = route_of(command)->handler(x);
   if (out) out->end_object();

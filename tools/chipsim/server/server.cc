@@ -93,7 +93,8 @@ std::optional<std::string> Server::send_event(std::span<const uint8_t> d) {
 }
 
 void Server::accept_agent() {
-  int fd = ::accept4(cmd_fd_, nullptr, nullptr, SOCK_CLOEXEC);
+  // Non-blocking, so that a client that stops reading its answers cannot stall the simulator.
+  int fd = ::accept4(cmd_fd_, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
   if (fd < 0) return;
   agents_.push_back(fd);
   ++control_.counters.agent_connections;
@@ -123,6 +124,10 @@ bool Server::serve_agent(int fd) {
   if (mh.msg_flags & MSG_TRUNC) log_line("message longer than 4096 bytes, truncated");
   size_t answer = model_.ioctl(buf, got);
   if (::send(fd, buf.data(), answer, MSG_NOSIGNAL) < 0) {
+    if (errno == EAGAIN || errno == EWOULDBLOCK) {
+      log_line("reply dropped: the agent is not reading its answers");
+      return true;
+    }
     log_line(errno_text("reply"));
     return false;
   }

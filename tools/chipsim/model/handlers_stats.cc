@@ -59,6 +59,11 @@ int32_t handle_stats(Exchange& x) {
   x.f("region", region);
   x.f("keys", nkeys);
   x.f("results", nres);
+  // A clear goes to each chip in turn; the sender clears these two words before each send, since
+  // a chip's answer writes them.
+  uint32_t w40 = r.u32_at(40), w44 = r.u32_at(44);
+  if (!read && (w40 != 0 || w44 != 0))
+    return x.fail(status::kInvalid, "clear with words 40 and 44 not 0");
   uint32_t key_size = flows ? 8 : 12;
   if (!x.length_is(48 + key_size * nkeys)) return status::kInvalid;
   if (read && nres != nkeys)
@@ -101,13 +106,20 @@ int32_t handle_stats(Exchange& x) {
     return it == reg->by_handle.end() ? nullptr : &*it->second;
   };
   if (!read) {
+    uint32_t cleared = 0;
     for (auto& k : keys) {
       if (flows) {
-        if (TcamEntry* e = entry(k.first)) e->packets = e->bytes = 0;
+        if (TcamEntry* e = entry(k.first)) {
+          e->packets = e->bytes = 0;
+          ++cleared;
+        }
       } else if (auto it = x.chip.policers.find(k); it != x.chip.policers.end()) {
         it->second.first = it->second.second = 0;
+        ++cleared;
       }
     }
+    // The answer: how many keys were found and cleared.
+    x.out().u32_at(40, cleared);
     return status::kOk;
   }
   // Results follow the keys and the bit set of the wanted results, one per key in key order.

@@ -68,9 +68,13 @@ class Fuzzer {
       case 9:
         return Req(0x09270002, 88).u32(28, 0x80000000u).u32(76, pick(4) << 28).u32(80, pick(10));
       case 10: {
+        // A container of plausible sub-requests (which may be containers themselves).
         Req b(0x00070000, 36);
-        for (uint32_t i = 0, n = 1 + pick(3); i < n; ++i)
-          b.sub(Req(0x09270003, 36).u32(28, 1).u32(32, (pick(2) << 28) | pick(10)));
+        for (uint32_t i = 0, n = 1 + pick(4); i < n && b.b.size() < 3000; ++i) {
+          Req sub = pick(3) ? plausible()
+                            : Req(0x09270003, 36).u32(28, 1).u32(32, (pick(2) << 28) | pick(10));
+          if (b.b.size() + sub.b.size() < 4000) b.sub(sub);
+        }
         return b;
       }
       default: {

@@ -9,8 +9,11 @@ namespace {
 ksprintf_port_name_fn g_port_name_fn = nullptr;
 
 constexpr int kConsoleBufSize = 2048;  // a console text is cut at 2047 characters
+// The console buffers; a console print made while another is being formatted (say by a "%P"
+// lookup that logs) gets a buffer of its own on the stack, so neither is overwritten.
 char g_uprintf_buf[kConsoleBufSize];
 char g_kprintf_buf[kConsoleBufSize];
+int g_console_depth = 0;
 
 // The target of one print. `end` is the last byte (kept for the terminator); null: unbounded.
 struct Out {
@@ -205,7 +208,11 @@ void format(Out& out, const char* fmt, va_list ap) {
 }
 
 int print_to_console(char* buf, const char* fmt, va_list ap) {
+  char nested[kConsoleBufSize];
+  if (g_console_depth > 0) buf = nested;
+  ++g_console_depth;
   int n = vksnprintf(buf, kConsoleBufSize, fmt, ap);
+  --g_console_depth;
   output_direct_to_system_console(buf, n);
   return n;
 }

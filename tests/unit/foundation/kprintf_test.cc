@@ -120,6 +120,18 @@ TEST(Console, UprintfAndKprintfGoToStdoutCutAt2047) {
   EXPECT_EQ(testing::internal::GetCapturedStdout(), std::string(2047, 'a'));
 }
 
+TEST(Console, PrintFromAPortLookupDoesNotDisturbTheOuterText) {
+  ksprintf_set_port_name_fn([](uint32_t port, char* name, size_t size) {
+    uprintf("lookup %d\n", port);
+    std::snprintf(name, size, "eth%u", port);
+    return true;
+  });
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(uprintf("port %P up\n", 4), 13);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "lookup 4\nport eth4 up\n");
+  ksprintf_set_port_name_fn(nullptr);
+}
+
 TEST(TextHelpers, MacIpHexPaddingTokens) {
   EXPECT_STREQ(mac2string(kMac), "  12.abcd. ef0");  // "%4x." per two bytes
   const uint8_t full[6] = {0xff, 0xee, 0x10, 0x00, 0xab, 0xcd};

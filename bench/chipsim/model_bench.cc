@@ -31,7 +31,8 @@ struct Sender {
 // The L2 flow region with entries 1 to n in that order.
 void fill_flow_region(Sender& s, uint32_t n) {
   s.send(message(kChip, region_add(10, 20, 4072, 254, 16).b));
-  for (uint32_t h = 1; h <= n; ++h) s.send(message(kChip, l2_add(h, 20, 0, h - 1).b));
+  for (uint32_t h = 1; h <= n; ++h)
+    s.send(message(kChip, l2_add(h, 20, 0, h - 1).b));
 }
 
 // An L2 flow add behind `fill` entries, then its delete.

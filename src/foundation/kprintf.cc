@@ -39,7 +39,7 @@ struct Out {
   }
 };
 
-struct Spec {
+struct Conversion {
   bool left = false;
   bool zero = false;
   bool wide = false;  // "l": the argument is a long
@@ -61,12 +61,12 @@ int utoa(unsigned long long v, int base, bool upper, char* out) {
 
 // Writes text of len characters padded to the width: blanks in front (or behind with "-"); with
 // a zero width flag and `numeric`, zeros in front after any sign.
-void emit(Out& out, const Spec& spec, const char* text, int len, bool numeric) {
-  int fill = spec.width > len ? spec.width - len : 0;
-  if (spec.left) {
+void emit(Out& out, const Conversion& conv, const char* text, int len, bool numeric) {
+  int fill = conv.width > len ? conv.width - len : 0;
+  if (conv.left) {
     out.put(text, len);
     out.pad(' ', fill);
-  } else if (spec.zero && numeric) {
+  } else if (conv.zero && numeric) {
     if (len > 0 && text[0] == '-') {
       out.put('-');
       ++text;
@@ -117,17 +117,17 @@ void format(Out& out, const char* fmt, va_list ap) {
       out.put(*p);
       continue;
     }
-    Spec spec;
+    Conversion conv;
     ++p;
     if (*p == '-') {
-      spec.left = true;
+      conv.left = true;
       ++p;
     }
-    if (*p == '0') spec.zero = true;
+    if (*p == '0') conv.zero = true;
     for (int digits = 0; digits < 2 && *p >= '0' && *p <= '9'; ++digits, ++p)
-      spec.width = spec.width * 10 + (*p - '0');
+      conv.width = conv.width * 10 + (*p - '0');
     while (*p == 'h' || *p == 'l' || *p == ' ') {
-      if (*p == 'l') spec.wide = true;
+      if (*p == 'l') conv.wide = true;
       ++p;
     }
     if (*p == '\0') break;
@@ -135,51 +135,51 @@ void format(Out& out, const char* fmt, va_list ap) {
     switch (*p) {
       case 'c':
         text[0] = static_cast<char>(va_arg(ap, int));
-        emit(out, spec, text, 1, false);
+        emit(out, conv, text, 1, false);
         break;
       case 'd':
       case 'i':
       case 'v': {
-        long long v = spec.wide ? va_arg(ap, long) : va_arg(ap, int);
+        long long v = conv.wide ? va_arg(ap, long) : va_arg(ap, int);
         unsigned long long mag = v < 0 ? 0ull - static_cast<unsigned long long>(v) : v;
         if (v < 0) text[len++] = '-';
         len += utoa(mag, 10, false, text + len);
-        emit(out, spec, text, len, true);
+        emit(out, conv, text, len, true);
         break;
       }
       case 'u':
       case 'x':
       case 'X': {
-        unsigned long long v = spec.wide ? va_arg(ap, unsigned long) : va_arg(ap, unsigned);
+        unsigned long long v = conv.wide ? va_arg(ap, unsigned long) : va_arg(ap, unsigned);
         len = utoa(v, *p == 'u' ? 10 : 16, *p == 'X', text);
-        emit(out, spec, text, len, true);
+        emit(out, conv, text, len, true);
         break;
       }
       case 's': {
         const char* s = va_arg(ap, const char*);
         if (s == nullptr) s = "<NULL>";
-        emit(out, spec, s, static_cast<int>(std::strlen(s)), false);
+        emit(out, conv, s, static_cast<int>(std::strlen(s)), false);
         break;
       }
       case 'm': {
         const auto* mac = va_arg(ap, const uint8_t*);
         if (mac == nullptr) {
-          emit(out, spec, "<NULL>", 6, false);
+          emit(out, conv, "<NULL>", 6, false);
           break;
         }
         len = format_mac(mac, text);
-        emit(out, spec, text, len, false);
+        emit(out, conv, text, len, false);
         break;
       }
       case 'I':
       case 'A':
         len = format_ip(va_arg(ap, uint32_t), text);
-        emit(out, spec, text, len, false);
+        emit(out, conv, text, len, false);
         break;
       case 'a':
       case 'J':
         len = format_asn(va_arg(ap, uint32_t), *p == 'J' ? 2 : get_as_format(), text);
-        emit(out, spec, text, len, false);
+        emit(out, conv, text, len, false);
         break;
       case 'p':
       case 'T':
@@ -188,16 +188,16 @@ void format(Out& out, const char* fmt, va_list ap) {
         char name[33];
         if (*p == 'P' && g_port_name_fn != nullptr && g_port_name_fn(port, name, sizeof name)) {
           name[sizeof name - 1] = '\0';
-          emit(out, spec, name, static_cast<int>(std::strlen(name)), false);
+          emit(out, conv, name, static_cast<int>(std::strlen(name)), false);
           break;
         }
         len = utoa(port & 0xFFFF, 10, false, text);
-        emit(out, spec, text, len, true);
+        emit(out, conv, text, len, true);
         break;
       }
       case 'g': {
         len = std::snprintf(text, sizeof text, "%g", va_arg(ap, double));
-        emit(out, spec, text, len, true);
+        emit(out, conv, text, len, true);
         break;
       }
       default:

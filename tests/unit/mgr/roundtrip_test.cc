@@ -2,6 +2,7 @@
 // one, and the fields named in the table hold the stated values.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <map>
 
 #include "codec.h"
@@ -11,6 +12,12 @@
 
 namespace ofa::mgr {
 namespace {
+
+std::string hex(uint32_t v) {
+  char buf[16];
+  std::snprintf(buf, sizeof buf, "0x%08x", v);
+  return buf;
+}
 
 struct Case {
   const char* line;
@@ -60,8 +67,8 @@ INSTANTIATE_TEST_SUITE_P(
               {"in_port_id", "3"},
               {"in_vlan_id", "100"},
               {"dst_mac", "00:11:22:33:44:55"},
-              {"src_ip", "167772160"},
-              {"src_ip_mask", "4278190080"},
+              {"src_ip", "10.0.0.0"},
+              {"src_ip_mask", "255.0.0.0"},
               {"dst_port", "80"},
               {"member_count", "1"},
               {"members[0].out_port_id", "5"},
@@ -69,15 +76,15 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"flow add id=11 tcp,nw_dst=192.168.1.0/255.255.255.0 actions=CONTROLLER",
              {{"ether_type", "2048"},
               {"ip_protocol", "6"},
-              {"dest_ip_mask", "4294967040"},
+              {"dest_ip_mask", "255.255.255.0"},
               {"send_to_ctrl", "1"},
-              {"wildcards", std::to_string(kWcAll & ~(kWcEtherType | kWcIpProto | kWcDstIp))},
+              {"wildcards", hex(kWcAll & ~(kWcEtherType | kWcIpProto | kWcDstIp))},
               {"members[0].out_port_id", "65533"}}},
         Case{"flow add id=12 dl_src=00:00:00:00:00:01/ff:ff:ff:00:00:00 actions=drop",
              {{"forward_action", "0"},
               {"member_count", "0"},
               {"src_mac_mask", "ff:ff:ff:00:00:00"},
-              {"wildcards", std::to_string(kWcAll & ~(kWcSrcMac | kWcSrcMacMask))}}},
+              {"wildcards", hex(kWcAll & ~(kWcSrcMac | kWcSrcMacMask))}}},
         Case{"flow add id=13 actions=set_queue:2,output:4,group:9,meter:3",
              {{"meter_id", "3"},
               {"members[0].queue_id", "2"},
@@ -96,14 +103,13 @@ INSTANTIATE_TEST_SUITE_P(
               {"vlan_upbit", "5"},
               {"ip_tos", "46"},
               {"members[0].out_port_id", "65530"}}},
-        Case{
-            "flow add id=16 more actions=pop_vlan,push_inner_vlan,set_inner_vlan:7,"
-            "set_inner_vlan_pcp:2,output:1",
-            {{"more_fragments", "1"},
-             {"members[0].action_bits", std::to_string(kActPopVlan | kActPushInner | kActSetInner)},
-             {"members[0].inner_vlan_id", "7"},
-             {"members[0].push_inner_vlan_type", "33024"},
-             {"members[0].inner_upbits", "2"}}},
+        Case{"flow add id=16 more actions=pop_vlan,push_inner_vlan,set_inner_vlan:7,"
+             "set_inner_vlan_pcp:2,output:1",
+             {{"more_fragments", "1"},
+              {"members[0].action_bits", hex(kActPopVlan | kActPushInner | kActSetInner)},
+              {"members[0].inner_vlan_id", "7"},
+              {"members[0].push_inner_vlan_type", "33024"},
+              {"members[0].inner_upbits", "2"}}},
         Case{"flow clear-stats id=0", {{"sub_type", "12"}, {"flow_id", "0"}}},
         Case{"flow delete-all", {{"sub_type", "17"}}},
         Case{"flow sub=14 id=3 actions=output:1", {{"sub_type", "14"}}},

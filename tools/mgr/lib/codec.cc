@@ -32,6 +32,8 @@ struct Put {
     w.u32_at(off, static_cast<uint32_t>(x));
   }
   void u64(size_t off, const char*, uint64_t x) { w.u64_at(off, x); }
+  void ip(size_t off, const char*, uint32_t x) { w.u32_at(off, x); }
+  void bits(size_t off, const char*, uint32_t x) { w.u32_at(off, x); }
   void hi16(size_t off, const char*, uint32_t x) { w.u16_at(off, static_cast<uint16_t>(x >> 16)); }
   void flag_v1(size_t off, const char*, uint32_t bits) {
     w.u8_at(off, (bits & kActMemberFlag) ? 0x80 : 0);

@@ -32,6 +32,8 @@ struct Get {
     x = static_cast<T>(r.u32_at(off));
   }
   void u64(size_t off, const char*, uint64_t& x) { x = r.u64_at(off); }
+  void ip(size_t off, const char*, uint32_t& x) { x = r.u32_at(off); }
+  void bits(size_t off, const char*, uint32_t& x) { x = r.u32_at(off); }
   void hi16(size_t off, const char*, uint32_t& x) {
     x = (x & 0xffff) | (static_cast<uint32_t>(r.u16_at(off)) << 16);
   }

@@ -11,12 +11,20 @@
 namespace ofa::mgr {
 namespace {
 
+std::string fmt(const char* f, auto... args) {
+  char buf[256];
+  snprintf(buf, sizeof buf, f, args...);
+  return buf;
+}
+
 // Receives the fields of a message in order, with list structure.
 class Sink {
  public:
   virtual ~Sink() = default;
   virtual void number(const char* name, uint64_t v) = 0;
   virtual void integer(const char* name, int64_t v) = 0;
+  virtual void address(const char* name, uint32_t v) = 0;  // an IPv4 address or mask
+  virtual void bits(const char* name, uint32_t v) = 0;     // a word of flag bits
   virtual void string(const char* name, const std::string& v) = 0;
   virtual void ports(const char* name, const std::vector<uint32_t>& v) = 0;
   virtual void begin_list(const char* name) = 0;
@@ -45,7 +53,9 @@ struct Show {
     }
   }
   void u64(size_t, const char* n, uint64_t x) { s.number(n, x); }
-  void hi16(size_t, const char* n, uint32_t x) { s.number(n, x); }
+  void ip(size_t, const char* n, uint32_t x) { s.address(n, x); }
+  void bits(size_t, const char* n, uint32_t x) { s.bits(n, x); }
+  void hi16(size_t, const char* n, uint32_t x) { s.bits(n, x); }
   void flag_v1(size_t, const char* n, uint32_t x) { s.number(n, (x & kActMemberFlag) ? 1 : 0); }
   void mac(size_t, const char* n, const Mac& m) { s.string(n, mac_text(m)); }
   template <size_t N>
@@ -123,6 +133,8 @@ class JsonSink : public Sink {
   std::string out;
   void number(const char* n, uint64_t v) override { key(n) += std::to_string(v); }
   void integer(const char* n, int64_t v) override { key(n) += std::to_string(v); }
+  void address(const char* n, uint32_t v) override { number(n, v); }
+  void bits(const char* n, uint32_t v) override { number(n, v); }
   void string(const char* n, const std::string& v) override { key(n) += json_quote(v); }
   void ports(const char* n, const std::vector<uint32_t>& v) override {
     std::string& o = key(n);
@@ -165,6 +177,8 @@ class RowSink : public Sink {
   std::vector<std::pair<std::string, std::string>> rows;
   void number(const char* n, uint64_t v) override { rows.emplace_back(name(n), std::to_string(v)); }
   void integer(const char* n, int64_t v) override { rows.emplace_back(name(n), std::to_string(v)); }
+  void address(const char* n, uint32_t v) override { rows.emplace_back(name(n), ip_text(v)); }
+  void bits(const char* n, uint32_t v) override { rows.emplace_back(name(n), fmt("0x%08x", v)); }
   void string(const char* n, const std::string& v) override { rows.emplace_back(name(n), v); }
   void ports(const char* n, const std::vector<uint32_t>& v) override {
     std::string s;
@@ -192,12 +206,6 @@ class RowSink : public Sink {
   size_t index_ = 0;
   bool in_item_ = false;
 };
-
-std::string fmt(const char* f, auto... args) {
-  char buf[256];
-  snprintf(buf, sizeof buf, f, args...);
-  return buf;
-}
 
 std::string status_word(const StatusMsg& s) {
   if (s.status == 0) return "failure";

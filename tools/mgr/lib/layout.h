@@ -3,6 +3,7 @@
 // encoder (writes), the decoder (reads) and the printer (names and values):
 //
 //   v.u8 / u16 / u32 / u64 (offset, name, field)   big-endian integers
+//   v.ip / v.bits (offset, name, field)              32-bit words shown as an address, in hex
 //   v.mac (offset, name, field)                      6 bytes
 //   v.text (offset, width, name, field)              NUL-padded text
 //   v.mask (offset, name, field)                     680-byte port mask
@@ -32,7 +33,7 @@ void config(V& v, M& m) {
   }
   v.mask(696, "l3_ports", m.l3_ports);
   v.mask(1376, "super_acl_ports", m.super_acl_ports);
-  v.u32(2736, "flags", m.flags);
+  v.bits(2736, "flags", m.flags);
   v.mask(2740, "hybrid_ports", m.hybrid_ports);
   v.u16(3666, "pvid", m.pvid);
   v.text(3668, 32, "if_name", m.if_name);
@@ -48,7 +49,7 @@ void flow_head(V& v, M& m) {
   v.u8(8, "version", m.version);
   v.u32(12, "more_fragments", m.more_fragments);
   v.u32(16, "flow_id", m.flow_id);
-  v.u32(20, "controller_word", m.controller_word);
+  v.bits(20, "controller_word", m.controller_word);
   v.u32(24, "xid", m.xid);
   v.u32(32, "instance_word", m.instance_word);
   v.u16(36, "fd_id", m.fd_id);
@@ -60,10 +61,10 @@ void flow_head(V& v, M& m) {
   v.mac(64, "src_mac_mask", m.src_mac_mask);
   v.mac(72, "dst_mac_mask", m.dst_mac_mask);
   v.u16(80, "ether_type", m.ether_type);
-  v.u32(84, "src_ip", m.src_ip);
-  v.u32(88, "src_ip_mask", m.src_ip_mask);
-  v.u32(92, "dest_ip", m.dest_ip);
-  v.u32(96, "dest_ip_mask", m.dest_ip_mask);
+  v.ip(84, "src_ip", m.src_ip);
+  v.ip(88, "src_ip_mask", m.src_ip_mask);
+  v.ip(92, "dest_ip", m.dest_ip);
+  v.ip(96, "dest_ip_mask", m.dest_ip_mask);
   v.u8(100, "ip_protocol", m.ip_protocol);
   v.u16(102, "ip_tos", m.ip_tos);
   v.u16(104, "src_port", m.src_port);
@@ -73,7 +74,7 @@ void flow_head(V& v, M& m) {
   v.u8(112, "pw_id", m.pw_id);
   v.u8(113, "forward_action", m.forward_action);
   v.u8(114, "send_to_ctrl", m.send_to_ctrl);
-  v.u32(116, "wildcards", m.wildcards);
+  v.bits(116, "wildcards", m.wildcards);
   v.u32(120, "priority", m.priority);
   v.u8(124, "vlan_upbit", m.vlan_upbit);
   v.u32(128, "keep_counters", m.keep_counters);
@@ -205,7 +206,7 @@ template <class V, class M>
 void status(V& v, M& m) {
   v.u32(0, "reserved0", m.reserved0);
   v.u32(4, "flow_id", m.flow_id);
-  v.u32(8, "controller_word", m.controller_word);
+  v.bits(8, "controller_word", m.controller_word);
   v.u32(12, "xid", m.xid);
   v.u32(16, "status", m.status);
   v.u32(20, "reserved1", m.reserved1);

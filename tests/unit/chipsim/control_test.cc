@@ -54,13 +54,18 @@ TEST_F(ControlTest, AnswersAndErrors) {
 TEST_F(ControlTest, FaultsThroughTheSocketProtocol) {
   EXPECT_TRUE(ok(run("fault region_add -5 times 2")));
   EXPECT_TRUE(ok(run("fault 0x09270003 -6")));
+  EXPECT_TRUE(ok(run("fault region_add -7 chip " + std::to_string(platform::chip_ifindex(2, 1)))));
+  EXPECT_TRUE(has(run("fault list"), R"("command":"region_add","status":-7,"chip":)" +
+                                         std::to_string(platform::chip_ifindex(2, 1))));
+  EXPECT_FALSE(ok(run("fault region_add -7 once chip 0")));
   EXPECT_TRUE(has(run("fault list"), R"("command":"policer_delete","status":-6)"));
   EXPECT_EQ(status_of(*model, region_add(10, 10, 24, 2, 4)), -5);
   EXPECT_EQ(status_of(*model, region_add(10, 10, 24, 2, 4)), -5);
   EXPECT_EQ(status_of(*model, region_add(10, 10, 24, 2, 4)), 0);
+  EXPECT_EQ(call(*model, region_add(10, 10, 24, 2, 4).b, platform::chip_ifindex(2, 1)).status, -7);
   EXPECT_TRUE(ok(run("fault clear")));
   EXPECT_TRUE(model->faults().empty());
-  EXPECT_TRUE(has(run("stats"), R"("faults_fired":2)"));
+  EXPECT_TRUE(has(run("stats"), R"("faults_fired":3)"));
   EXPECT_TRUE(ok(run("reset")));
   EXPECT_TRUE(model->chips().at(kChip).regions.empty());
   EXPECT_TRUE(has(run("stats"), R"("requests":0)"));

@@ -90,3 +90,27 @@ TEST(Fault, ClearAndOtherCommandsUntouched) {
 
 }  // namespace
 }  // namespace ofa::chipsim::test
+
+namespace ofa::chipsim::test {
+namespace {
+
+// A fault limited to one chip: the same request to two chips fails on the second only.
+TEST(Fault, OnOneChip) {
+  ModelConfig cfg = config(Family::ard);
+  cfg.chips.push_back({1, 1, 1});
+  Model m(cfg);
+  uint32_t second = platform::chip_ifindex(1, 1);
+  Fault f;
+  f.command = 0x07270220;
+  f.status = -9;
+  f.mode = FaultMode::from;
+  f.chip = second;
+  m.add_fault(f);
+  EXPECT_EQ(call(m, region_add(10, 10, 24, 2, 4).b, kChip).status, 0);
+  EXPECT_EQ(call(m, region_add(10, 10, 24, 2, 4).b, second).status, -9);
+  EXPECT_EQ(m.chips().at(kChip).regions.size(), 1u);
+  EXPECT_TRUE(m.chips().at(second).regions.empty());
+}
+
+}  // namespace
+}  // namespace ofa::chipsim::test

@@ -90,8 +90,11 @@ Options options(std::span<const std::string_view> w,
   return o;
 }
 
+constexpr std::string_view kFaultUsage =
+    "usage: fault <command> <status> [once|times N|from N] [chip IFINDEX]";
+
 std::string cmd_fault(Control& c, std::span<const std::string_view> w) {
-  if (w.empty()) return error("usage: fault <command> <status> [once|times N|from N]");
+  if (w.empty()) return error(kFaultUsage);
   if (w[0] == "list") {
     auto j = ok();
     j.key("faults").begin_array();
@@ -99,6 +102,7 @@ std::string cmd_fault(Control& c, std::span<const std::string_view> w) {
       j.begin_object()
           .field("command", command_name(f.command))
           .field("status", f.status)
+          .field("chip", f.chip)
           .field("n", f.n)
           .field("seen", f.seen)
           .field("fired", f.fired)
@@ -122,16 +126,24 @@ std::string cmd_fault(Control& c, std::span<const std::string_view> w) {
   Fault f;
   f.command = *command;
   f.status = *st;
-  if (w.size() > 2) {
-    if (w[2] == "once" && w.size() == 3) {
+  // Trailing "chip IFINDEX" limits the fault to one chip.
+  std::vector<std::string_view> rest(w.begin() + 2, w.end());
+  if (rest.size() >= 2 && rest[rest.size() - 2] == "chip") {
+    auto chip = number<uint32_t>(rest.back());
+    if (!chip || *chip == 0) return error("bad chip \"" + std::string(rest.back()) + "\"");
+    f.chip = *chip;
+    rest.resize(rest.size() - 2);
+  }
+  if (!rest.empty()) {
+    if (rest[0] == "once" && rest.size() == 1) {
       f.mode = FaultMode::once;
-    } else if ((w[2] == "times" || w[2] == "from") && w.size() == 4) {
-      auto n = number<uint32_t>(w[3]);
-      if (!n || *n == 0) return error("bad count \"" + std::string(w[3]) + "\"");
-      f.mode = w[2] == "times" ? FaultMode::times : FaultMode::from;
+    } else if ((rest[0] == "times" || rest[0] == "from") && rest.size() == 2) {
+      auto n = number<uint32_t>(rest[1]);
+      if (!n || *n == 0) return error("bad count \"" + std::string(rest[1]) + "\"");
+      f.mode = rest[0] == "times" ? FaultMode::times : FaultMode::from;
       f.n = *n;
     } else {
-      return error("usage: fault <command> <status> [once|times N|from N]");
+      return error(kFaultUsage);
     }
   }
   c.model.add_fault(f);
@@ -329,15 +341,15 @@ std::string control_command(Control& c, std::string_view line) {
   if (w[0] == "help") {
     auto j = ok();
     j.key("commands").begin_array();
-    for (auto s :
-         {"dump", "stats", "check", "reset", "fault <command> <status> [once|times N|from N]",
-          "fault clear [command]", "fault list",
-          "event chip-up|chip-down|slot-up|slot-down|ignored [slot N] [chip N] [class N] "
-          "[close none|close type N]",
-          "event error [code N] [type N] [seq N]", "traffic all P B",
-          "traffic entry LDEV REGION HANDLE P B [chip IFINDEX]",
-          "traffic policer ID INSTANCE A B [chip IFINDEX]",
-          "traffic queue IFINDEX QUEUE P B [chip IFINDEX]"})
+    for (auto s : {"dump", "stats", "check", "reset",
+                   "fault <command> <status> [once|times N|from N] [chip IFINDEX]",
+                   "fault clear [command]", "fault list",
+                   "event chip-up|chip-down|slot-up|slot-down|ignored [slot N] [chip N] [class N] "
+                   "[close none|close type N]",
+                   "event error [code N] [type N] [seq N]", "traffic all P B",
+                   "traffic entry LDEV REGION HANDLE P B [chip IFINDEX]",
+                   "traffic policer ID INSTANCE A B [chip IFINDEX]",
+                   "traffic queue IFINDEX QUEUE P B [chip IFINDEX]"})
       j.value(s);
     return j.end_array().end_object().take();
   }

@@ -1,7 +1,8 @@
 // The control protocol of the simulator: one text command per line, one JSON answer per line.
 //
 //   dump | stats | check | reset | help
-//   fault <command> <status> [once | times N | from N]   fault clear [command]   fault list
+//   fault <command> <status> [once | times N | from N] [chip IFINDEX]
+//   fault clear [command]   fault list
 //   event chip-up|chip-down|slot-up|slot-down|ignored [slot N] [chip N] [class N]
 //         [close none | close type N]
 //   event error [code N] [type N] [seq N]

@@ -240,6 +240,7 @@ std::string Model::dump_json() const {
     j.begin_object()
         .field("command", command_name(f.command))
         .field("status", f.status)
+        .field("chip", f.chip)
         .field("mode", mode_name(f.mode))
         .field("n", f.n)
         .field("seen", f.seen)

@@ -163,7 +163,7 @@ int32_t run_request(Model& m, ChipState& chip, std::span<uint8_t> buf, size_t re
     return finish(problem.status, problem.why, false);
   }
   std::optional<int32_t> fault;
-  if (commit) fault = m.take_fault(command);
+  if (commit) fault = m.take_fault(command, chip.ifindex);
   Exchange x{.model = m,
              .chip = chip,
              .rules = m.rules(),
@@ -214,9 +214,9 @@ ChipState* Model::chip(uint32_t ifindex) {
   return it == chips_.end() ? nullptr : &it->second;
 }
 
-std::optional<int32_t> Model::take_fault(uint32_t command) {
+std::optional<int32_t> Model::take_fault(uint32_t command, uint32_t chip_if) {
   for (auto it = faults_.begin(); it != faults_.end(); ++it) {
-    if (it->command != command) continue;
+    if (it->command != command || (it->chip != 0 && it->chip != chip_if)) continue;
     ++it->seen;
     bool fire = false;
     switch (it->mode) {

@@ -57,10 +57,11 @@ struct Stats {
 enum class FaultMode { once, times, from };
 
 // A status to answer in place of the chip's work for a command: once, for the next n requests,
-// or from the n-th request on (counted from when the fault is set).
+// or from the n-th request on (counted from when the fault is set), on every chip or on one.
 struct Fault {
   uint32_t command = 0;
   int32_t status = -1;
+  uint32_t chip = 0;  // interface index of the one chip it applies to; 0 for every chip
   FaultMode mode = FaultMode::once;
   uint32_t n = 1;
   uint32_t seen = 0;
@@ -122,7 +123,7 @@ class Model {
   // Used by the request handlers.
   Stats& mutable_stats() { return stats_; }
   // The fault that answers this request, if one fires; counts it.
-  std::optional<int32_t> take_fault(uint32_t command);
+  std::optional<int32_t> take_fault(uint32_t command, uint32_t chip);
   void error_line(const std::string& line) {
     if (errlog_) errlog_(line);
   }

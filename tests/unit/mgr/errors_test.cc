@@ -49,6 +49,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"flow add id=1 version=1 actions=group:3", "group needs version 4"},
         BadLine{"flow add id=1 version=2 actions=output:3", "need version 1 or 4"},
         BadLine{"flow add id=1 actions=output:1 actions=output:2", "actions= given twice"},
+        BadLine{"flow add id=1 fragment=0 actions=drop", "fragment: at least 1 member"},
+        BadLine{"flow add id=1 fragment=two actions=drop", "fragment: 'two' is not a number"},
         BadLine{"group add type=all bucket=output:1", "group add needs id="},
         BadLine{"group add id=1 type=fancy", "group type"},
         BadLine{"group add id=1 bucket=vlan:3", "bucket needs output:"},

@@ -19,7 +19,7 @@ std::string encode_line(const std::string& line) {
   auto step = parse_step(line, ParseContext{1, &p});
   EXPECT_TRUE(step.ok()) << (step.ok() ? "" : step.error());
   if (!step.ok() || !step.value()) return "";
-  return hex_text(std::get<SendStep>(*step.value()).datagram.bytes());
+  return hex_text(std::get<SendStep>(*step.value()).datagrams.at(0).bytes());
 }
 
 std::string hex(const Frame& f) {
@@ -118,7 +118,7 @@ TEST(Golden, FlowVersion1MembersStepBy48PlusL) {
 TEST(Golden, FlowVersion4StrideIs76PlusL) {
   auto step = parse_step("flow add id=1 member_len=12 actions=output:1,output:2", {});
   ASSERT_TRUE(step.ok());
-  const auto& b = std::get<SendStep>(*step.value()).datagram.bytes();
+  const auto& b = std::get<SendStep>(*step.value()).datagrams.at(0).bytes();
   ASSERT_EQ(b.size(), 4u + 236 + 2 * 88);
   EXPECT_EQ(test::get(b, 4 + 236 + 4, 2), 1u);
   EXPECT_EQ(test::get(b, 4 + 236 + 88, 2), 12u);     // second length word
@@ -216,6 +216,25 @@ TEST(Golden, SyncCompleteIs316ZeroBytes) {
   EXPECT_EQ(encode_line("sync-complete"), hex(f));
 }
 
+TEST(Golden, FragmentsSplitTheMembersAndMarkAllButTheLast) {
+  auto step = parse_step("flow add id=7 fragment=2 actions=output:1,output:2,output:3", {});
+  ASSERT_TRUE(step.ok()) << step.error();
+  const auto& dgs = std::get<SendStep>(*step.value()).datagrams;
+  ASSERT_EQ(dgs.size(), 2u);
+  const auto& a = dgs[0].bytes();
+  const auto& b = dgs[1].bytes();
+  ASSERT_EQ(a.size(), 4u + 236 + 2 * 80);
+  ASSERT_EQ(b.size(), 4u + 316);
+  EXPECT_EQ(test::get(a, 4 + 12, 4), 1u);  // more fragments
+  EXPECT_EQ(test::get(b, 4 + 12, 4), 0u);  // the last one
+  EXPECT_EQ(test::get(a, 4 + 16, 4), 7u);
+  EXPECT_EQ(test::get(b, 4 + 16, 4), 7u);  // same flow id
+  EXPECT_EQ(test::get(a, 4 + 136, 2), 2u);
+  EXPECT_EQ(test::get(b, 4 + 136, 2), 1u);
+  EXPECT_EQ(test::get(a, 4 + 236 + 80 + 4, 2), 2u);  // second member of the first fragment
+  EXPECT_EQ(test::get(b, 4 + 236 + 4, 2), 3u);       // third member opens the last
+}
+
 TEST(Golden, RawBytesWithZeroFill) {
   EXPECT_EQ(encode_line("raw 01c0:013b zeros=3 ff"), "01c0013b000000ff");
 }
@@ -225,7 +244,7 @@ TEST(Golden, PackPutsMessagesBackToBack) {
       parse_scenario("pack\nvlan add vlan=1 iivid=2\nport-vlan add port=1 vlan=1\nend\n", "t", {});
   ASSERT_TRUE(sc.ok()) << sc.error();
   ASSERT_EQ(sc.value().steps.size(), 1u);
-  const auto& b = std::get<SendStep>(sc.value().steps[0].action).datagram.bytes();
+  const auto& b = std::get<SendStep>(sc.value().steps[0].action).datagrams.at(0).bytes();
   ASSERT_EQ(b.size(), 40u);
   EXPECT_EQ(test::get(b, 0, 4), header(10, 16));
   EXPECT_EQ(test::get(b, 20, 4), header(8, 16));  // no alignment between messages

@@ -96,6 +96,19 @@ TEST_F(Runner, DeliversDatagramsAndMatchesStatusesByFlowId) {
   EXPECT_NE(output().find("slot 1 registered"), std::string::npos) << output();
 }
 
+TEST_F(Runner, FragmentsGoOutOneDatagramEach) {
+  auto sum = run("flow add id=3 fragment=1 actions=output:1,output:2\n");
+  EXPECT_EQ(sum.sent, 2u);
+  EXPECT_NE(output().find("(2 datagrams, 640 bytes)"), std::string::npos) << output();
+  for (uint32_t more : {1u, 0u}) {
+    auto got = agent_->receive(1.0);
+    ASSERT_TRUE(got.has_value());
+    auto d = decode_datagram(*got);
+    ASSERT_EQ(d.size(), 1u);
+    EXPECT_EQ(std::get<FlowMsg>(std::get<Message>(d[0])).more_fragments, more);
+  }
+}
+
 TEST_F(Runner, FailedExpectationsSayWhatWasExpectedAndWhatCame) {
   agent_sends(status(10, 0, "flow entry is null"));
   auto sum = run("expect status 10 success\nexpect status 11 failure\nwait registration\n");

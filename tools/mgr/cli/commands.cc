@@ -164,7 +164,7 @@ int send(const Options& o, const Target& t) {
   if (sum.exit_code() != kOk || !send_step || !ep->bound()) return sum.exit_code();
   // Show what the agent answers: the status of a flow operation, or whatever comes shortly.
   Inbox inbox(*ep, ro);
-  if (auto id = status_flow(send_step->datagram.bytes())) {
+  if (auto id = status_flow(send_step->datagrams.back().bytes())) {
     auto m = inbox.take(o.timeout, [&](const Message& x) {
       const auto* s = std::get_if<StatusMsg>(&x);
       return s && s->flow_id == *id;
@@ -197,11 +197,11 @@ int run(const Options& o, const Target& t) {
   if (o.dry_run) {
     for (const auto& step : sc.value().steps) {
       const auto* send = std::get_if<SendStep>(&step.action);
-      std::printf(
-          "%5d  %-7s %s%s\n", step.line, send ? "would" : "then", step.source.c_str(),
-          send ? ("   (" + std::to_string(send->datagram.bytes().size()) + " bytes)").c_str() : "");
-      if (send && o.verbose)
-        std::printf("%5s  %-7s %s\n", "", "", hex_text(send->datagram.bytes()).c_str());
+      std::printf("%5d  %-7s %s%s\n", step.line, send ? "would" : "then", step.source.c_str(),
+                  send ? ("   (" + std::to_string(send->bytes()) + " bytes)").c_str() : "");
+      for (size_t i = 0; send && o.verbose && i < send->datagrams.size(); ++i) {
+        std::printf("%5s  %-7s %s\n", "", "", hex_text(send->datagrams[i].bytes()).c_str());
+      }
     }
     std::printf("%s: %zu steps, nothing sent\n", file.c_str(), sc.value().steps.size());
     return kOk;
@@ -222,9 +222,10 @@ int encode(const Options& o, const Target& t) {
     std::fprintf(stderr, "ofa-mgr encode: only messages have bytes\n");
     return kUsage;
   }
-  std::printf("%s\n", hex_text(s->datagram.bytes()).c_str());
-  if (o.verbose) {
-    for (const auto& d : decode_datagram(s->datagram.bytes())) {
+  for (const auto& dg : s->datagrams) {  // one line per datagram
+    std::printf("%s\n", hex_text(dg.bytes()).c_str());
+    if (!o.verbose) continue;
+    for (const auto& d : decode_datagram(dg.bytes())) {
       if (const auto* m = std::get_if<Message>(&d)) print_rows(*m);
     }
   }

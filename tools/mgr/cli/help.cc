@@ -80,7 +80,8 @@ sending anything.
 
 constexpr const char* kEncode = R"(usage: ofa-mgr encode [-v] OPERATION...
 
-Prints the datagram of an operation in hex, without sending it; -v adds every field.
+Prints the datagram of an operation in hex, one line per datagram (a flow with fragment=N
+makes several), without sending it; -v adds every field.
   ofa-mgr encode -v meter add id=1 kbps band=type=drop,rate=1000
 )";
 

@@ -190,6 +190,22 @@ std::vector<uint32_t> PortMask::ports() const {
   return out;
 }
 
+std::vector<FlowMsg> split_fragments(const FlowMsg& flow, size_t per_message) {
+  per_message = std::max<size_t>(per_message, 1);
+  if (flow.members.size() <= per_message) return {flow};
+  std::vector<FlowMsg> out;
+  for (size_t at = 0; at < flow.members.size(); at += per_message) {
+    FlowMsg f = flow;
+    size_t end = std::min(flow.members.size(), at + per_message);
+    f.members.assign(flow.members.begin() + static_cast<std::ptrdiff_t>(at),
+                     flow.members.begin() + static_cast<std::ptrdiff_t>(end));
+    if (!f.member_count_override) f.member_count = static_cast<uint16_t>(f.members.size());
+    f.more_fragments = end < flow.members.size() ? 1 : flow.more_fragments;
+    out.push_back(std::move(f));
+  }
+  return out;
+}
+
 Result<Bytes> encode_body(const Message& m) {
   return std::visit([](const auto& msg) { return body_of(msg); }, m);
 }

@@ -71,6 +71,10 @@ using Decoded = std::variant<Message, DecodeError>;
 // DecodeError is the last element.
 std::vector<Decoded> decode_datagram(std::span<const uint8_t> datagram);
 
+// A flow split over several messages of at most `per_message` members each (at least 1): every
+// message but the last says more fragments follow; the last keeps the flow's own fragment word.
+std::vector<FlowMsg> split_fragments(const FlowMsg& flow, size_t per_message);
+
 // Stride of a flow member of the given version and length word (0 for other versions).
 size_t member_stride(uint8_t version, uint16_t length_word);
 

@@ -87,24 +87,31 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
   Inbox inbox(ep, opt);
   for (const auto& step : sc.steps) {
     if (const auto* send = std::get_if<SendStep>(&step.action)) {
-      const auto& bytes = send->datagram.bytes();
-      // A full queue means the agent has not read the last ones yet: wait for room, reading
-      // what it sends meanwhile so that its answers are not lost either.
-      auto deadline = after(opt.timeout);
-      auto e = ep.send(opt.agent, bytes);
-      while (e && ep.full() && seconds_left(deadline) > 0) {
-        inbox.collect(0.002);
-        e = ep.send(opt.agent, bytes);
+      std::optional<std::string> e;
+      for (const auto& dg : send->datagrams) {
+        // A full queue means the agent has not read the last ones yet: wait for room, reading
+        // what it sends meanwhile so that its answers are not lost either.
+        auto deadline = after(opt.timeout);
+        e = ep.send(opt.agent, dg.bytes());
+        while (e && ep.full() && seconds_left(deadline) > 0) {
+          inbox.collect(0.002);
+          e = ep.send(opt.agent, dg.bytes());
+        }
+        if (e && ep.full()) *e += " for " + secs(opt.timeout) + "; datagram not sent";
+        if (e) break;
+        ++sum.sent;
       }
-      if (e && ep.full()) *e += " for " + secs(opt.timeout) + "; datagram not sent";
       if (e) {
         line(opt, step.line, "ERROR", step.source);
         more(opt, (sc.file.empty() ? "" : sc.file + ":" + std::to_string(step.line) + ": ") + *e);
         sum.aborted = true;
         break;
       }
-      ++sum.sent;
-      line(opt, step.line, "sent", step.source, "(" + std::to_string(bytes.size()) + " bytes)");
+      std::string size = std::to_string(send->bytes()) + " bytes";
+      if (send->datagrams.size() > 1) {
+        size = std::to_string(send->datagrams.size()) + " datagrams, " + size;
+      }
+      line(opt, step.line, "sent", step.source, "(" + size + ")");
       inbox.collect(0);
     } else if (const auto* wait = std::get_if<WaitRegistrationStep>(&step.action)) {
       ++sum.expectations;

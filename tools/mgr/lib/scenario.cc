@@ -168,8 +168,8 @@ StepResult raw_step(std::span<const std::string> w) {
   }
   if (auto e = flush()) return StepResult::fail(*e);
   if (bytes.empty()) return StepResult::fail("raw: no bytes given");
-  SendStep s;
-  s.datagram.add_raw(bytes);
+  SendStep s{{Datagram{}}};
+  s.datagrams[0].add_raw(bytes);
   return std::optional<StepAction>(std::move(s));
 }
 
@@ -190,10 +190,34 @@ StepResult words_step(const Words& words, const ParseContext& ctx) {
                             "default-action, protected-vlan, config, sync-complete, raw, wait, "
                             "expect, sleep, pack)");
   }
-  auto msg = parse_operation(words, ctx);
+  // fragment=N: the flow goes out as messages of N members each, one datagram each.
+  Words op;
+  std::optional<uint64_t> per_fragment;
+  for (const auto& w : words) {
+    auto kv = syntax::split_key(w);
+    if (head != "flow" || kv.key != "fragment" || !kv.has_value) {
+      op.push_back(w);
+      continue;
+    }
+    auto n = syntax::number(kv.value, 0xffff, "fragment");
+    if (!n.ok()) return StepResult::fail(n.error());
+    if (n.value() == 0) return StepResult::fail("fragment: at least 1 member a message");
+    per_fragment = n.value();
+  }
+  auto msg = parse_operation(op, ctx);
   if (!msg.ok()) return StepResult::fail(msg.error());
+  std::vector<Message> msgs{msg.value()};
+  if (per_fragment) {
+    msgs.clear();
+    for (auto& f : split_fragments(std::get<FlowMsg>(msg.value()), *per_fragment)) {
+      msgs.emplace_back(std::move(f));
+    }
+  }
   SendStep s;
-  if (auto e = s.datagram.add(msg.value())) return StepResult::fail(*e);
+  for (const auto& m : msgs) {
+    s.datagrams.emplace_back();
+    if (auto e = s.datagrams.back().add(m)) return StepResult::fail(*e);
+  }
   return std::optional<StepAction>(std::move(s));
 }
 
@@ -250,10 +274,10 @@ Result<Scenario> parse_scenario(std::string_view text, std::string_view file,
           return error(line_no,
                        "pack inside pack (opened at line " + std::to_string(pack->line) + ")");
         }
-        pack = Step{line_no, trim(line), SendStep{}};
+        pack = Step{line_no, trim(line), SendStep{{Datagram{}}}};
       } else {
         if (!pack) return error(line_no, "'end' without 'pack'");
-        if (std::get<SendStep>(pack->action).datagram.empty()) {
+        if (std::get<SendStep>(pack->action).datagrams[0].empty()) {
           return error(line_no, "empty pack (opened at line " + std::to_string(pack->line) + ")");
         }
         sc.steps.push_back(std::move(*pack));
@@ -271,8 +295,9 @@ Result<Scenario> parse_scenario(std::string_view text, std::string_view file,
         return error(line_no, "only messages go into a pack (opened at line " +
                                   std::to_string(pack->line) + "); close it with 'end' first");
       }
-      auto& dg = std::get<SendStep>(pack->action).datagram;
-      dg.add_raw(send->datagram.bytes());
+      auto& dg = std::get<SendStep>(pack->action).datagrams[0];
+      for (const auto& d : send->datagrams)
+        dg.add_raw(d.bytes());
       pack->source += " | " + trim(line);
       continue;
     }

@@ -3,6 +3,7 @@
 //   # comment                               blank lines are skipped
 //   wait registration [timeout=10]
 //   flow add id=10 priority=100 in_port=3 actions=output:5      (any operation: operations.h)
+//   flow add id=11 fragment=2 actions=output:1,output:2,output:3  (2 members a message)
 //   raw 001000a4 0000...                    bytes as they stand, for malformed input
 //   pack ... end                            the messages between go out in one datagram
 //   expect status 10 success|failure|pseudo [text ~ "words"] [timeout=2]
@@ -21,8 +22,15 @@
 
 namespace ofa::mgr {
 
+// One or more datagrams sent in a row (a flow split into fragments is one message each).
 struct SendStep {
-  Datagram datagram;
+  std::vector<Datagram> datagrams;
+  size_t bytes() const {
+    size_t n = 0;
+    for (const auto& d : datagrams)
+      n += d.bytes().size();
+    return n;
+  }
 };
 struct WaitRegistrationStep {
   std::optional<double> timeout;  // seconds; the run's default when absent

@@ -12,7 +12,12 @@
 namespace ofa::mgr {
 namespace {
 
-using namespace detail;  // NOLINT: the shared pieces of the readers
+using detail::Err;
+using detail::fail;
+using detail::fields;
+using detail::require;
+using detail::set_id;
+using detail::verb;
 using syntax::KeyValue;
 using syntax::set_number;
 
@@ -188,12 +193,12 @@ const std::map<std::string, OpFn, std::less<>>& operations() {
       {"vlan", [](auto w, auto&) { return vlan_op(w); }},
       {"port-vlan", [](auto w, auto&) { return port_vlan_op(w); }},
       {"evt", [](auto w, auto&) { return evt_op(w); }},
-      {"port", [](auto w, const ParseContext& c) { return port_config(w, c); }},
-      {"openflow", [](auto w, auto&) { return openflow_op(w); }},
-      {"default-action", [](auto w, auto&) { return default_action_op(w); }},
-      {"protected-vlan", [](auto w, auto&) { return protected_vlan_op(w); }},
-      {"config", [](auto w, auto&) { return config_op(w); }},
-      {"sync-complete", [](auto w, auto&) { return sync_op(w); }},
+      {"port", [](auto w, const ParseContext& c) { return detail::port_config(w, c); }},
+      {"openflow", [](auto w, auto&) { return detail::openflow_op(w); }},
+      {"default-action", [](auto w, auto&) { return detail::default_action_op(w); }},
+      {"protected-vlan", [](auto w, auto&) { return detail::protected_vlan_op(w); }},
+      {"config", [](auto w, auto&) { return detail::config_op(w); }},
+      {"sync-complete", [](auto w, auto&) { return detail::sync_op(w); }},
   };
   return ops;
 }

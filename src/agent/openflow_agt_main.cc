@@ -15,11 +15,13 @@
 #include "agent/trace.h"
 #include "chip/hsl_transport.h"
 #include "chip/if_table.h"
+#include "foundation/kprintf.h"
 #include "manager/msg_catalogue.h"
 #include "manager/mxl.h"
 #include "platform/asp.h"
 #include "platform/evrec.h"
 #include "platform/rsmd.h"
+#include "platform/system.h"
 #include "platform/wire.h"
 
 namespace {
@@ -155,7 +157,11 @@ int openflowAgt_corvu_init() {
     return -1;
   }
   file_printf("%s:: openflowAgtRsmInit Done..\n", name);
-  // The library's system parameters are the platform's, loaded before start-up.
+  // The library's system parameters are the platform's, loaded before start-up; the printing
+  // library's "%P" names ports through them.
+  ksprintf_set_port_name_fn([](uint32_t port, char* name, size_t size) {
+    return l3_get_ifname_from_port_num(port, name, size) == 0;
+  });
 
   rc = ofa_get_hw_resrc_info();
   if (rc < 0) {

@@ -1,4 +1,5 @@
 // Statistics reads and clears, the capability request, and the bulk container.
+#include <algorithm>
 #include <string>
 
 #include "model/commands.h"

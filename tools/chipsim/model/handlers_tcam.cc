@@ -1,4 +1,5 @@
 // Regions and TCAM entries: region add, delete-all, entry add with placement, update, delete.
+#include <algorithm>
 #include <iterator>
 
 #include "model/commands.h"

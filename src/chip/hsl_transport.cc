@@ -319,6 +319,8 @@ int ofNLClose(ofNLSock* sock) {
   }
   close(sock->fd);
   sock->fd = -1;
+  // The event socket is the one end point the agent binds: take its name away with it.
+  if (sock == &ofHslEventSock) unlink(path_of(OF_NL_CLIENT_EVENT).c_str());
   return 0;
 }
 

@@ -2,6 +2,8 @@
 // wire tables: the status answered, the decoded fields in the request log, and the table set.
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include <functional>
 
 #include "chipsim_test_util.h"
@@ -903,6 +905,10 @@ struct FixedLength {
   uint32_t len;
   Family family;
 };
+void PrintTo(const FixedLength& c, std::ostream* os) {
+  *os << std::hex << c.command << std::dec << " len " << c.len << " family "
+      << static_cast<int>(c.family);
+}
 
 class Lengths : public ::testing::TestWithParam<FixedLength> {};
 

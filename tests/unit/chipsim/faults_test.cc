@@ -1,6 +1,8 @@
 // Fault injection: a status in place of the chip's work, once, n times, or from the n-th request.
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "chipsim_test_util.h"
 #include "model/status.h"
 
@@ -22,6 +24,9 @@ struct FaultCase {
   uint32_t n;
   std::vector<int32_t> statuses;  // of five region adds in a row
 };
+void PrintTo(const FaultCase& c, std::ostream* os) {
+  *os << c.name;
+}
 
 class Faults : public ::testing::TestWithParam<FaultCase> {};
 

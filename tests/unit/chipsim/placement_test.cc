@@ -2,6 +2,8 @@
 // update and delete, and the region table itself.
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "chipsim_test_util.h"
 #include "model/status.h"
 
@@ -132,6 +134,9 @@ struct RegionCase {
   uint32_t size, initial;
   int32_t status;
 };
+void PrintTo(const RegionCase& c, std::ostream* os) {
+  *os << c.name;
+}
 
 class Regions : public ::testing::TestWithParam<RegionCase> {};
 

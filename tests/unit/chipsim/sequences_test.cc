@@ -2,6 +2,8 @@
 // default entries of ard, as the dump then shows them.
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "chipsim_test_util.h"
 
 namespace ofa::chipsim::test {
@@ -18,6 +20,9 @@ struct FamilyCase {
   uint32_t tcam;
   std::vector<RegionRow> rows;
 };
+void PrintTo(const FamilyCase& c, std::ostream* os) {
+  *os << c.name;
+}
 
 class ChipUpRegions : public ::testing::TestWithParam<FamilyCase> {};
 

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include <cstring>
 #include <string>
 #include <vector>
@@ -15,6 +17,9 @@ struct RoundCase {
   uint32_t in;
   uint32_t out;
 };
+void PrintTo(const RoundCase& c, std::ostream* os) {
+  *os << c.in;
+}
 class MemRoundUp : public ::testing::TestWithParam<RoundCase> {};
 TEST_P(MemRoundUp, Rounds) {
   EXPECT_EQ(mem_round_up_size(GetParam().in), GetParam().out);

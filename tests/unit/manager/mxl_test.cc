@@ -3,9 +3,11 @@
 #include "manager/mxl.h"
 
 #include <gtest/gtest.h>
+
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <ostream>
 
 #include <cstdlib>
 #include <fstream>
@@ -166,6 +168,9 @@ struct SlotCase {
   uint8_t flags;
   uint32_t slot;
 };
+void PrintTo(const SlotCase& c, std::ostream* os) {
+  *os << "mask " << c.mask << " flags " << int(c.flags);
+}
 
 class MxlSlot : public ::testing::TestWithParam<SlotCase> {};
 

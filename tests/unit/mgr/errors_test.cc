@@ -2,6 +2,8 @@
 // short, over-long and inconsistent messages with a reason that names what is wrong.
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "codec.h"
 #include "frame.h"
 #include "scenario.h"
@@ -13,6 +15,9 @@ struct BadLine {
   const char* line;
   const char* reason;  // a part of the reason
 };
+void PrintTo(const BadLine& c, std::ostream* os) {
+  *os << c.line;
+}
 
 class SyntaxErrors : public ::testing::TestWithParam<BadLine> {};
 
@@ -120,6 +125,9 @@ struct BadDatagram {
   std::vector<uint8_t> bytes;
   const char* reason;
 };
+void PrintTo(const BadDatagram& c, std::ostream* os) {
+  *os << c.name;
+}
 
 std::vector<uint8_t> with_header(uint32_t type, size_t body, size_t length_field) {
   test::Frame f(4 + body);

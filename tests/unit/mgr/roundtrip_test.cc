@@ -2,6 +2,8 @@
 // one, and the fields named in the table hold the stated values.
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include <cstdio>
 #include <map>
 
@@ -23,6 +25,9 @@ struct Case {
   const char* line;
   std::map<std::string, std::string> fields;
 };
+void PrintTo(const Case& c, std::ostream* os) {
+  *os << c.line;
+}
 
 class RoundTrip : public ::testing::TestWithParam<Case> {};
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include <cstdlib>
 #include <string>
 
@@ -83,6 +85,9 @@ struct BadCase {
   const char* text;
   const char* error;
 };
+void PrintTo(const BadCase& c, std::ostream* os) {
+  *os << c.name;
+}
 
 class PlatformFileErrors : public ::testing::TestWithParam<BadCase> {};
 

@@ -14,9 +14,9 @@ for preset in default asan; do
   ctest --preset "$preset" -j "$jobs"
 done
 
-echo "== valgrind (unit tests)"
+echo "== valgrind (unit tests, then the agent through a whole life)"
 fail=0
-for t in build/tests/unit/*/*_tests; do
+for t in $(find build/tests/unit -type f -executable -name '*_test*' | sort); do
   [ -x "$t" ] || continue
   # The long randomised runs are covered by the two builds above.
   if ! valgrind -q --error-exitcode=1 --leak-check=full --errors-for-leak-kinds=definite \
@@ -25,5 +25,6 @@ for t in build/tests/unit/*/*_tests; do
     fail=1
   fi
 done
+./scripts/valgrind-agent.sh build || fail=1
 [ "$fail" -eq 0 ] || exit 1
 echo "all tests passed under the normal build, ASan/UBSan and valgrind"

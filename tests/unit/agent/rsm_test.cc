@@ -53,6 +53,9 @@ struct StageRow {
   uint32_t stage;
   uint32_t rsm_stage;  // after the call, from 1001 before it
 };
+void PrintTo(const StageRow& c, std::ostream* os) {
+  *os << "stage " << c.received;
+}
 
 class RsmStage : public Rsm, public ::testing::WithParamInterface<StageRow> {};
 

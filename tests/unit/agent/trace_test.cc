@@ -74,6 +74,9 @@ struct LevelCase {
   uint32_t level;
   bool emitted;
 };
+void PrintTo(const LevelCase& c, std::ostream* os) {
+  *os << "module " << c.module_level << " level " << c.level;
+}
 
 class TraceLevel : public Trace, public ::testing::WithParamInterface<LevelCase> {};
 

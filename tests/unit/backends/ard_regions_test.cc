@@ -20,6 +20,9 @@ struct RegionCase {
   uint32_t l3_tcam;
   uint32_t s2, s2_initial, s3, s3_initial;
 };
+void PrintTo(const RegionCase& c, std::ostream* os) {
+  *os << "tcam " << c.l2_tcam << "/" << c.l3_tcam;
+}
 
 class ArdRegions : public ChipEnv, public ::testing::WithParamInterface<RegionCase> {};
 

@@ -133,6 +133,9 @@ struct OverrunCase {
   size_t cut;  // bytes removed from the end of the datagram
   size_t handled;
 };
+void PrintTo(const OverrunCase& c, std::ostream* os) {
+  *os << c.name;
+}
 
 class WalkOverrun : public Walk, public ::testing::WithParamInterface<OverrunCase> {};
 

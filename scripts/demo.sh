@@ -4,9 +4,9 @@
 #   1. ofa-chipsim serves the chip, ofa-mgr waits for the agent as the manager would;
 #   2. openflowAgtd starts cold, walks its stages and registers with the manager;
 #   3. the simulator reports its slot and chip up: the agent programs the chip's TCAM regions
-#      and default entries;
+#      and default entries, and the simulator shows what the chip holds;
 #   4. ofa-mgr runs examples/scenarios/demo.scn against the agent;
-#   5. the chip's contents, the request log and the agent's debug log are shown.
+#   5. the request log and the agent's debug log are shown.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/deps.sh
@@ -58,18 +58,14 @@ step "slot and chip up: the agent programs regions and default entries"
 "$bin_sim" ctl event chip-up >/dev/null
 has_defaults() { [ "$(wc -l <"$run/requests.jsonl")" -ge 10 ]; }
 wait_for 10 has_defaults
-printf '%-4s %-12s %s\n' seq command fields
-sed -E 's/^\{"seq":([0-9]+),.*"command":"([a-z0-9_]+)".*"fields":(.*),"status":(-?[0-9]+)\}$/\1 \2 \4 \3/' \
-  "$run/requests.jsonl" |
-  awk '{ seq=$1; cmd=$2; st=$3; $1=$2=$3=""; sub(/^ +/, ""); f=$0;
-         if (length(f) > 110) f = substr(f, 1, 107) "...";
-         printf "%-4s %-12s status %-4s %s\n", seq, cmd, st, f }'
+"$bin_sim" ctl show
 
 step "ofa-mgr runs examples/scenarios/demo.scn"
 "$bin_mgr" run examples/scenarios/demo.scn
 
-step "what the simulator saw"
-"$bin_sim" ctl stats
+step "the requests the chip received (request log $run/requests.jsonl)"
+sed -E 's/^\{"seq":([0-9]+),"chip":([0-9]+),"command":"([a-z0-9_]+)".*"status":(-?[0-9]+)\}$/\1 \2 \3 \4/' \
+  "$run/requests.jsonl" | awk '{ printf "  %3s  chip 0x%08x  %-14s status %s\n", $1, $2, $3, $4 }'
 "$bin_sim" ctl check
 
 step "the agent's debug log ($OFA_DEBUG_LOG), last lines"

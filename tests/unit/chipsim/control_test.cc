@@ -217,3 +217,38 @@ TEST(Json, EscapesAndNests) {
 
 }  // namespace
 }  // namespace ofa::chipsim::test
+
+namespace ofa::chipsim::test {
+namespace {
+
+TEST(Json, UnescapeUndoesEscape) {
+  for (std::string s :
+       {std::string("plain"), std::string("a\"b\\c\nd\te\r"), std::string("\x01\x1f\x7f", 3)})
+    EXPECT_EQ(json_unescape(json_escape(s)), s);
+  EXPECT_EQ(json_unescape("\\u00e9\\/\\b\\f"), std::string("?/\b\f"));
+  for (const char* bad : {"\\", "\\x", "\\u12", "\\u12g4", "a\"b"})
+    EXPECT_FALSE(json_unescape(bad)) << bad;
+}
+
+// "show" answers aligned text: every region with its sizes and every entry in chip order.
+TEST_F(ControlTest, ShowListsRegionsAndEntriesInChipOrder) {
+  ASSERT_EQ(status_of(*model, region_add(10, 20, 64, 16, 16)), 0);
+  ASSERT_EQ(status_of(*model, l2_add(7, 20, 0, 0)), 0);
+  ASSERT_EQ(status_of(*model, l2_add(9, 20, 7, 0)), 0);  // before 7: first in order
+  std::string a = run("show");
+  ASSERT_EQ(a.rfind(R"({"ok":true,"text":")", 0), 0u) << a;
+  auto text = json_unescape(a.substr(19, a.size() - 19 - 2));
+  ASSERT_TRUE(text) << a;
+  EXPECT_TRUE(has(*text, "chip 0x84400000: slot 1, chip 0, type 1\n")) << *text;
+  EXPECT_TRUE(has(*text, "    10     20       64       16        16       16       2\n")) << *text;
+  size_t first = text->find("    10     20      9 ");
+  size_t second = text->find("    10     20      7 ");
+  ASSERT_NE(first, std::string::npos) << *text;
+  ASSERT_NE(second, std::string::npos) << *text;
+  EXPECT_LT(first, second);
+  EXPECT_TRUE(has(*text, "chip 0x84800080: slot 2, chip 1, type 7\n  no regions\n")) << *text;
+  EXPECT_TRUE(has(*text, "requests 3, errors 0, placement violations 0\n")) << *text;
+}
+
+}  // namespace
+}  // namespace ofa::chipsim::test

@@ -7,6 +7,7 @@
 #include "control/events.h"
 #include "model/commands.h"
 #include "model/json.h"
+#include "model/show.h"
 #include "model/status.h"
 
 namespace ofa::chipsim {
@@ -323,6 +324,7 @@ std::string control_command(Control& c, std::string_view line) {
   std::span<const std::string_view> args(w.begin() + 1, w.end());
   if (w[0] == "dump") return ok().key("state").raw(c.model.dump_json()).end_object().take();
   if (w[0] == "stats") return cmd_stats(c);
+  if (w[0] == "show") return ok().field("text", show_text(c.model)).end_object().take();
   if (w[0] == "reset") {
     c.model.reset();
     return ok().end_object().take();
@@ -341,7 +343,7 @@ std::string control_command(Control& c, std::string_view line) {
   if (w[0] == "help") {
     auto j = ok();
     j.key("commands").begin_array();
-    for (auto s : {"dump", "stats", "check", "reset",
+    for (auto s : {"dump", "show", "stats", "check", "reset",
                    "fault <command> <status> [once|times N|from N] [chip IFINDEX]",
                    "fault clear [command]", "fault list",
                    "event chip-up|chip-down|slot-up|slot-down|ignored [slot N] [chip N] [class N] "

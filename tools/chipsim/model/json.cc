@@ -135,4 +135,63 @@ JsonWriter& JsonWriter::raw(std::string_view json) {
   return *this;
 }
 
+std::optional<std::string> json_unescape(std::string_view s) {
+  std::string out;
+  out.reserve(s.size());
+  for (size_t i = 0; i < s.size(); ++i) {
+    char c = s[i];
+    if (c == '"') return std::nullopt;
+    if (c != '\\') {
+      out += c;
+      continue;
+    }
+    if (++i == s.size()) return std::nullopt;
+    switch (s[i]) {
+      case '"':
+      case '\\':
+      case '/':
+        out += s[i];
+        break;
+      case 'n':
+        out += '\n';
+        break;
+      case 'r':
+        out += '\r';
+        break;
+      case 't':
+        out += '\t';
+        break;
+      case 'b':
+        out += '\b';
+        break;
+      case 'f':
+        out += '\f';
+        break;
+      case 'u': {
+        if (s.size() - i < 5) return std::nullopt;
+        unsigned v = 0;
+        for (size_t k = 1; k <= 4; ++k) {
+          char h = s[i + k];
+          v <<= 4;
+          if (h >= '0' && h <= '9') {
+            v |= static_cast<unsigned>(h - '0');
+          } else if (h >= 'a' && h <= 'f') {
+            v |= static_cast<unsigned>(h - 'a' + 10);
+          } else if (h >= 'A' && h <= 'F') {
+            v |= static_cast<unsigned>(h - 'A' + 10);
+          } else {
+            return std::nullopt;
+          }
+        }
+        out += v < 0x80 ? static_cast<char>(v) : '?';
+        i += 4;
+        break;
+      }
+      default:
+        return std::nullopt;
+    }
+  }
+  return out;
+}
+
 }  // namespace ofa::chipsim

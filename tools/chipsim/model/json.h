@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -49,6 +50,10 @@ class JsonWriter {
 
 // The string with JSON escapes applied (no surrounding quotes).
 std::string json_escape(std::string_view s);
+
+// The text of a JSON string's contents (no surrounding quotes), escapes resolved; \u escapes
+// above 0x7f become '?'. Nothing when the text is not a well-formed string body.
+std::optional<std::string> json_unescape(std::string_view s);
 
 // "aa:bb:cc:dd:ee:ff"
 std::string mac_text(const uint8_t* mac);

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "model/json.h"
 #include "platform/run_dir.h"
 
 namespace ofa::chipsim {
@@ -250,6 +251,18 @@ int run_control_client(uint32_t slot, const std::string& line) {
   if (answer.empty()) {
     std::fprintf(stderr, "ofa-chipsim: no answer from %s\n", path.c_str());
     return 2;
+  }
+  // A text answer ("show") is printed as the text itself.
+  constexpr std::string_view kText = "{\"ok\":true,\"text\":\"";
+  constexpr std::string_view kEnd = "\"}\n";
+  if (answer.rfind(kText, 0) == 0 && answer.size() >= kText.size() + kEnd.size() &&
+      answer.compare(answer.size() - kEnd.size(), kEnd.size(), kEnd) == 0) {
+    auto body =
+        std::string_view(answer).substr(kText.size(), answer.size() - kText.size() - kEnd.size());
+    if (auto text = json_unescape(body)) {
+      std::fputs(text->c_str(), stdout);
+      return 0;
+    }
   }
   std::fputs(answer.c_str(), stdout);
   return answer.rfind("{\"ok\":true", 0) == 0 ? 0 : 1;

@@ -292,7 +292,7 @@ int hashFastGenericGet(hashFastGeneric* t, hash_key_t key, void** data) {
 }
 
 int hashFastGenericGetReturnIndex(hashFastGeneric* t, hash_key_t key, void** data) {
-  if (t == nullptr || t->entries == 0) return -1;
+  if (t == nullptr || t->entries == 0) return 0;
   uint32_t h = hash_of(t, key);
   int position = 0;
   hash_node** link = find_link(t, h, key, &position);

@@ -11,6 +11,8 @@
 // Traversal callbacks are fn(data, arg, node): the low 31 bits of the result add to the count
 // of items dealt with, a set top bit stops the walk, and `max` bounds the sum. A callback may
 // delete the item in hand (the next node is read first).
+//
+// Operations on a null table, and lookups and walks of an empty one, answer 0 at once.
 #pragma once
 
 #include <cstdint>
@@ -99,7 +101,7 @@ int hashFastGenericInsert(hashFastGeneric* table, hash_key_t key, void* data);
 // 1 found, 0 not.
 int hashFastGenericGet(hashFastGeneric* table, hash_key_t key, void** data);
 int hashFastGenericGetLink(hashFastGeneric* table, hash_key_t key, hash_node** node);
-// Bucket index + position in its chain, or -1.
+// Bucket index + position in its chain, -1 when absent; 0 at once for a null or empty table.
 int hashFastGenericGetReturnIndex(hashFastGeneric* table, hash_key_t key, void** data);
 // 1 or 0; data may be null.
 int hashFastGenericDelete(hashFastGeneric* table, hash_key_t key, void** data);
@@ -115,7 +117,8 @@ mem_allocator* hashFastGenericGetAllocator(const hashFastGeneric* table);
 // One full walk each: the smallest key, the smallest key above `key` (by key_data_compare).
 int hashFastGenericGetSmallestKey(hashFastGeneric* table, void** data);
 int hashFastGenericGetNextKey(hashFastGeneric* table, hash_key_t key, void** data);
-// The number of items above `key` (0: none, so no data), -1 on wrong use.
+// The number of items above `key` (0: none, so no data; also for a null or empty table), -1
+// without get_key_from_data.
 int hashFastGenericGetNextKeyReturnIndex(hashFastGeneric* table, hash_key_t key, void** data);
 // A cheap pick (not uniform): the first item of the first occupied bucket from a random one.
 int hashFastGenericGetRandomData(hashFastGeneric* table, void** data);

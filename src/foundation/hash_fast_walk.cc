@@ -223,8 +223,7 @@ int hashFastGenericGetNextKey(hashFastGeneric* t, hash_key_t key, void** data) {
 }
 
 int hashFastGenericGetNextKeyReturnIndex(hashFastGeneric* t, hash_key_t key, void** data) {
-  if (t == nullptr) return -1;
-  if (t->entries == 0) return 0;
+  if (t == nullptr || t->entries == 0) return 0;
   if (!need_get_key(t, "hashFastGenericGetNextKey")) return -1;
   uint32_t candidates = 0;
   find_best(t, &key, data, &candidates);
@@ -247,7 +246,7 @@ int hashFastGenericGetRandomData(hashFastGeneric* t, void** data) {
 
 uint32_t hashFastGenericTraverseBySortedKey(hashFastGeneric* t, hash_traverse_fn fn, uint32_t skip,
                                             uint32_t max, void* arg) {
-  if (t == nullptr || fn == nullptr) return 0;
+  if (t == nullptr || fn == nullptr || t->entries == 0) return 0;
   if (refuse_second_hash(t, "hashFastGenericTraverseBySortedKey")) return 0;
   if (!need_get_key(t, "hashFastGenericTraverseBySortedKey")) return 0;
   if (skip >= t->entries || max == 0) return 0;

@@ -38,6 +38,16 @@ TEST(Golden, HeaderPutsTypeInTheTopTenBits) {
   EXPECT_EQ(header_length(0x0300002C), 44u);
 }
 
+// The names printed are the agent's own, byte for byte (MODIFY_FLOW ends in a blank).
+TEST(Golden, NamesOfTypesAndSubTypes) {
+  EXPECT_EQ(msg_type_name(11), "MXL_MSGTYPE_OPENFLOW_LP_REGISTER_EVENT");
+  EXPECT_EQ(msg_type_name(13), "Unknown");
+  EXPECT_EQ(sub_type_name(4), "MODIFY_FLOW ");
+  EXPECT_EQ(sub_type_name(5), "MODIFY_FLOW_PREFIX");
+  EXPECT_EQ(sub_type_name(16), "CONFIG_PROTECTED_VLAN");
+  EXPECT_EQ(sub_type_name(35), "UNKNOWN");
+}
+
 TEST(Golden, FlowAddVersion4WithOneMember) {
   Frame f(4 + 316);
   f.u32(0, header(7, 316));

@@ -35,7 +35,7 @@ std::string_view sub_type_name(uint32_t sub_type) {
       "ADD_FLOW",
       "ADD_FLOW_PREFIX",
       "DELETE_FLOW",
-      "MODIFY_FLOW",
+      "MODIFY_FLOW ",  // the agent's name ends in a blank
       "MODIFY_FLOW_PREFIX",
       "CONFIG_OF",
       "CONFIG_EDGE",

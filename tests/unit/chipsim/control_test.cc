@@ -193,6 +193,20 @@ TEST_F(ControlTest, PolicerAndQueueCounters) {
   EXPECT_EQ(wire::Reader(a.reply).u64_at(48 + 248 + 8 * 5), 700u);
 }
 
+// A zim chip counts queue bytes in units of 8; the other families in bytes.
+TEST(QueueBytes, ZimCountsInEighths) {
+  uint32_t port = platform::port_ifindex(1, 3);
+  Req q = Req(0x06270000, 504).u32(28, 49).u32(32, 1).u32(40, 2).u32(48, port);
+  for (auto [family, want] : {std::pair{Family::zim, 100u}, std::pair{Family::ard2, 800u}}) {
+    Model m(config(family));
+    ASSERT_EQ(m.traffic_queue(kChip, port, 2, 1, 800), 1u);
+    Answer a = call(m, q.b);
+    ASSERT_EQ(a.status, 0) << a.log;
+    EXPECT_EQ(wire::Reader(a.reply).u64_at(48 + 248 + 8 * 2), want) << family_name(family);
+    EXPECT_EQ(wire::Reader(a.reply).u64_at(48 + 184 + 8 * 2), 1u);
+  }
+}
+
 }  // namespace
 }  // namespace ofa::chipsim::test
 

@@ -808,8 +808,9 @@ Sequence good_request(Family f, uint32_t command) {
       return {{}, qos_init()};
     case 0x04270800:
       return {{}, Req(0x04270800, 76).u32(40, 1u << 30).u16(42, 4001).u8(68, 3)};
-    case 0x04270802:
-      return {{Req(0x04270800, 76).u32(40, 1u << 30).u16(42, 4001).u8(68, 3)},
+    case 0x04270802:  // zim refuses the add of the setup too, so it has none
+      return {zim ? std::vector<Req>{}
+                  : std::vector<Req>{Req(0x04270800, 76).u32(40, 1u << 30).u16(42, 4001).u8(68, 3)},
               Req(0x04270802, 48).u16(32, 4001)};
     case 0x0427180C:
       return {{}, nhop(2, 2, r.nhop_marker_multi, 196)};
@@ -876,7 +877,8 @@ bool family_has(Family f, uint32_t command) {
   if (command == 0x04272004 || command == 0x04272005 || command == 0x04272025 ||
       command == 0x04272026)
     return f == Family::ard2;
-  if (command == 0x04272006) return f == Family::ard;
+  if (command == 0x04272006 || command == 0x04272024) return f == Family::ard;
+  if (command == 0x04270800 || command == 0x04270802) return f != Family::zim;
   return true;
 }
 

@@ -20,15 +20,16 @@ constexpr uint32_t kClassQueues = 49;
 constexpr uint32_t kQueueLen = 504;
 constexpr uint32_t kNoKey = 65535;
 
-// Queue read: eight packet counters from 184 and eight byte counters from 248.
+// Queue read: eight packet counters from 184 and eight byte counters from 248. A zim chip
+// counts bytes in units of 8.
 int32_t queue_stats(Exchange& x, bool read) {
   if (!x.length_is(kQueueLen)) return status::kInvalid;
   auto r = x.in();
-  uint32_t nkeys = r.u16_at(34), w40 = r.u32_at(40), ifindex = r.u32_at(48);
-  x.f("count", nkeys);
+  uint32_t w32 = r.u32_at(32), w40 = r.u32_at(40), ifindex = r.u32_at(48);
+  x.f("count", w32);
   x.f("word40", w40);
   x.f("ifindex", ifindex);
-  if (nkeys != 1 || w40 != 2) return x.fail(status::kInvalid, "queue read wants 1 at 34, 2 at 40");
+  if (w32 != 1 || w40 != 2) return x.fail(status::kInvalid, "queue read wants 1 at 32, 2 at 40");
   if (!x.commit) return status::kOk;
   auto it = x.chip.ports.find(ifindex);
   if (!read) {
@@ -39,7 +40,7 @@ int32_t queue_stats(Exchange& x, bool read) {
   for (size_t q = 0; q < 8; ++q) {
     QueueCounters c = it == x.chip.ports.end() ? QueueCounters{} : it->second.queues[q];
     w.u64_at(184 + 8 * q, c.packets);
-    w.u64_at(248 + 8 * q, c.bytes);
+    w.u64_at(248 + 8 * q, x.model.family() == Family::zim ? c.bytes / 8 : c.bytes);
   }
   x.reply_end = kQueueLen;
   return w.ok() ? status::kOk : x.fail(status::kTooBig, "queue counters past the reply room");

@@ -18,7 +18,7 @@ constexpr uint32_t kHeaderSize = 28;
 constexpr uint32_t kRoutingClass = 16;
 
 // Which families know a command.
-constexpr uint8_t kAll = 0x7, kArdOnly = 0x2, kArd2Only = 0x4;
+constexpr uint8_t kAll = 0x7, kArdOnly = 0x2, kArd2Only = 0x4, kArdAndArd2 = 0x6;
 
 uint8_t family_bit(Family f) {
   switch (f) {
@@ -44,8 +44,9 @@ constexpr std::array<Route, 32> kRoutes{{
     {cmd::kBulk, handle_bulk, kAll},
     {cmd::kCapability, handle_capability, kAll},
     {cmd::kPortQosInit, handle_port_qos_init, kAll},
-    {cmd::kL2ExmAdd, handle_l2exm_add, kAll},
-    {cmd::kL2ExmDel, handle_l2exm_delete, kAll},
+    // zim has no exact-match forwarding entries.
+    {cmd::kL2ExmAdd, handle_l2exm_add, kArdAndArd2},
+    {cmd::kL2ExmDel, handle_l2exm_delete, kArdAndArd2},
     {cmd::kNhopAdd, handle_nhop_add, kAll},
     {cmd::kNhopDel, handle_nhop_delete, kAll},
     {cmd::kPortCfg, handle_port_cfg, kAll},
@@ -55,7 +56,7 @@ constexpr std::array<Route, 32> kRoutes{{
     {cmd::kPartitionId, handle_partition_id, kArdOnly},
     {cmd::kVidToMgid, handle_vid_to_mgid, kAll},
     {cmd::kPortL2Ctrl, handle_port_l2_ctrl, kAll},
-    {cmd::kPortVpn, handle_port_vpn, kAll},
+    {cmd::kPortVpn, handle_port_vpn, kArdOnly},  // only ard's port enable names a VPN
     {cmd::kIvtAdd, handle_ivt, kArd2Only},
     {cmd::kIvtRemove, handle_ivt, kArd2Only},
     {cmd::kMgidAdd, handle_mgid_set, kAll},

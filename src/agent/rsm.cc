@@ -155,7 +155,8 @@ uint32_t openflowRsmRecover(uint32_t stage) {
       next = 0;
       break;
   }
-  file_printf("%s: Current Stage  %u, Next Stage %u\n", __func__, stage, next);
+  file_printf("%s: Current Stage  %d, Next Stage %d\n", __func__, static_cast<int>(stage),
+              static_cast<int>(next));
   return next;
 }
 

@@ -16,14 +16,12 @@
 #include "platform/rsmd.h"
 #include "platform/wire.h"
 
-// The scheduler's assertions hold in every build; a failure names "thread.c" as the C library's
-// assert would, and aborts.
-[[noreturn]] static void thread_assert_fail(const char* expr, int line, const char* func) {
-  std::fprintf(stderr, "%s:%d: %s: Assertion `%s' failed.\n", "thread.c", line, func, expr);
-  std::abort();
-}
+// The scheduler's assertions hold in every build (NDEBUG or not) and report through the C
+// library as its assert would, naming "thread.c".
+#undef NDEBUG
+#include <assert.h>
 #define THREAD_ASSERT(expr) \
-  ((expr) ? static_cast<void>(0) : thread_assert_fail(#expr, __LINE__, __func__))
+  ((expr) ? static_cast<void>(0) : __assert_fail(#expr, "thread.c", __LINE__, __func__))
 
 namespace {
 

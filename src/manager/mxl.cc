@@ -228,7 +228,7 @@ int of_process_mxl_err_queue(int sock) {
       file_printf("Invalid PQ6 destination, addr = %s", where);
       break;
     default:
-      file_printf("Unknown PQ6 error %u from %s", code, where);
+      file_printf("Unknown PQ6 error %d from %s", static_cast<int>(code), where);
       break;
   }
   return 0;

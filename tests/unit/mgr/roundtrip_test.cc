@@ -115,6 +115,8 @@ INSTANTIATE_TEST_SUITE_P(
               {"members[0].inner_vlan_id", "7"},
               {"members[0].push_inner_vlan_type", "33024"},
               {"members[0].inner_upbits", "2"}}},
+        Case{"flow add id=17 dl_vlan=none actions=output:1",  // untagged is in_vlan_id 0
+             {{"in_vlan_id", "0"}, {"in_tagged", "0"}, {"wildcards", hex(kWcAll & ~kWcInVlan)}}},
         Case{"flow clear-stats id=0", {{"sub_type", "12"}, {"flow_id", "0"}}},
         Case{"flow delete-all", {{"sub_type", "17"}}},
         Case{"flow sub=14 id=3 actions=output:1", {{"sub_type", "14"}}},

@@ -60,9 +60,10 @@ const std::vector<MatchKey>& match_keys() {
        }},
       {"dl_vlan", kWcInVlan, false,
        [](FlowBuild& b, std::string_view v) -> Err {
-         if (syntax::same_word(v, "none") || v == "0xffff") {  // untagged frames
+         // Untagged frames: the agent reads in_vlan_id 0 as untagged (65535 would be "any").
+         if (syntax::same_word(v, "none") || v == "0xffff") {
            b.m.in_tagged = 0;
-           b.m.in_vlan_id = 0xffff;
+           b.m.in_vlan_id = 0;
            return std::nullopt;
          }
          b.m.in_tagged = 1;

@@ -23,10 +23,10 @@ using syntax::set_number;
 
 // ---- group ------------------------------------------------------------------------------
 
-Err bucket(GroupMsg& g, std::string_view spec) {
+Err bucket(GroupMsg& g, std::string_view text) {
   GroupBucket b;
   bool port = false;
-  for (const auto& item : syntax::split(spec, ',')) {
+  for (const auto& item : syntax::split(text, ',')) {
     auto colon = item.find(':');
     std::string k = item.substr(0, colon);
     std::string v = colon == std::string::npos ? "" : item.substr(colon + 1);
@@ -67,9 +67,9 @@ Err group_type(uint32_t& t, std::string_view v) {
 
 // ---- meter ------------------------------------------------------------------------------
 
-Err band(MeterMsg& m, std::string_view spec, bool& has_drop, bool& has_dscp) {
+Err band(MeterMsg& m, std::string_view text, bool& has_drop, bool& has_dscp) {
   uint32_t type = 0, rate = 0, burst = 0, prec = 0;
-  for (const auto& item : syntax::split(spec, ',')) {
+  for (const auto& item : syntax::split(text, ',')) {
     auto kv = syntax::split_key(item);
     Err e;
     if (kv.key == "type") {

@@ -259,11 +259,19 @@ TEST(TcamIdPool, CheckinOfAnIdNotInUseMovesNothingButCounts) {
   checkin_id(l, 3);  // free, not in use
   EXPECT_EQ(l->free_count, 3);
   EXPECT_EQ(l->used_count, 0);
-  EXPECT_EQ(l->free_ids.size(), 2u);
+  EXPECT_EQ(id_list_free_len(l), 2u);
   checkin_id(l, 1);
   checkin_id(l, 1);  // a second check-in of the same id: counted, not moved twice
-  EXPECT_EQ(l->free_ids.size(), 3u);
-  EXPECT_EQ(l->free_ids.back(), 1u);
+  EXPECT_EQ(id_list_free_len(l), 3u);
+  EXPECT_EQ(id_list_free_tail(l), 1u);
+  checkin_id(l, 0);  // outside the list: counted, nothing moves
+  checkin_id(l, 4);
+  EXPECT_EQ(id_list_free_len(l), 3u);
+  EXPECT_EQ(l->free_count, 7);
+  EXPECT_EQ(checkout_new_id(l), 2u);
+  EXPECT_EQ(checkout_new_id(l), 3u);
+  EXPECT_EQ(checkout_new_id(l), 1u);
+  EXPECT_EQ(checkout_new_id(l), 0u);
   free_id_list(l);
   EXPECT_EQ(create_list(5, 5), nullptr);
 }

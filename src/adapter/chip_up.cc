@@ -28,7 +28,8 @@ int of_chip_init_flow_table(of_chip_entry* chip) {
   if (!chip->l3_flow_tree) {
     int rc = avl_create(&chip->l3_flow_tree, 0, of_chip_cmp_flows);
     if (rc != 0) {
-      file_printf("Failed to initialize l3flow chip table, error = %d", rc);
+      // The L3 tree's failure is reported with the L2 words.
+      file_printf("Failed to initialize l2flow chip table, error = %d", rc);
       return -127;
     }
   }

@@ -403,6 +403,16 @@ uint32_t of_build_port_vlan_xlate(std::span<uint8_t> req, uint32_t ifindex, of_v
   return len;
 }
 
+uint32_t of_build_port_vlan_partition(std::span<uint8_t> req, of_vlan_pair pair, bool tagged,
+                                      of_req_family fam) {
+  uint32_t len = of_build_port_vlan_xlate(req, 0, pair, tagged, fam);
+  if (!len) return 0;
+  Writer w(req);
+  w.u16_at(32, 1);
+  w.u16_at(34, 7);
+  return len;
+}
+
 uint32_t of_build_port_vlan_batch(std::span<uint8_t> req, uint32_t ifindex,
                                   std::span<const of_vlan_pair> pairs, bool tagged,
                                   of_req_family fam) {

@@ -411,6 +411,10 @@ struct of_vlan_pair {
 // Translation form with one pair: 92 bytes, 96 on zim (VLAN id again at 92).
 uint32_t of_build_port_vlan_xlate(std::span<uint8_t> req, uint32_t ifindex, of_vlan_pair pair,
                                   bool tagged, of_req_family fam);
+// Translation form for the whole partition: interface index 0, u16 1 at 32 and u16 7 at 34,
+// otherwise as the one-pair form.
+uint32_t of_build_port_vlan_partition(std::span<uint8_t> req, of_vlan_pair pair, bool tagged,
+                                      of_req_family fam);
 // Batch form: at most 250 pairs (more are refused with 0); IIVIDs from 84, the VLAN ids right
 // behind them, on zim a second copy of the VLAN ids behind those; 2084 bytes, 3084 on zim.
 uint32_t of_build_port_vlan_batch(std::span<uint8_t> req, uint32_t ifindex,

@@ -428,6 +428,18 @@ const std::vector<Golden> kGoldens = {
       {36, "01280000"},
       {56, "00000001"},
       {84, "00000105 00000064 00000064"}}},
+    {"port_vlan_partition_ard2",
+     [](auto a) {
+       return of_build_port_vlan_partition(a, {0x105, 4011}, true, of_req_family::ard2);
+     },
+     92,
+     92,
+     {{0, "04272003"},
+      {8, "0000005C 0000005C"},
+      {32, "0001 0007"},
+      {36, "00280000 00200000"},
+      {56, "00000001"},
+      {84, "00000105 00000FAB"}}},
     {"port_vlan_batch_ard",
      [](auto a) {
        return of_build_port_vlan_batch(a, 0x18408000, kPairs2, true, of_req_family::ard);

@@ -111,6 +111,10 @@ TEST_F(ChipModel, TheModelAcceptsEveryRequestTheBuildersMake) {
   of_build_port_qos_init(sub, w.ifindex, true);
   len = of_bulk_add(ofNLReqArea(), sub);
   EXPECT_EQ(send(len), 0) << g_log.back();
+  // One translation for the whole partition.
+  EXPECT_EQ(send(of_build_port_vlan_partition(ofNLReqArea(), {4, 4011}, true, of_req_family::ard)),
+            0)
+      << g_log.back();
   // Policer, next hop, mgid and their removal.
   EXPECT_EQ(send(of_build_policer_add(ofNLReqArea(), 10, 0, 1000, 64)), 0) << g_log.back();
   EXPECT_EQ(send(of_build_policer_del(ofNLReqArea(), 10, 0)), 0) << g_log.back();

@@ -31,9 +31,15 @@ int ofProcessHslEvent(uint8_t* buf, uint32_t size, uintptr_t /*arg*/, uint16_t /
   }
   switch (event) {
     case OF_HSL_EVENT_SLOT_UP:
-      return ofProcessSlotUp(r.u32_at(kEventSlotOffset) & 0xff);
-    case OF_HSL_EVENT_SLOT_DOWN:
-      return ofProcessSlotDown(r.u32_at(kEventSlotOffset) & 0xff);
+    case OF_HSL_EVENT_SLOT_DOWN: {
+      uint32_t slot = r.u32_at(kEventSlotOffset) & 0xff;
+      if (!r.ok()) {
+        // A slot event without its slot word would otherwise act on slot 0.
+        file_printf("HSL event too short (%d bytes), dropped", size);
+        return 0;
+      }
+      return event == OF_HSL_EVENT_SLOT_UP ? ofProcessSlotUp(slot) : ofProcessSlotDown(slot);
+    }
     case OF_HSL_EVENT_CHIP_UP:
     case OF_HSL_EVENT_CHIP_DOWN: {
       // A record cut short is read as if zero-filled to its full 484 bytes.

@@ -396,6 +396,10 @@ TEST_F(Events, ShortChipRecordIsReadZeroFilled) {
   EXPECT_EQ(deliver(event(2, OF_HSL_EVENT_CHIP_UP, 1, 28 + 24)), 0);
   EXPECT_NE(ofLookupChip(32), nullptr);
   EXPECT_EQ(deliver(std::vector<uint8_t>(16, 0)), 0);  // too short even for the class
+  // A slot event that ends before its slot word acts on no slot.
+  std::string out = printed([&] { deliver(event(2, OF_HSL_EVENT_SLOT_UP, 0, 32)); });
+  EXPECT_NE(out.find("HSL event too short (32 bytes), dropped"), std::string::npos);
+  EXPECT_EQ(ofLookupSlot(0)->state, 0u);
 }
 
 TEST_F(Events, RandomPayloadsAreTakenWithoutReadingPastThem) {

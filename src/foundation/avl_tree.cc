@@ -2,6 +2,7 @@
 #include "foundation/avl_tree.h"
 
 #include <cstdlib>
+#include <initializer_list>
 
 #include "foundation/avl_core.h"
 #include "foundation/kprintf.h"
@@ -128,8 +129,18 @@ int avl_remove(avl_tree* tree, void* item) {
 
 avl_node* avl_search(avl_tree* tree, const void* key) {
   if (tree == nullptr) return nullptr;
+  const avl_compare_fn compare = tree->compare;
   for (avl_node* n = tree->root; n != nullptr;) {
-    int c = tree->compare(key, n->info);
+    // Reading one level ahead: the children's items and the grandchildren's nodes are asked for
+    // while this node's item is compared, so that the next level finds its node and its item on
+    // the way instead of waiting for one and then the other.
+    for (const avl_node* child : {n->left, n->right}) {
+      if (child == nullptr) continue;
+      __builtin_prefetch(child->info);
+      __builtin_prefetch(child->left);
+      __builtin_prefetch(child->right);
+    }
+    int c = compare(key, n->info);
     if (c == 0) return n;
     n = c < 0 ? n->left : n->right;
   }

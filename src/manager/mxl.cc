@@ -41,6 +41,18 @@ int mi_sock_read(thread* t) {
   return 0;
 }
 
+// A message header over one buffer, with the PQ6 address and a control area.
+msghdr pq6_msghdr(pq6_addr* name, iovec* iov, uint8_t* control, size_t control_size) {
+  msghdr msg{};
+  msg.msg_name = name;
+  msg.msg_namelen = sizeof *name;
+  msg.msg_iov = iov;
+  msg.msg_iovlen = 1;
+  msg.msg_control = control;
+  msg.msg_controllen = control_size;
+  return msg;
+}
+
 void msg_done(int sock, const msghdr& msg, const uint8_t* control) {
   if (msg.msg_controllen == kCtlRecv) {
     mxl_msgdone(sock, control + sizeof(mxl_cmsghdr));
@@ -127,13 +139,7 @@ int of_mxl_process_msg(int sock) {
     mxl_cmsghdr hdr{12, SOL_PQ6, PQ6_CMSG_DONE};
     std::memset(control, 0, sizeof control);
     std::memcpy(control, &hdr, sizeof hdr);
-    msg = msghdr{};
-    msg.msg_name = &name;
-    msg.msg_namelen = sizeof name;
-    msg.msg_iov = &iov;
-    msg.msg_iovlen = 1;
-    msg.msg_control = control;
-    msg.msg_controllen = sizeof control;
+    msg = pq6_msghdr(&name, &iov, control, sizeof control);
     ssize_t n = mxl_recvmsg(sock, &msg, sock == of_corvu_state.mi_sock ? MXL_MSG_DONTWAIT : 0);
     if (n > 0) {
       uint32_t slot = 0;
@@ -188,13 +194,7 @@ int of_process_mxl_err_queue(int sock) {
   pq6_addr name{};
   uint8_t control[kCtlErr] = {};
   iovec iov{data, sizeof data};
-  msghdr msg{};
-  msg.msg_name = &name;
-  msg.msg_namelen = sizeof name;
-  msg.msg_iov = &iov;
-  msg.msg_iovlen = 1;
-  msg.msg_control = control;
-  msg.msg_controllen = sizeof control;
+  msghdr msg = pq6_msghdr(&name, &iov, control, sizeof control);
   mxl_recvmsg(sock, &msg, MXL_MSG_ERRQUEUE | MXL_MSG_DONTWAIT);
   if (msg.msg_controllen < sizeof(mxl_cmsghdr)) {
     file_printf("cmsg is NULL");
@@ -263,13 +263,7 @@ int of_send_mxl_msg(int sock, int /*zero*/, const uint8_t* buffer, size_t size) 
   mxl_cmsghdr hdr{sizeof control, SOL_PQ6_SEND, PQ6_CMSG_SEND};
   std::memcpy(control, &hdr, sizeof hdr);
   iovec iov{const_cast<uint8_t*>(buffer), size};
-  msghdr msg{};
-  msg.msg_name = &addr;
-  msg.msg_namelen = sizeof addr;
-  msg.msg_iov = &iov;
-  msg.msg_iovlen = 1;
-  msg.msg_control = control;
-  msg.msg_controllen = sizeof control;
+  msghdr msg = pq6_msghdr(&addr, &iov, control, sizeof control);
   if (mxl_sendmsg(sock, &msg, MXL_MSG_DONTWAIT, size) < 0) {
     int err = errno;
     file_printf("Failed send MI message, error = %d (%s)", err, strerror(err));

@@ -24,21 +24,25 @@ const void* key_of(const dce_avl_tree* tree, dce_avl_node* node) {
 
 // The node with that key, or null; *above gets the smallest node above the key.
 dce_avl_node* search(dce_avl_tree* tree, const void* key, dce_avl_node** above) {
-  *above = nullptr;
-  for (dce_avl_node* n = tree->root; n != nullptr;) {
+  dce_avl_node* best = nullptr;
+  dce_avl_node* n = tree->root;
+  while (n != nullptr) {
     // The children are fetched while this node's key is compared (see avl_search).
-    __builtin_prefetch(n->left);
-    __builtin_prefetch(n->right);
+    dce_avl_node* left = n->left;
+    dce_avl_node* right = n->right;
+    __builtin_prefetch(left);
+    __builtin_prefetch(right);
     int c = tree->compare(key, key_of(tree, n));
-    if (c == 0) return n;
-    if (c < 0) {
-      *above = n;
-      n = n->left;
-    } else {
-      n = n->right;
-    }
+    if (__builtin_expect(c == 0, 0)) break;
+    // Either way is as likely: selects rather than a branch mispredicted half of the time.
+    const bool go_left = c < 0;
+    dce_avl_node* const next[2] = {right, left};
+    dce_avl_node* const keep[2] = {best, n};
+    best = keep[go_left];
+    n = next[go_left];
   }
-  return nullptr;
+  *above = best;
+  return n;
 }
 
 }  // namespace
@@ -124,7 +128,7 @@ int compare_as(const void* key1, const void* key2) {
   T b;
   std::memcpy(&a, key1, sizeof a);
   std::memcpy(&b, key2, sizeof b);
-  return a < b ? -1 : (a > b ? 1 : 0);
+  return (a > b) - (a < b);
 }
 }  // namespace
 

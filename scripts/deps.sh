@@ -13,6 +13,9 @@ have valgrind || need+=(valgrind)
 [ -f /usr/include/gtest/gtest.h ] || need+=(libgtest-dev)
 [ -f /usr/include/gmock/gmock.h ] || need+=(libgmock-dev)
 [ -f /usr/include/benchmark/benchmark.h ] || need+=(libbenchmark-dev)
+# libFuzzer and the sanitizer runtimes of Clang (scripts/fuzz.sh).
+compgen -G '/usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.fuzzer-x86_64.a' >/dev/null ||
+  need+=(libclang-rt-dev)
 
 if [ ${#need[@]} -gt 0 ]; then
   echo "installing: ${need[*]}"

@@ -1,7 +1,75 @@
-// Placeholder: the target is being written.
+// The platform file parser: any text is parsed or refused with "fuzz:<line>: <reason>". What
+// parses holds the parser's promises (slots and chips ascending and in range, ports ascending in
+// 1-127 and served by one chip of a slot, my_slot described), and its resource record and slot
+// parameters are built from it.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
+#include <variant>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t*, size_t) {
+#include "platform/platform_file.h"
+
+namespace {
+
+using ofa::platform::ParseError;
+using ofa::platform::Platform;
+
+void check(bool ok) {
+  if (!ok) __builtin_trap();
+}
+
+// "fuzz:<digits>: <reason>", the line within the text (line count + 1 at most).
+void check_error(const ParseError& e, std::string_view text) {
+  std::string_view m = e.message;
+  check(m.substr(0, 5) == "fuzz:");
+  m.remove_prefix(5);
+  size_t colon = m.find(':');
+  check(colon != std::string_view::npos && colon > 0);
+  size_t line = 0;
+  for (char c : m.substr(0, colon)) {
+    check(c >= '0' && c <= '9');
+    line = line * 10 + static_cast<size_t>(c - '0');
+    check(line <= text.size() + 1);
+  }
+  check(line <= static_cast<size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
+  check(m.size() > colon + 2 && m[colon + 1] == ' ');
+}
+
+void check_platform(const Platform& p) {
+  check(p.find_slot(p.my_slot) != nullptr);
+  for (size_t i = 0; i < p.slots.size(); ++i) {
+    const auto& s = p.slots[i];
+    check(s.slot <= ofa::platform::kMaxSlot);
+    if (i > 0) check(p.slots[i - 1].slot < s.slot);
+    for (size_t j = 0; j < s.chips.size(); ++j) {
+      const auto& c = s.chips[j];
+      check(c.local_id <= ofa::platform::kMaxLocalChip);
+      if (j > 0) check(s.chips[j - 1].local_id < c.local_id);
+      check(std::is_sorted(c.ports.begin(), c.ports.end()));
+      check(std::adjacent_find(c.ports.begin(), c.ports.end()) == c.ports.end());
+      for (uint32_t port : c.ports)
+        check(port >= 1 && port <= 127 && p.chip_for_port(s.slot, port) == &c);
+    }
+    auto words = ofa::platform::slot_parameters(p, s.slot);
+    check(words && words->size() == 2 + 2 * s.chips.size() && (*words)[0] == s.slot);
+  }
+  if (p.slots.size() <= ofa::platform::kMaxSlot)
+    for (uint32_t slot = 0; slot <= ofa::platform::kMaxSlot + 1; ++slot)
+      if (!p.find_slot(slot)) check(!ofa::platform::slot_parameters(p, slot));
+  check(ofa::platform::resource_record(p).size() == 128);
+  (void)p.port_name(1);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  std::string_view text(reinterpret_cast<const char*>(data), size);
+  auto parsed = ofa::platform::parse_platform(text, "fuzz");
+  if (const auto* err = std::get_if<ParseError>(&parsed)) {
+    check_error(*err, text);
+  } else {
+    check_platform(std::get<Platform>(parsed));
+  }
   return 0;
 }

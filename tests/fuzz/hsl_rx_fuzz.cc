@@ -3,6 +3,8 @@
 // slot 1 after a cold start. An input is a run of messages:
 //
 //   byte 0   which chip requests the in-process HSL refuses (bit n: requests n, n+8, ...)
+//   byte 1   bits 0-1 the switch model (ard, ard2, zim, one of no family), bit 2 the OpenFlow
+//            hardware profile off, bit 3 the catch-all sends to the controller
 //   then, per message:
 //     u8   bits 0-1 the callback (0 response, 1 packet, 2 and 3 event),
 //          bits 2-3 the envelope type (203 command, 2 error, 4 done, 0)
@@ -62,16 +64,18 @@ void setup_once() {
 }
 
 // Agent globals and empty tables, as before the first event of a cold start.
-void reset_state(uint8_t refuse) {
+constexpr uint32_t kModels[4] = {131, 153, 1004, 2000};
+
+void reset_state(uint8_t refuse, uint8_t setup) {
   ofResetIfTable();
   ofResetChipTables();
-  openflowAgtPcb.model = 131;
+  openflowAgtPcb.model = kModels[setup & 3];
   openflowAgtPcb.my_slot = 1;
   openflowAgtPcb.hw = ofa_hw_resources{};
-  openflowAgtPcb.hw.of_flags = OF_PROFILE;
+  openflowAgtPcb.hw.of_flags = (setup & 4) ? 0 : OF_PROFILE;
   openflowAgtPcb.hw.l2tcam_size = 2048;
   openflowAgtPcb.hw.l3tcam_size = 2048;
-  g_openflow_lp.default_action = 0;
+  g_openflow_lp.default_action = (setup >> 3) & 1;
   check(ofInitChipTable() == 0);
   check(ofInitIfTable() == 0);
   for (auto& m : openflow_modules)
@@ -94,7 +98,7 @@ void check_tables() {
     check(of_dce_get_flat_chip_id(c->ifindex) == static_cast<int32_t>(c->chip_id));
     check(ofLookupChip(c->chip_id) == c);
     check(c->slot_entry == ofLookupSlot(c->slot) && c->slot_link.item == c);
-    check(c->l2_flow_tree && c->l3_flow_tree);
+    if (openflowAgtPcb.hw.of_flags & OF_PROFILE) check(c->l2_flow_tree && c->l3_flow_tree);
   }
   check(in_tree == avl_get_tree_size(ofChipTable));
   int in_slots = 0;
@@ -120,7 +124,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   ofa::wire::Reader in(data, size);
-  reset_state(in.u8());
+  uint8_t refuse = in.u8();
+  reset_state(refuse, in.u8());
   while (in.ok() && in.remaining() > 0) {
     uint8_t sel = in.u8();
     uint16_t len = in.u16();

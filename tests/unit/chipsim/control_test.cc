@@ -221,7 +221,15 @@ TEST(Json, EscapesAndNests) {
                                        {"a\"b\\c", "a\\\"b\\\\c"},
                                        {"line\nnext\ttab\r", "line\\nnext\\ttab\\r"},
                                        {std::string("\x01\x1f\x7f", 3), "\\u0001\\u001f\\u007f"},
-                                       {"caf\xc3\xa9", "caf\xc3\xa9"}})
+                                       {"caf\xc3\xa9", "caf\xc3\xa9"},
+                                       {"\xf0\x9f\x98\x80", "\xf0\x9f\x98\x80"},
+                                       // Bytes that are not UTF-8 text: stray, cut short,
+                                       // overlong, a surrogate, above U+10FFFF.
+                                       {"1\xd9", "1\\u00d9"},
+                                       {"caf\xc3", "caf\\u00c3"},
+                                       {"\xc0\xaf", "\\u00c0\\u00af"},
+                                       {"\xed\xa0\x80", "\\u00ed\\u00a0\\u0080"},
+                                       {"\xf4\x90\x80\x80", "\\u00f4\\u0090\\u0080\\u0080"}})
     EXPECT_EQ(json_escape(r.in), r.out) << r.in;
   JsonWriter j;
   j.begin_object().field("a", 1u).key("b").begin_array().value(-2).value("x").begin_object();

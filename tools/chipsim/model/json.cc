@@ -4,11 +4,46 @@
 
 namespace ofa::chipsim {
 
+namespace {
+
+// Bytes of the well-formed UTF-8 sequence at s[i] (2 to 4), or 0: no stray continuation bytes,
+// no overlong forms, no surrogates, nothing above U+10FFFF.
+size_t utf8_sequence(std::string_view s, size_t i) {
+  auto c = static_cast<unsigned char>(s[i]);
+  size_t n = (c & 0xE0) == 0xC0 ? 2 : (c & 0xF0) == 0xE0 ? 3 : (c & 0xF8) == 0xF0 ? 4 : 0;
+  if (n == 0 || s.size() - i < n) return 0;
+  uint32_t cp = c & (0x7Fu >> n);
+  for (size_t k = 1; k < n; ++k) {
+    auto d = static_cast<unsigned char>(s[i + k]);
+    if ((d & 0xC0) != 0x80) return 0;
+    cp = (cp << 6) | (d & 0x3Fu);
+  }
+  static constexpr uint32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+  if (cp < kLeast[n] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return 0;
+  return n;
+}
+
+}  // namespace
+
 std::string json_escape(std::string_view s) {
   std::string out;
   out.reserve(s.size());
-  for (char c : s) {
+  for (size_t i = 0; i < s.size(); ++i) {
+    char c = s[i];
     auto u = static_cast<unsigned char>(c);
+    if (u >= 0x80) {
+      // UTF-8 text passes as it stands; any other byte is escaped by its value, so that the
+      // answer stays JSON whatever bytes came in.
+      if (size_t n = utf8_sequence(s, i)) {
+        out.append(s.substr(i, n));
+        i += n - 1;
+      } else {
+        char buf[8];
+        std::snprintf(buf, sizeof buf, "\\u%04x", u);
+        out += buf;
+      }
+      continue;
+    }
     switch (c) {
       case '"':
         out += "\\\"";

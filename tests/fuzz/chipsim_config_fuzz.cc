@@ -23,7 +23,7 @@ namespace {
 
 using namespace ofa;
 
-// "fuzz:N: reason" with 1 <= N <= lines.
+// "fuzz:N: reason" with N <= lines (0 for a whole-file fault such as an empty file).
 bool well_placed(const std::string& error, size_t lines) {
   constexpr std::string_view kFile = "fuzz:";
   if (!error.starts_with(kFile)) return false;
@@ -32,8 +32,7 @@ bool well_placed(const std::string& error, size_t lines) {
     n = n * 10 + static_cast<size_t>(error[i++] - '0');
     ++digits;
   }
-  return digits > 0 && n >= 1 && n <= lines && error.compare(i, 2, ": ") == 0 &&
-         error.size() > i + 2;
+  return digits > 0 && n <= lines && error.compare(i, 2, ": ") == 0 && error.size() > i + 2;
 }
 
 platform::Platform platform_of(std::string_view text) {

@@ -40,8 +40,10 @@ void check(bool ok) {
 uint8_t g_refuse = 0;
 size_t g_requests = 0;
 
-// The in-process HSL: every request is answered in place, with status -5 when refused.
-int fake_ioctl(int, uint8_t* buf, uint32_t, uint32_t cap) {
+// The in-process HSL: every request is answered in place, with status -5 when refused. A
+// request must fit the buffer and carry its own size in the envelope.
+int fake_ioctl(int, uint8_t* buf, uint32_t len, uint32_t cap) {
+  check(len >= OF_NL_REQ_OFFSET && len <= cap && ofa::wire::Reader(buf, len).u32_at(0) == len);
   bool refuse = (g_refuse >> (g_requests++ % 8)) & 1;
   ofa::wire::Writer(buf, cap).u32_at(OF_NL_STATUS_OFFSET, refuse ? static_cast<uint32_t>(-5) : 0u);
   return 0;

@@ -9,6 +9,8 @@
 //   bit 3: a fault on the first request of every command; a faulted request (not a bulk) must
 //          leave the chip tables as they were
 //   bit 4: the request log is on (every request decoded into JSON)
+//   bit 5: synthetic traffic on every entry, policer and queue before each message, so that
+//          statistics reads have counters to answer
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -83,6 +85,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     size_t got = std::min(n, buf.size());
     std::copy_n(msg.begin(), got, buf.begin());
 
+    if (opt & 32) m.traffic_all(3, 192);
     bool watch = fault_pending(m, buf, got);
     std::string before = watch ? tables(m) : std::string();
     uint64_t fired = m.stats().faults_fired;

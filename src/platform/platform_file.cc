@@ -147,7 +147,7 @@ class Parser {
       fail("missing value for '" + std::string(key) + "'");
       return;
     }
-    std::string full = section_ + "." + std::string(key);
+    std::string full = section_ + "." + canonical_key(key);
     if (!seen_.insert(full).second) {
       fail("duplicate key '" + std::string(key) + "'");
       return;
@@ -278,6 +278,15 @@ class Parser {
     } else {
       fail("unknown key '" + std::string(key) + "' in [ports]");
     }
+  }
+
+  // The key as the duplicate check sees it: "chip.01.type" is "chip.1.type".
+  static std::string canonical_key(std::string_view key) {
+    size_t dot = key.find('.', 5);
+    if (key.substr(0, 5) != "chip." || dot == std::string_view::npos) return std::string(key);
+    auto id = parse_u32(key.substr(5, dot - 5));
+    if (!id) return std::string(key);
+    return "chip." + std::to_string(*id) + std::string(key.substr(dot));
   }
 
   // chip.<local id>.type / chip.<local id>.ports

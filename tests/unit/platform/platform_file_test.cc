@@ -109,6 +109,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadCase{"MissingValue", "[switch]\nmodel = \n", "bad.conf:2: missing value for 'model'"},
         BadCase{"DuplicateKey", "[switch]\nmodel = 1\nmodel = 2\n",
                 "bad.conf:3: duplicate key 'model'"},
+        BadCase{"DuplicateChipKeyWrittenTwoWays", "[slot 1]\nchip.1.type = 1\nchip.01.type = 2\n",
+                "bad.conf:3: duplicate key 'chip.01.type'"},
         BadCase{"Unterminated", "[switch\n", "bad.conf:1: unterminated section header"},
         BadCase{"UnknownSection", "[fans]\n", "bad.conf:1: unknown section 'fans'"},
         BadCase{"SlotRange", "[slot 10]\n", "bad.conf:1: slot number must be 0 to 9"},

@@ -34,8 +34,10 @@ for t in "${targets[@]}"; do
   work=build-fuzz/corpus/$t
   mkdir -p "$seeds" "$work"
   if [ "$mode" = runs ]; then
-    # Fixed seed, seeds only: the same inputs on every machine.
-    args=(-seed=1 -runs="$amount" "$seeds")
+    # Fixed seed from the seeds alone: the same inputs on every machine. New inputs go to an
+    # emptied scratch folder (libFuzzer writes into the first folder it is given).
+    rm -rf "$work.runs" && mkdir -p "$work.runs"
+    args=(-seed=1 -runs="$amount" "$work.runs" "$seeds")
   else
     args=(-max_total_time="$amount" "$work" "$seeds")
   fi

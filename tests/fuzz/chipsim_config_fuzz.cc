@@ -17,31 +17,18 @@
 #include "control/platform_config.h"
 #include "model/model.h"
 #include "platform/platform_file.h"
-#include "tool_json_check.h"
+#include "tool_checks.h"
 
 namespace {
 
 using namespace ofa;
 
-// "fuzz:N: reason" with N <= lines (0 for a whole-file fault such as an empty file).
-bool well_placed(const std::string& error, size_t lines) {
-  constexpr std::string_view kFile = "fuzz:";
-  if (!error.starts_with(kFile)) return false;
-  size_t i = kFile.size(), n = 0, digits = 0;
-  while (i < error.size() && error[i] >= '0' && error[i] <= '9' && digits < 10) {
-    n = n * 10 + static_cast<size_t>(error[i++] - '0');
-    ++digits;
-  }
-  return digits > 0 && n <= lines && error.compare(i, 2, ": ") == 0 && error.size() > i + 2;
-}
-
 platform::Platform platform_of(std::string_view text) {
-  size_t lines = 1;
-  for (char c : text)
-    lines += c == '\n';
   auto parsed = platform::parse_platform(text, "fuzz");
   if (auto* p = std::get_if<platform::Platform>(&parsed)) return *p;
-  if (!well_placed(std::get<platform::ParseError>(parsed).message, lines)) __builtin_trap();
+  // A whole-file fault (an empty file, a missing key) names line 0.
+  const auto& error = std::get<platform::ParseError>(parsed).message;
+  if (!ofa::fuzz::names_a_line(error, "fuzz", 0, ofa::fuzz::line_count(text))) __builtin_trap();
   auto fallback = platform::parse_platform(platform::default_platform_text(), "<default>");
   return std::get<platform::Platform>(fallback);
 }

@@ -21,7 +21,7 @@
 #include "model/model.h"
 #include "model/show.h"
 #include "platform/wire.h"
-#include "tool_json_check.h"
+#include "tool_checks.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include "codec.h"
 #include "format.h"
-#include "tool_json_check.h"
+#include "tool_checks.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   auto decoded = ofa::mgr::decode_datagram(std::span<const uint8_t>(data, size));

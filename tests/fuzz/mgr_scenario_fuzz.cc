@@ -14,7 +14,7 @@
 #include "format.h"
 #include "platform/platform_file.h"
 #include "scenario.h"
-#include "tool_json_check.h"
+#include "tool_checks.h"
 
 namespace {
 
@@ -28,19 +28,6 @@ const ofa::platform::Platform& platform() {
     return std::get<ofa::platform::Platform>(r);
   }();
   return p;
-}
-
-// "fuzz:N: reason" with 1 <= N <= lines.
-bool well_placed(const std::string& error, size_t lines) {
-  constexpr std::string_view kFile = "fuzz:";
-  if (!error.starts_with(kFile)) return false;
-  size_t i = kFile.size(), n = 0, digits = 0;
-  while (i < error.size() && error[i] >= '0' && error[i] <= '9' && digits < 10) {
-    n = n * 10 + static_cast<size_t>(error[i++] - '0');
-    ++digits;
-  }
-  return digits > 0 && n >= 1 && n <= lines && error.compare(i, 2, ": ") == 0 &&
-         error.size() > i + 2;
 }
 
 void show(const Datagram& dg) {
@@ -61,12 +48,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view text(reinterpret_cast<const char*>(data), size);
   ParseContext ctx{1, &platform()};
 
-  size_t lines = 1;
-  for (char c : text)
-    lines += c == '\n';
+  size_t lines = ofa::fuzz::line_count(text);
   auto sc = parse_scenario(text, "fuzz", ctx);
   if (!sc.ok()) {
-    if (!well_placed(sc.error(), lines)) __builtin_trap();
+    if (!ofa::fuzz::names_a_line(sc.error(), "fuzz", 1, lines)) __builtin_trap();
   } else {
     for (const auto& step : sc.value().steps) {
       if (step.line < 1 || static_cast<size_t>(step.line) > lines) __builtin_trap();

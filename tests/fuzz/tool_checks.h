@@ -1,6 +1,6 @@
-// A strict JSON syntax check for the fuzz targets of the tools: one value, strings with only
-// escaped control characters, nothing after the value. Output the tools print for programs must
-// pass it whatever bytes went in.
+// Checks the fuzz targets of the tools make on what the tools answer: a strict JSON check (one
+// value, strings with only escaped control characters, UTF-8, nothing after the value) for what
+// they print for programs, and the "file:line: reason" form of their refusals.
 #pragma once
 
 #include <cstddef>
@@ -128,6 +128,27 @@ inline bool valid_utf8(std::string_view s) {
 // JSON text as RFC 8259 has it: the syntax above, in UTF-8.
 inline bool valid_json(std::string_view s) {
   return valid_utf8(s) && JsonCheck(s).document();
+}
+
+// Lines of a text, counting a last one without a newline (an empty text has one).
+inline size_t line_count(std::string_view text) {
+  size_t n = 1;
+  for (char c : text)
+    n += c == '\n';
+  return n;
+}
+
+// "FILE:N: reason" with first_line <= N <= lines.
+inline bool names_a_line(std::string_view error, std::string_view file, size_t first_line,
+                         size_t lines) {
+  if (!error.starts_with(file) || error.substr(file.size(), 1) != ":") return false;
+  size_t i = file.size() + 1, n = 0, digits = 0;
+  while (i < error.size() && error[i] >= '0' && error[i] <= '9' && digits < 10) {
+    n = n * 10 + static_cast<size_t>(error[i++] - '0');
+    ++digits;
+  }
+  return digits > 0 && n >= first_line && n <= lines && error.substr(i, 2) == ": " &&
+         error.size() > i + 2;
 }
 
 }  // namespace ofa::fuzz

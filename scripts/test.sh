@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds and runs every test: the normal build, the AddressSanitizer + UndefinedBehaviorSanitizer
-# build, and the unit tests once more under valgrind.
+# build, the unit tests once more under valgrind, and every fuzzer from its seeds (fixed seed).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/deps.sh
@@ -26,5 +26,8 @@ for t in $(find build/tests/unit -type f -executable -name '*_test*' | sort); do
   fi
 done
 ./scripts/valgrind-agent.sh build || fail=1
+
+echo "== fuzz (fixed seed, from the seeds in tests/fuzz/corpus)"
+./scripts/fuzz.sh --runs 20000 || fail=1
 [ "$fail" -eq 0 ] || exit 1
-echo "all tests passed under the normal build, ASan/UBSan and valgrind"
+echo "all tests passed under the normal build, ASan/UBSan, valgrind and the fuzzers"

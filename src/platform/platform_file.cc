@@ -281,23 +281,34 @@ class Parser {
   }
 
   // The key as the duplicate check sees it: "chip.01.type" is "chip.1.type".
-  static std::string canonical_key(std::string_view key) {
+  // "chip.<id>.<attribute>" split into its id text and attribute; nullopt for any other key.
+  struct ChipKey {
+    std::string_view id;
+    std::string_view attr;
+  };
+  static std::optional<ChipKey> split_chip_key(std::string_view key) {
     size_t dot = key.find('.', 5);
-    if (key.substr(0, 5) != "chip." || dot == std::string_view::npos) return std::string(key);
-    auto id = parse_u32(key.substr(5, dot - 5));
+    if (key.substr(0, 5) != "chip." || dot == std::string_view::npos) return std::nullopt;
+    return ChipKey{key.substr(5, dot - 5), key.substr(dot + 1)};
+  }
+
+  // The key as the duplicate check sees it: "chip.01.type" is "chip.1.type".
+  static std::string canonical_key(std::string_view key) {
+    auto chip = split_chip_key(key);
+    auto id = chip ? parse_u32(chip->id) : std::nullopt;
     if (!id) return std::string(key);
-    return "chip." + std::to_string(*id) + std::string(key.substr(dot));
+    return "chip." + std::to_string(*id) + "." + std::string(chip->attr);
   }
 
   // chip.<local id>.type / chip.<local id>.ports
   void slot_key(std::string_view key, std::string_view value) {
     SlotDesc& slot = p_.slots.back();
-    size_t dot = key.find('.', 5);
-    if (key.substr(0, 5) != "chip." || dot == std::string_view::npos) {
+    auto chip = split_chip_key(key);
+    if (!chip) {
       fail("unknown key '" + std::string(key) + "' in [" + section_ + "]");
       return;
     }
-    auto id = parse_u32(key.substr(5, dot - 5));
+    auto id = parse_u32(chip->id);
     if (!id || *id > kMaxLocalChip) {
       fail("chip id must be 0 to " + std::to_string(kMaxLocalChip));
       return;
@@ -308,7 +319,7 @@ class Parser {
       slot.chips.push_back(ChipDesc{*id, 0, {}});
       it = slot.chips.end() - 1;
     }
-    std::string_view attr = key.substr(dot + 1);
+    std::string_view attr = chip->attr;
     if (attr == "type") {
       number(key, value, it->type);
     } else if (attr == "ports") {

@@ -1,8 +1,6 @@
 // The process-wide records and the module table.
 #include "agent/agent_globals.h"
 
-#include "adapter/chip_up.h"
-
 openflow_agt_pcb openflowAgtPcb{};
 of_corvu_state_t of_corvu_state{};
 openflow_lp_globals g_openflow_lp{};
@@ -12,12 +10,4 @@ openflow_module openflow_modules[OF_MODULE_COUNT] = {};
 
 uint32_t ofa_family() {
   return of_family_index(openflowAgtPcb.model);
-}
-
-void ofa_register_agent() {
-  openflow_module& m = openflow_modules[OF_MODULE_AGT];
-  m.id = OF_MODULE_AGT;
-  m.name = "OF AGT";
-  m.chip_up = ofa_chip_up;
-  m.chip_warm_up = ofa_region_del;
 }

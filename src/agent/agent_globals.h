@@ -130,9 +130,6 @@ inline constexpr uint32_t OF_MODULE_MGR = 3;
 inline constexpr uint32_t OF_MODULE_COUNT = 4;
 extern openflow_module openflow_modules[OF_MODULE_COUNT];
 
-// Fills position 2 ("OF AGT") with the chip layer's chip-up and region-delete callbacks.
-void ofa_register_agent();
-
 // --- families -----------------------------------------------------------------------------------
 inline constexpr uint32_t OF_FAMILY_ZIM = 1;
 inline constexpr uint32_t OF_FAMILY_ARD = 2;
@@ -167,12 +164,3 @@ inline constexpr std::array<uint32_t, 5> of_ipv4psel_reg_dflt_max = {0, 96, 24, 
 
 // The family of this switch (from openflowAgtPcb.model).
 uint32_t ofa_family();
-
-// --- start-up -----------------------------------------------------------------------------------
-int openflowAgt_corvu_init();
-int openflowAgt_local_main(int argc, char** argv);
-int ofa_get_hw_resrc_info();
-int openflow_init(uint8_t mode);
-void openflow_destroy();
-int openflowAgt_ipc_hdlr(uint32_t id, const ipc_src* src, const uint8_t* msg, size_t len);
-void openflowAgt_msgq_server(void* msg);

@@ -3,7 +3,7 @@
 #include <array>
 
 #include "agent/agent_globals.h"
-#include "agent/rsm.h"
+#include "agent/rsm_state.h"
 #include "agent/trace.h"
 #include "chip/chip_event.h"
 #include "chip/chip_table.h"

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "agent/rsm.h"
+#include "agent/rsm_state.h"
 #include "agent/trace.h"
 #include "chip/chip_table.h"
 #include "manager/msg_catalogue.h"

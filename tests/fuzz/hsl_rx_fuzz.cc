@@ -20,7 +20,7 @@
 
 #include "adapter/chip_up.h"
 #include "agent/agent_globals.h"
-#include "agent/rsm.h"
+#include "agent/top/rsm.h"
 #include "agent/trace.h"
 #include "chip/chip_table.h"
 #include "chip/hsl_transport.h"

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "agent/agent_globals.h"
-#include "agent/openflow_agt_main.h"
+#include "agent/top/openflow_agt_main.h"
 #include "platform/asp.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // Stages, registration with the stage driver, warm recovery of chips, hardware resources.
-#include "agent/rsm.h"
+#include "agent/top/rsm.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "agent/agent_globals.h"
+#include "agent/top/openflow_agt_main.h"
 #include "chip/chip_table.h"
 #include "platform/ifindex.h"
 #include "platform/platform_file.h"

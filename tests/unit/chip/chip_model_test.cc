@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "adapter/chip_req.h"
-#include "agent/rsm.h"
+#include "agent/top/rsm.h"
 #include "chip_test_env.h"
 #include "control/platform_config.h"
 #include "model/model.h"

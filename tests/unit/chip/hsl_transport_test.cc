@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "adapter/chip_req.h"
-#include "agent/rsm.h"
+#include "agent/top/rsm.h"
 #include "chip_test_env.h"
 #include "foundation/avl_tree.h"
 #include "platform/msg_queue.h"

@@ -1,6 +1,6 @@
 // State synchronization: registration with the stage driver, the recover callback that walks the
 // stages and gates the manager link, dump and update callbacks, warm recovery of the chip table.
-#include "agent/rsm.h"
+#include "agent/top/rsm.h"
 
 #include <cstdio>
 #include <cstring>
@@ -17,9 +17,6 @@ namespace {
 struct rsm_state_t {
   rsm_callbacks callbacks;
   rsm_registration registration;
-  int32_t handle;
-  uint32_t boot_mode;
-  uint32_t rsm_stage;
 };
 
 constexpr rsm_stage_row kStages[2] = {
@@ -30,9 +27,6 @@ constexpr rsm_stage_row kStages[2] = {
 rsm_state_t rsm_state = {
     {openflowRsmRecover, openflowRsmRecvUpdate, openflowRsmSendDump, openflowRsmRecvDump},
     {},
-    -1,
-    0,
-    0,
 };
 
 bool g_dump_received = false;
@@ -86,7 +80,7 @@ int openflowRsmInit() {
     file_printf("Failed to register with RSM, hndl: %d\n", handle);
     return -125;
   }
-  rsm_state.handle = handle;
+  ofa_rsm.handle = handle;
   file_printf("Successfully registered with RSM, hndl: %d.", handle);
   of_corvu_state.stage = OFA_STAGE_STANDBY;
   return 0;
@@ -98,34 +92,34 @@ uint32_t openflowRsmRecover(uint32_t stage) {
   switch (stage) {
     case RSM_STAGE_COLD:
       file_printf("RSM stage COLD..");
-      rsm_state.boot_mode = rsm_state.rsm_stage = stage;
+      ofa_rsm.boot_mode = ofa_rsm.rsm_stage = stage;
       of_corvu_state.stage = OFA_STAGE_COLD_BOOT;
       next = RSM_STAGE_CLIENT_INIT;
       break;
     case RSM_STAGE_WARM:
       file_printf("RSM stage WARM..");
-      rsm_state.boot_mode = rsm_state.rsm_stage = stage;
+      ofa_rsm.boot_mode = ofa_rsm.rsm_stage = stage;
       of_corvu_state.stage = OFA_STAGE_WARM_BOOT;
       next = RSM_STAGE_WARM_CLIENT_INIT;
       break;
     case RSM_STAGE_CLIENT_INIT:
       file_printf("RSM stage CLIENT INIT..");
-      rsm_state.rsm_stage = stage;
+      ofa_rsm.rsm_stage = stage;
       of_corvu_state.stage = OFA_STAGE_CLIENT_INIT;
       next = RSM_STAGE_ACTIVE;
       break;
     case RSM_STAGE_WARM_CLIENT_INIT:
       file_printf("RSM stage WARM CLIENT INIT..");
-      rsm_state.rsm_stage = stage;
+      ofa_rsm.rsm_stage = stage;
       of_corvu_state.stage = OFA_STAGE_WARM_CLIENT_INIT;
       next = RSM_STAGE_ACTIVE;
       break;
     case RSM_STAGE_ACTIVE:
       file_printf("RSM stage ACTIVE..");
-      rsm_state.rsm_stage = stage;
+      ofa_rsm.rsm_stage = stage;
       of_corvu_state.stage = OFA_STAGE_ACTIVE;
       if (openflowAgtPcb.hw.of_flags & OF_PROFILE) {
-        if (rsm_state.handle >= 0 && rsm_state.boot_mode == RSM_STAGE_WARM) {
+        if (ofa_rsm.handle >= 0 && ofa_rsm.boot_mode == RSM_STAGE_WARM) {
           ofa_process_warm_recovery();
         }
         ofa_send_register_msg();
@@ -140,13 +134,13 @@ uint32_t openflowRsmRecover(uint32_t stage) {
       break;
     case RSM_STAGE_STANDBY:
       file_printf("RSM stage STANDBY..");
-      rsm_state.rsm_stage = stage;
+      ofa_rsm.rsm_stage = stage;
       of_corvu_state.stage = OFA_STAGE_STANDBY;
       next = RSM_STAGE_DONE;
       break;
     case RSM_STAGE_HALT:
       file_printf("RSM stage HALT..");
-      rsm_state.rsm_stage = stage;
+      ofa_rsm.rsm_stage = stage;
       of_corvu_state.stage = OFA_STAGE_HALT;
       next = RSM_STAGE_DONE;
       break;
@@ -181,19 +175,6 @@ int openflowRsmRecvDump(void*, int version, int sgno) {
     file_printf("recv dump");
   }
   return 0;
-}
-
-uint32_t openflowRsmStageGet() {
-  return rsm_state.rsm_stage;
-}
-int openflowRsmHandleGet() {
-  return rsm_state.handle;
-}
-int openflowRsmBootmodeGet() {
-  return rsm_state.boot_mode != RSM_STAGE_COLD ? 1 : 0;
-}
-uint32_t openflowRsmBootmodeRaw() {
-  return rsm_state.boot_mode;
 }
 
 int openflowRsmStart() {
@@ -233,7 +214,7 @@ void openflow_rsm_show(void (*cb)(const char* line)) {
                 openflow_ha_state == 1 ? "Enabled" : "Disabled");
   cb(line);
   const char* name = nullptr;
-  switch (rsm_state.rsm_stage) {
+  switch (ofa_rsm.rsm_stage) {
     case RSM_STAGE_COLD:
       name = "Cold Boot";
       break;
@@ -250,9 +231,9 @@ void openflow_rsm_show(void (*cb)(const char* line)) {
       name = "Standby";
       break;
     case RSM_STAGE_ACTIVE: {
-      const char* boot = rsm_state.boot_mode == RSM_STAGE_COLD   ? "Cold"
-                         : rsm_state.boot_mode == RSM_STAGE_WARM ? "Warm"
-                                                                 : "Unknown";
+      const char* boot = ofa_rsm.boot_mode == RSM_STAGE_COLD   ? "Cold"
+                         : ofa_rsm.boot_mode == RSM_STAGE_WARM ? "Warm"
+                                                               : "Unknown";
       std::snprintf(line, sizeof line, "    Stage: %s, Startup: %s\n", "Active", boot);
       cb(line);
       return;
@@ -267,8 +248,8 @@ void openflow_rsm_show(void (*cb)(const char* line)) {
 
 void openflowRsmReset() {
   rsm_state.registration = rsm_registration{};
-  rsm_state.handle = -1;
-  rsm_state.boot_mode = 0;
-  rsm_state.rsm_stage = 0;
+  ofa_rsm.handle = -1;
+  ofa_rsm.boot_mode = 0;
+  ofa_rsm.rsm_stage = 0;
   g_dump_received = false;
 }

@@ -1,5 +1,5 @@
 // The daemon's life: command line, start-up order, the worker thread, the main loop, the exits.
-#include "agent/openflow_agt_main.h"
+#include "agent/top/openflow_agt_main.h"
 
 #include <getopt.h>
 
@@ -11,7 +11,7 @@
 
 #include "adapter/tcam_id_pool.h"
 #include "agent/agent_globals.h"
-#include "agent/rsm.h"
+#include "agent/top/rsm.h"
 #include "agent/trace.h"
 #include "chip/hsl_transport.h"
 #include "chip/if_table.h"

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "agent/agent_globals.h"
+#include "agent/top/openflow_agt_main.h"
 #include "agent/trace.h"
 #include "platform/wire.h"
 

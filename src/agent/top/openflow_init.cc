@@ -1,6 +1,7 @@
 // The agent's databases: built once at start-up and torn down and rebuilt in place on a global
 // OpenFlow disable. Each subsystem's tables are created here as that subsystem joins the agent.
 #include "agent/agent_globals.h"
+#include "agent/top/openflow_agt_main.h"
 
 int openflow_init(uint8_t mode) {
   if (openflow_init_completed) return 1;

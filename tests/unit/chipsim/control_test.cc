@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "chipsim_test_util.h"
+#include "common/json.h"
 #include "control/control.h"
 #include "control/events.h"
-#include "model/json.h"
 #include "model/status.h"
 
 namespace ofa::chipsim::test {
@@ -207,51 +207,6 @@ TEST(QueueBytes, ZimCountsInEighths) {
   }
 }
 
-}  // namespace
-}  // namespace ofa::chipsim::test
-
-namespace ofa::chipsim::test {
-namespace {
-
-TEST(Json, EscapesAndNests) {
-  struct Row {
-    std::string in, out;
-  };
-  for (const Row& r : std::vector<Row>{{"plain", "plain"},
-                                       {"a\"b\\c", "a\\\"b\\\\c"},
-                                       {"line\nnext\ttab\r", "line\\nnext\\ttab\\r"},
-                                       {std::string("\x01\x1f\x7f", 3), "\\u0001\\u001f\\u007f"},
-                                       {"caf\xc3\xa9", "caf\xc3\xa9"},
-                                       {"\xf0\x9f\x98\x80", "\xf0\x9f\x98\x80"},
-                                       // Bytes that are not UTF-8 text: stray, cut short,
-                                       // overlong, a surrogate, above U+10FFFF.
-                                       {"1\xd9", "1\\u00d9"},
-                                       {"caf\xc3", "caf\\u00c3"},
-                                       {"\xc0\xaf", "\\u00c0\\u00af"},
-                                       {"\xed\xa0\x80", "\\u00ed\\u00a0\\u0080"},
-                                       {"\xf4\x90\x80\x80", "\\u00f4\\u0090\\u0080\\u0080"}})
-    EXPECT_EQ(json_escape(r.in), r.out) << r.in;
-  JsonWriter j;
-  j.begin_object().field("a", 1u).key("b").begin_array().value(-2).value("x").begin_object();
-  j.end_object().end_array().key("c").boolean(false).key("d").raw("{\"e\":[]}").end_object();
-  EXPECT_EQ(j.str(), R"({"a":1,"b":[-2,"x",{}],"c":false,"d":{"e":[]}})");
-}
-
-}  // namespace
-}  // namespace ofa::chipsim::test
-
-namespace ofa::chipsim::test {
-namespace {
-
-TEST(Json, UnescapeUndoesEscape) {
-  for (std::string s :
-       {std::string("plain"), std::string("a\"b\\c\nd\te\r"), std::string("\x01\x1f\x7f", 3)})
-    EXPECT_EQ(json_unescape(json_escape(s)), s);
-  EXPECT_EQ(json_unescape("\\u00e9\\/\\b\\f"), std::string("?/\b\f"));
-  for (const char* bad : {"\\", "\\x", "\\u12", "\\u12g4", "a\"b"})
-    EXPECT_FALSE(json_unescape(bad)) << bad;
-}
-
 // "show" answers aligned text: every region with its sizes and every entry in chip order.
 TEST_F(ControlTest, ShowListsRegionsAndEntriesInChipOrder) {
   ASSERT_EQ(status_of(*model, region_add(10, 20, 64, 16, 16)), 0);
@@ -259,7 +214,7 @@ TEST_F(ControlTest, ShowListsRegionsAndEntriesInChipOrder) {
   ASSERT_EQ(status_of(*model, l2_add(9, 20, 7, 0)), 0);  // before 7: first in order
   std::string a = run("show");
   ASSERT_EQ(a.rfind(R"({"ok":true,"text":")", 0), 0u) << a;
-  auto text = json_unescape(a.substr(19, a.size() - 19 - 2));
+  auto text = tools::json_unescape(a.substr(19, a.size() - 19 - 2));
   ASSERT_TRUE(text) << a;
   EXPECT_TRUE(has(*text, "chip 0x84400000: slot 1, chip 0, type 1\n")) << *text;
   EXPECT_TRUE(has(*text, "    10     20       64       16        16       16       2\n")) << *text;

@@ -4,9 +4,9 @@
 #include <limits>
 #include <type_traits>
 
+#include "common/json.h"
 #include "control/events.h"
 #include "model/commands.h"
-#include "model/json.h"
 #include "model/show.h"
 #include "model/status.h"
 
@@ -53,13 +53,13 @@ std::optional<T> number(std::string_view s) {
 }
 
 std::string error(std::string_view why) {
-  JsonWriter j;
+  tools::JsonWriter j;
   j.begin_object().key("ok").boolean(false).field("error", why).end_object();
   return j.take();
 }
 
-JsonWriter ok() {
-  JsonWriter j;
+tools::JsonWriter ok() {
+  tools::JsonWriter j;
   j.begin_object().key("ok").boolean(true);
   return j;
 }

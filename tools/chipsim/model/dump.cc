@@ -1,8 +1,9 @@
 // The model as JSON: every chip's tables, the statistics and the faults.
 #include <cstdio>
 
+#include "common/json.h"
+#include "common/text.h"
 #include "model/commands.h"
-#include "model/json.h"
 #include "model/model.h"
 #include "model/records.h"
 
@@ -10,7 +11,7 @@ namespace ofa::chipsim {
 
 namespace {
 
-void dump_regions(JsonWriter& j, const ChipState& c) {
+void dump_regions(tools::JsonWriter& j, const ChipState& c) {
   j.key("regions").begin_array();
   for (const auto& [key, reg] : c.regions) {
     j.begin_object()
@@ -36,7 +37,7 @@ void dump_regions(JsonWriter& j, const ChipState& c) {
   j.end_array();
 }
 
-void dump_ports(JsonWriter& j, const ChipState& c) {
+void dump_ports(tools::JsonWriter& j, const ChipState& c) {
   j.key("ports").begin_array();
   for (const auto& [ifindex, p] : c.ports) {
     j.begin_object().field("ifindex", ifindex);
@@ -50,7 +51,7 @@ void dump_ports(JsonWriter& j, const ChipState& c) {
       j.end_array();
     }
     if (p.has_cfg)
-      j.field("cfg_word", p.cfg_word).field("port_address", mac_text(p.port_address.data()));
+      j.field("cfg_word", p.cfg_word).field("port_address", tools::mac_text(p.port_address));
     if (p.has_ctl)
       j.field("ctl_change_mask", p.ctl_change)
           .field("ctl_word40", p.ctl_w40)
@@ -76,7 +77,7 @@ void dump_ports(JsonWriter& j, const ChipState& c) {
   j.end_array();
 }
 
-void dump_translations(JsonWriter& j, std::string_view name,
+void dump_translations(tools::JsonWriter& j, std::string_view name,
                        const std::map<std::pair<uint32_t, uint32_t>, Translation>& t) {
   j.key(name).begin_array();
   for (const auto& [k, v] : t)
@@ -91,7 +92,7 @@ void dump_translations(JsonWriter& j, std::string_view name,
   j.end_array();
 }
 
-void dump_objects(JsonWriter& j, const ChipState& c) {
+void dump_objects(tools::JsonWriter& j, const ChipState& c) {
   j.key("next_hops").begin_array();
   for (const auto& [id, nh] : c.nhops) {
     j.begin_object().field("nhopid", id).field("kind", nh.kind).field("marker", nh.marker);
@@ -100,7 +101,7 @@ void dump_objects(JsonWriter& j, const ChipState& c) {
       j.begin_object()
           .field("ifindex", p.ifindex)
           .field("iivid", p.iivid)
-          .field("mac", mac_text(p.mac.data()))
+          .field("mac", tools::mac_text(p.mac))
           .field("byte12", uint32_t{p.b12})
           .field("byte13", uint32_t{p.b13})
           .end_object();
@@ -164,13 +165,13 @@ void dump_objects(JsonWriter& j, const ChipState& c) {
   for (const auto& [k, v] : c.l2_entries)
     j.begin_object()
         .field("iivid", k.first)
-        .field("mac", mac_text(k.second.data()))
+        .field("mac", tools::mac_text(k.second))
         .field("ifindex", v)
         .end_object();
   j.end_array();
 }
 
-void emit_stats(JsonWriter& j, const Stats& s) {
+void emit_stats(tools::JsonWriter& j, const Stats& s) {
   j.begin_object()
       .field("messages", s.messages)
       .field("requests", s.requests)
@@ -208,13 +209,13 @@ std::string_view mode_name(FaultMode m) {
 }  // namespace
 
 std::string Model::stats_json() const {
-  JsonWriter j;
+  tools::JsonWriter j;
   emit_stats(j, stats_);
   return j.take();
 }
 
 std::string Model::dump_json() const {
-  JsonWriter j;
+  tools::JsonWriter j;
   j.begin_object()
       .field("family", family_name(cfg_.family))
       .field("model", cfg_.model)

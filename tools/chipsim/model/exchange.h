@@ -7,7 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "model/json.h"
+#include "common/json.h"
+#include "common/text.h"
 #include "model/model.h"
 #include "model/status.h"
 #include "platform/wire.h"
@@ -23,9 +24,9 @@ struct Exchange {
   uint32_t command;
   uint32_t req_len;  // checked: <= received and <= buf.size()
   uint32_t reply_len;
-  JsonWriter* fields;  // open object for the decoded fields; null when nobody logs
-  bool commit;         // apply the request to the chip
-  int depth;           // 1 inside a bulk container
+  tools::JsonWriter* fields;  // open object for the decoded fields; null when nobody logs
+  bool commit;                // apply the request to the chip
+  int depth;                  // 1 inside a bulk container
   std::string error;
   size_t reply_end = 0;  // end of the reply data written, from the command word
 
@@ -52,7 +53,7 @@ struct Exchange {
     if (fields) fields->field(k, v);
   }
   void mac(std::string_view k, const Mac& m) {
-    if (fields) fields->field(k, mac_text(m.data()));
+    if (fields) fields->field(k, tools::mac_text(m));
   }
 };
 
@@ -62,7 +63,7 @@ using Handler = int32_t (*)(Exchange&);
 // writes the request's log object (command, lengths, fields, status, error) into it.
 // `reply_end`, when given, receives the end of the reply data written.
 int32_t run_request(Model& m, ChipState& chip, std::span<uint8_t> buf, size_t received,
-                    JsonWriter* out, bool commit, int depth, size_t* reply_end = nullptr);
+                    tools::JsonWriter* out, bool commit, int depth, size_t* reply_end = nullptr);
 
 // Handlers by family of objects.
 int32_t handle_bulk(Exchange& x);

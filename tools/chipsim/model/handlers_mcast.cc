@@ -16,7 +16,7 @@ constexpr uint32_t kL2GroupLen = 312;  // one member with room for 64 ports
 constexpr uint32_t kMaxPaths = 8;
 constexpr uint32_t kMultiPathLen = 196;
 
-void emit_members(JsonWriter* j, const std::vector<MgidMember>& members) {
+void emit_members(tools::JsonWriter* j, const std::vector<MgidMember>& members) {
   if (!j) return;
   j->key("members").begin_array();
   for (const auto& m : members) {
@@ -118,7 +118,7 @@ int32_t handle_nhop_add(Exchange& x) {
       x.fields->begin_object()
           .field("ifindex", p.ifindex)
           .field("iivid", p.iivid)
-          .field("mac", mac_text(p.mac.data()))
+          .field("mac", tools::mac_text(p.mac))
           .field("byte12", uint32_t{p.b12})
           .field("byte13", uint32_t{p.b13})
           .end_object();

@@ -199,7 +199,7 @@ int32_t handle_bulk(Exchange& x) {
   if (x.fields) x.fields->key("subs").begin_array();
   int32_t st = status::kOk;
   for (auto [at, extent] : subs) {
-    JsonWriter* sub = nullptr;
+    tools::JsonWriter* sub = nullptr;
     if (x.fields) sub = &x.fields->begin_object();
     st = run_request(x.model, x.chip, x.buf.subspan(at, extent), extent, sub, x.commit, 1);
     if (sub) sub->end_object();

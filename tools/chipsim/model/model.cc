@@ -122,7 +122,7 @@ Problem header_problem(const Model& m, const ChipState& chip, uint32_t command, 
 }  // namespace
 
 int32_t run_request(Model& m, ChipState& chip, std::span<uint8_t> buf, size_t received,
-                    JsonWriter* out, bool commit, int depth, size_t* reply_end) {
+                    tools::JsonWriter* out, bool commit, int depth, size_t* reply_end) {
   Stats& st = m.mutable_stats();
   ++st.requests;
   received = std::min(received, buf.size());
@@ -264,8 +264,8 @@ size_t Model::ioctl(std::span<uint8_t> msg, size_t received) {
   received = std::min(received, msg.size());
   constexpr size_t kStatusAt = kRequestOffset + 24;
   size_t answer = std::min(msg.size(), std::max(received, kStatusAt + 4));
-  JsonWriter line;
-  JsonWriter* out = log_ ? &line : nullptr;
+  tools::JsonWriter line;
+  tools::JsonWriter* out = log_ ? &line : nullptr;
   if (out) out->begin_object().field("seq", ++seq_);
   auto refuse = [&](int32_t s, const std::string& why) {
     ++stats_.errors;

@@ -71,17 +71,17 @@ L3Result read_l3_result(wire::Reader& r, size_t base) {
   return res;
 }
 
-void emit(JsonWriter& j, const L2Key& k) {
+void emit(tools::JsonWriter& j, const L2Key& k) {
   j.begin_object()
       .field("in_port", k.in_port)
       .field("iivid", k.iivid)
       .field("iivid_mask", k.valid >> 18)
       .field("tag_value", k.tag_value)
       .field("tag_mask", k.tag_mask)
-      .field("src_mac", mac_text(k.src_mac.data()))
-      .field("src_mac_mask", mac_text(k.src_mac_mask.data()))
-      .field("dst_mac", mac_text(k.dst_mac.data()))
-      .field("dst_mac_mask", mac_text(k.dst_mac_mask.data()))
+      .field("src_mac", tools::mac_text(k.src_mac))
+      .field("src_mac_mask", tools::mac_text(k.src_mac_mask))
+      .field("dst_mac", tools::mac_text(k.dst_mac))
+      .field("dst_mac_mask", tools::mac_text(k.dst_mac_mask))
       .field("vlan_prio", k.vlan_prio)
       .field("ether_type", k.ether_type)
       .field("vpn_id", k.vpn_id)
@@ -89,7 +89,7 @@ void emit(JsonWriter& j, const L2Key& k) {
       .end_object();
 }
 
-void emit(JsonWriter& j, const L2Result& r) {
+void emit(tools::JsonWriter& j, const L2Result& r) {
   j.begin_object()
       .field("dest", r.dest)
       .field("policer", r.policer)
@@ -99,7 +99,7 @@ void emit(JsonWriter& j, const L2Result& r) {
       .end_object();
 }
 
-void emit(JsonWriter& j, const L3Key& k) {
+void emit(tools::JsonWriter& j, const L3Key& k) {
   j.begin_object()
       .field("in_port", k.in_port)
       .field("iivid", k.iivid)
@@ -120,7 +120,7 @@ void emit(JsonWriter& j, const L3Key& k) {
       .end_object();
 }
 
-void emit(JsonWriter& j, const L3Result& r) {
+void emit(tools::JsonWriter& j, const L3Result& r) {
   j.begin_object()
       .field("nhop", r.nhop)
       .field("fwd_action", r.fwd_action)

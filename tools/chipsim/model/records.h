@@ -2,16 +2,16 @@
 // log and the dump.
 #pragma once
 
-#include "model/json.h"
+#include "common/json.h"
 #include "model/state.h"
 #include "platform/wire.h"
 
 namespace ofa::chipsim {
 
-void emit(JsonWriter& j, const L2Key& k);
-void emit(JsonWriter& j, const L2Result& r);
-void emit(JsonWriter& j, const L3Key& k);
-void emit(JsonWriter& j, const L3Result& r);
+void emit(tools::JsonWriter& j, const L2Key& k);
+void emit(tools::JsonWriter& j, const L2Result& r);
+void emit(tools::JsonWriter& j, const L3Key& k);
+void emit(tools::JsonWriter& j, const L3Result& r);
 
 // Decoders of the key and result blocks at their offsets in a request.
 L2Key read_l2_key(wire::Reader& r);

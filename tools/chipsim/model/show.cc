@@ -5,7 +5,7 @@
 #include <initializer_list>
 #include <utility>
 
-#include "model/json.h"
+#include "common/text.h"
 
 namespace ofa::chipsim {
 namespace {
@@ -18,13 +18,6 @@ void appendf(std::string& out, const char* fmt, ...) {
   int n = std::vsnprintf(buf, sizeof buf, fmt, ap);
   va_end(ap);
   if (n > 0) out.append(buf, std::min(static_cast<size_t>(n), sizeof buf - 1));
-}
-
-std::string ip_text(uint32_t a) {
-  char buf[16];
-  std::snprintf(buf, sizeof buf, "%u.%u.%u.%u", a >> 24, (a >> 16) & 0xff, (a >> 8) & 0xff,
-                a & 0xff);
-  return buf;
 }
 
 bool is_zero(const Mac& m) {
@@ -53,11 +46,11 @@ class Fields {
     return *this;
   }
   Fields& mac(const char* name, const Mac& v, const Mac& mask) {
-    if (!is_zero(v) || !is_zero(mask)) add(name, mac_text(v.data()) + "/" + mac_text(mask.data()));
+    if (!is_zero(v) || !is_zero(mask)) add(name, tools::mac_text(v) + "/" + tools::mac_text(mask));
     return *this;
   }
   Fields& ip(const char* name, uint32_t v, uint32_t mask) {
-    if (v || mask) add(name, ip_text(v) + "/" + ip_text(mask));
+    if (v || mask) add(name, tools::ip_text(v) + "/" + tools::ip_text(mask));
     return *this;
   }
   std::string take() { return text_.empty() ? "-" : std::move(text_); }

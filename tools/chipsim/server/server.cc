@@ -12,7 +12,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "model/json.h"
+#include "common/json.h"
 #include "platform/run_dir.h"
 
 namespace ofa::chipsim {
@@ -259,7 +259,7 @@ int run_control_client(uint32_t slot, const std::string& line) {
       answer.compare(answer.size() - kEnd.size(), kEnd.size(), kEnd) == 0) {
     auto body =
         std::string_view(answer).substr(kText.size(), answer.size() - kText.size() - kEnd.size());
-    if (auto text = json_unescape(body)) {
+    if (auto text = tools::json_unescape(body)) {
       std::fputs(text->c_str(), stdout);
       return 0;
     }

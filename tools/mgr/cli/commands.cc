@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "cli.h"
+#include "common/json.h"
 #include "endpoint.h"
 #include "format.h"
 #include "runner.h"
@@ -59,9 +60,10 @@ void print_decoded(const Decoded& d, const Bytes& datagram, bool json, const std
   }
   const auto& e = std::get<DecodeError>(d);
   if (json) {
-    std::printf(
-        "{\"time\":\"%s\",\"kind\":\"error\",\"offset\":%zu,\"reason\":%s,\"bytes\":\"%s\"}\n",
-        time.c_str(), e.offset, json_quote(e.reason).c_str(), hex_text(datagram).c_str());
+    tools::JsonWriter j;
+    j.begin_object().field("time", time).field("kind", "error").field("offset", uint64_t{e.offset});
+    j.field("reason", e.reason).field("bytes", hex_text(datagram)).end_object();
+    std::printf("%s\n", j.str().c_str());
   } else {
     std::printf("%s  BAD          %zu-byte datagram, offset %zu: %s\n", time.c_str(),
                 datagram.size(), e.offset, e.reason.c_str());

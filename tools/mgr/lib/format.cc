@@ -6,6 +6,8 @@
 #include <type_traits>
 
 #include "codec.h"
+#include "common/json.h"
+#include "common/text.h"
 #include "layout.h"
 
 namespace ofa::mgr {
@@ -57,7 +59,7 @@ struct Show {
   void bits(size_t, const char* n, uint32_t x) { s.bits(n, x); }
   void hi16(size_t, const char* n, uint32_t x) { s.bits(n, x); }
   void flag_v1(size_t, const char* n, uint32_t x) { s.number(n, (x & kActMemberFlag) ? 1 : 0); }
-  void mac(size_t, const char* n, const Mac& m) { s.string(n, mac_text(m)); }
+  void mac(size_t, const char* n, const Mac& m) { s.string(n, tools::mac_text(m)); }
   template <size_t N>
   void raw(size_t, const char* n, const std::array<uint8_t, N>& a) {
     s.string(n, hex_text(a));
@@ -130,46 +132,22 @@ void show(Show& v, const MeterStatsMsg& m) {
 
 class JsonSink : public Sink {
  public:
-  std::string out;
-  void number(const char* n, uint64_t v) override { key(n) += std::to_string(v); }
-  void integer(const char* n, int64_t v) override { key(n) += std::to_string(v); }
+  tools::JsonWriter j;
+  void number(const char* n, uint64_t v) override { j.field(n, v); }
+  void integer(const char* n, int64_t v) override { j.field(n, v); }
   void address(const char* n, uint32_t v) override { number(n, v); }
   void bits(const char* n, uint32_t v) override { number(n, v); }
-  void string(const char* n, const std::string& v) override { key(n) += json_quote(v); }
+  void string(const char* n, const std::string& v) override { j.field(n, v); }
   void ports(const char* n, const std::vector<uint32_t>& v) override {
-    std::string& o = key(n);
-    o += '[';
-    for (size_t i = 0; i < v.size(); ++i)
-      o += (i ? "," : "") + std::to_string(v[i]);
-    o += ']';
+    j.key(n).begin_array();
+    for (uint32_t p : v)
+      j.value(p);
+    j.end_array();
   }
-  void begin_list(const char* n) override {
-    key(n) += '[';
-    first_ = true;
-  }
-  void begin_item() override {
-    if (!first_) out += ',';
-    out += '{';
-    first_ = true;
-  }
-  void end_item() override {
-    out += '}';
-    first_ = false;
-  }
-  void end_list() override {
-    out += ']';
-    first_ = false;
-  }
-
- private:
-  std::string& key(const char* n) {
-    if (!first_) out += ',';
-    first_ = false;
-    out += json_quote(n);
-    out += ':';
-    return out;
-  }
-  bool first_ = false;  // the caller opens the object and writes its first pairs
+  void begin_list(const char* n) override { j.key(n).begin_array(); }
+  void begin_item() override { j.begin_object(); }
+  void end_item() override { j.end_object(); }
+  void end_list() override { j.end_array(); }
 };
 
 class RowSink : public Sink {
@@ -177,7 +155,9 @@ class RowSink : public Sink {
   std::vector<std::pair<std::string, std::string>> rows;
   void number(const char* n, uint64_t v) override { rows.emplace_back(name(n), std::to_string(v)); }
   void integer(const char* n, int64_t v) override { rows.emplace_back(name(n), std::to_string(v)); }
-  void address(const char* n, uint32_t v) override { rows.emplace_back(name(n), ip_text(v)); }
+  void address(const char* n, uint32_t v) override {
+    rows.emplace_back(name(n), tools::ip_text(v));
+  }
   void bits(const char* n, uint32_t v) override { rows.emplace_back(name(n), fmt("0x%08x", v)); }
   void string(const char* n, const std::string& v) override { rows.emplace_back(name(n), v); }
   void ports(const char* n, const std::vector<uint32_t>& v) override {
@@ -308,44 +288,10 @@ std::vector<std::pair<std::string, std::string>> field_rows(const Message& m) {
 
 std::string to_json(const Message& m) {
   JsonSink sink;
-  sink.out =
-      "{\"kind\":" + json_quote(message_kind(m)) + ",\"type\":" + std::to_string(message_type(m));
+  sink.j.begin_object().field("kind", message_kind(m)).field("type", message_type(m));
   Show v{sink};
   std::visit([&](const auto& msg) { show(v, msg); }, m);
-  sink.out += '}';
-  return std::move(sink.out);
-}
-
-std::string json_quote(std::string_view s) {
-  std::string out = "\"";
-  for (unsigned char c : s) {
-    switch (c) {
-      case '"':
-        out += "\\\"";
-        break;
-      case '\\':
-        out += "\\\\";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      default:
-        if (c < 0x20 || c >= 0x7f) {
-          out += fmt("\\u%04x", c);
-        } else {
-          out += static_cast<char>(c);
-        }
-    }
-  }
-  return out + "\"";
-}
-
-std::string mac_text(const Mac& m) {
-  return fmt("%02x:%02x:%02x:%02x:%02x:%02x", m[0], m[1], m[2], m[3], m[4], m[5]);
-}
-
-std::string ip_text(uint32_t ip) {
-  return fmt("%u.%u.%u.%u", ip >> 24, (ip >> 16) & 0xff, (ip >> 8) & 0xff, ip & 0xff);
+  return sink.j.end_object().take();
 }
 
 std::string hex_text(std::span<const uint8_t> bytes) {

@@ -23,11 +23,6 @@ std::vector<std::pair<std::string, std::string>> field_rows(const Message& m);
 // One JSON object (no newline): {"kind":"status","type":3,...every field...}.
 std::string to_json(const Message& m);
 
-// JSON string literal of s, quotes included.
-std::string json_quote(std::string_view s);
-
-std::string mac_text(const Mac& m);
-std::string ip_text(uint32_t ip);
 std::string hex_text(std::span<const uint8_t> bytes);
 
 }  // namespace ofa::mgr

@@ -1,8 +1,8 @@
-#include "model/json.h"
+#include "common/json.h"
 
 #include <cstdio>
 
-namespace ofa::chipsim {
+namespace ofa::tools {
 
 namespace {
 
@@ -79,11 +79,8 @@ std::string json_escape(std::string_view s) {
   return out;
 }
 
-std::string mac_text(const uint8_t* mac) {
-  char buf[18];
-  std::snprintf(buf, sizeof buf, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3],
-                mac[4], mac[5]);
-  return buf;
+std::string json_quote(std::string_view s) {
+  return '"' + json_escape(s) + '"';
 }
 
 void JsonWriter::clear() {
@@ -131,18 +128,15 @@ JsonWriter& JsonWriter::end_array() {
 
 JsonWriter& JsonWriter::key(std::string_view k) {
   separate();
-  out_ += '"';
-  out_ += json_escape(k);
-  out_ += "\":";
+  out_ += json_quote(k);
+  out_ += ':';
   after_key_ = true;
   return *this;
 }
 
 JsonWriter& JsonWriter::value(std::string_view s) {
   separate();
-  out_ += '"';
-  out_ += json_escape(s);
-  out_ += '"';
+  out_ += json_quote(s);
   return *this;
 }
 
@@ -229,4 +223,4 @@ std::optional<std::string> json_unescape(std::string_view s) {
   return out;
 }
 
-}  // namespace ofa::chipsim
+}  // namespace ofa::tools

@@ -1,5 +1,6 @@
-// A small JSON emitter: objects, arrays, strings (escaped), numbers and booleans, written into
-// one string with commas placed automatically.
+// The JSON writer of the tools: objects, arrays, strings, numbers and booleans, written into one
+// string with commas placed automatically. Strings keep their UTF-8 text as it stands and escape
+// every other byte by its value, so that the output is JSON whatever bytes came in.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-namespace ofa::chipsim {
+namespace ofa::tools {
 
 class JsonWriter {
  public:
@@ -50,12 +51,11 @@ class JsonWriter {
 
 // The string with JSON escapes applied (no surrounding quotes).
 std::string json_escape(std::string_view s);
+// The same with the surrounding quotes: a JSON string literal.
+std::string json_quote(std::string_view s);
 
 // The text of a JSON string's contents (no surrounding quotes), escapes resolved; \u escapes
 // above 0x7f become '?'. Nothing when the text is not a well-formed string body.
 std::optional<std::string> json_unescape(std::string_view s);
 
-// "aa:bb:cc:dd:ee:ff"
-std::string mac_text(const uint8_t* mac);
-
-}  // namespace ofa::chipsim
+}  // namespace ofa::tools

@@ -3,8 +3,9 @@
 // operation. Callers compute the family afresh, read the slot, and take their no-handler path
 // when it is null; no caller caches a handler or the family.
 //
-// Handlers answer 0 or a negative status: -106 the chip refused, -111 not sent, -125 unknown
-// chip, -126 no handler (callers), -127 no memory, -128 bad argument.
+// Handlers answer 0 or a negative status (agent/status.h): OFA_E_CHIP the chip refused,
+// OFA_E_HSL_SEND not sent, OFA_E_BAD_OR_MISSING unknown chip, OFA_E_NO_HANDLER (callers),
+// OFA_E_NO_MEMORY, OFA_E_INVALID_ARG.
 #pragma once
 
 #include <array>

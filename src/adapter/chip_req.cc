@@ -80,9 +80,8 @@ uint32_t of_cos_hdr_init_checked(std::span<uint8_t> req, uint32_t cmd, uint32_t 
   if (!start(req, cmd, req_len, rsp_len)) return 0;
   Writer w(req);
   w.u32_at(16, of_cos_owner_word(pid));
-  w.u32_at(24,
-           static_cast<uint32_t>(of_cos_lengths_ok(req_len, rsp_len) ? OF_COS_STATUS_PENDING
-                                                                     : OF_COS_STATUS_BAD_LENGTH));
+  w.u32_at(24, static_cast<uint32_t>(of_cos_lengths_ok(req_len, rsp_len) ? OFA_E_PENDING
+                                                                         : OFA_E_HSL_SEND));
   return req_len;
 }
 

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <span>
 
+#include "agent/status.h"
 #include "platform/wire.h"
 
 using of_mac = std::array<uint8_t, 6>;
@@ -95,8 +96,6 @@ inline constexpr uint32_t OF_POLICER_DEL_SIZE = 36;
 inline constexpr uint32_t OF_STATS_HDR_SIZE = 48;
 inline constexpr uint32_t OF_QUEUE_STATS_SIZE = 504;
 
-inline constexpr int32_t OF_COS_STATUS_PENDING = -114;
-inline constexpr int32_t OF_COS_STATUS_BAD_LENGTH = -111;
 inline constexpr uint32_t OF_COS_MAX_LENGTH = 0x100000;
 
 // ---- header -------------------------------------------------------------------------------
@@ -114,7 +113,7 @@ bool of_cos_hdr_read(std::span<const uint8_t> req, of_cos_hdr* hdr);
 // Plain form: zero-fills the larger of the two lengths and writes command and lengths.
 uint32_t of_cos_hdr_init(std::span<uint8_t> req, uint32_t cmd, uint32_t req_len, uint32_t rsp_len);
 // Checked form: as the plain one, plus the owner word (process id in bits 16 to 30) and the
-// status preset -114, or -111 when the lengths are bad.
+// status preset OFA_E_PENDING, or OFA_E_HSL_SEND when the lengths are bad (it is never sent).
 uint32_t of_cos_hdr_init_checked(std::span<uint8_t> req, uint32_t cmd, uint32_t req_len,
                                  uint32_t rsp_len, uint32_t pid);
 // Lengths are good when both are multiples of 4, at most 0x100000, and the request is above 27.
@@ -193,10 +192,16 @@ constexpr uint32_t of_l2_qos_queue(uint32_t q) {
 inline constexpr uint32_t OF_L2_QOS_VALID = 1u << 13;
 inline constexpr uint32_t OF_L2_QOS_NO_STATS = 1u << 15;
 
+// Forward action of an L2 result, by use.
+inline constexpr uint8_t OF_L2_FWD_DEST = 0;      // to the destination
+inline constexpr uint8_t OF_L2_FWD_DROP = 2;      // drop flows and the default entries (ard, ard2)
+inline constexpr uint8_t OF_L2_FWD_LOCAL = 3;     // flows to the controller; reserved-IIVID entries
+inline constexpr uint8_t OF_L2_FWD_DROP_ZIM = 4;  // drop flows and the default entries (zim)
+
 struct of_l2_result {
   uint32_t dest = 0;  // interface index, or an mgid with OF_L2_FLAG_DEST_MGID
   uint32_t policer_id = 0;
-  uint8_t fwd_action = 0;
+  uint8_t fwd_action = OF_L2_FWD_DEST;
   uint32_t flags = 0;
   uint32_t qos = 0;
 };
@@ -275,9 +280,15 @@ constexpr uint32_t of_l3_mc_mgid(uint32_t m) {
 inline constexpr uint32_t OF_L3_MC_L2 = 1u << 5;
 inline constexpr uint32_t OF_L3_EGR_VALID = 1u << 31;
 
+// Forward action of an L3 result, by use: to the next hop or mgid; or, for drop flows, flows to
+// the controller and the default entries, to no destination, flags B telling whether the packet
+// goes to the controller.
+inline constexpr uint8_t OF_L3_FWD_DEST = 0;
+inline constexpr uint8_t OF_L3_FWD_LOCAL = 3;
+
 struct of_l3_result {
   uint32_t nhop_id = 0;
-  uint8_t fwd_action = 0;
+  uint8_t fwd_action = OF_L3_FWD_DEST;
   uint32_t flags_a = 0;
   uint32_t flags_b = 0;
   uint32_t mcast = 0;

@@ -4,7 +4,9 @@
 
 #include "adapter/chip_ops.h"
 #include "agent/agent_globals.h"
+#include "agent/status.h"
 #include "agent/trace.h"
+#include "agent/trace_ids.h"
 #include "chip/chip_table.h"
 #include "foundation/avl_tree.h"
 
@@ -22,7 +24,7 @@ int of_chip_init_flow_table(of_chip_entry* chip) {
     int rc = avl_create(&chip->l2_flow_tree, 0, of_chip_cmp_flows);
     if (rc != 0) {
       file_printf("Failed to initialize l2flow chip table, error = %d", rc);
-      return -127;
+      return OFA_E_NO_MEMORY;
     }
   }
   if (!chip->l3_flow_tree) {
@@ -30,7 +32,7 @@ int of_chip_init_flow_table(of_chip_entry* chip) {
     if (rc != 0) {
       // The L3 tree's failure is reported with the L2 words.
       file_printf("Failed to initialize l2flow chip table, error = %d", rc);
-      return -127;
+      return OFA_E_NO_MEMORY;
     }
   }
   return 0;
@@ -40,7 +42,7 @@ int ofa_region_add(of_chip_entry* chip) {
   of_chip_fn fn = of_chip_op(of_chip_reg_add_ioctl_fn);
   if (!fn) {
     file_printf("OPENFLOW no region add handler for chip: %d", chip->chip_id);
-    return -126;
+    return OFA_E_NO_HANDLER;
   }
   int rc = fn(chip);
   if (rc != 0) file_printf("OPENFLOW Unable to add region for chip %d, rc: %d", chip->chip_id, rc);
@@ -51,7 +53,7 @@ int ofa_region_del(of_chip_entry* chip) {
   of_chip_fn fn = of_chip_op(of_chip_reg_del_ioctl_fn);
   if (!fn) {
     file_printf("OPENFLOW no region delete handler for chip: %d", chip->chip_id);
-    return -126;
+    return OFA_E_NO_HANDLER;
   }
   int rc = fn(chip);
   if (rc != 0)
@@ -72,9 +74,9 @@ int ofa_setup_default_tcam_entries(of_chip_entry* chip) {
 }
 
 int ofa_chip_up(of_chip_entry* chip) {
-  ofa_trace(OFACORE, 5, 0, 13013, "OPENFLOW Agent Chip Up received");
+  ofa_trace(OFACORE, 5, 0, OFA_TR_CHIP_UP, "OPENFLOW Agent Chip Up received");
   if (!(openflowAgtPcb.hw.of_flags & OF_PROFILE)) {
-    ofa_trace(OFACORE, 5, 0, 13014, "OPENFLOW Agent chip up not handling");
+    ofa_trace(OFACORE, 5, 0, OFA_TR_CHIP_UP_NOT_HANDLING, "OPENFLOW Agent chip up not handling");
     return 0;
   }
   of_chip_init_flow_table(chip);

@@ -8,13 +8,13 @@ struct of_chip_entry;
 
 // 0, or the default entries' status; "not handling" (0) without the OpenFlow profile.
 int ofa_chip_up(of_chip_entry* chip);
-// Slot 1: status; -126 with no handler.
+// Slot 1: status; OFA_E_NO_HANDLER with no handler.
 int ofa_region_add(of_chip_entry* chip);
-// Slot 2: status; -126 with no handler.
+// Slot 2: status; OFA_E_NO_HANDLER with no handler.
 int ofa_region_del(of_chip_entry* chip);
 // Slot 3 with the default action: status; 0 with no handler.
 int ofa_setup_default_tcam_entries(of_chip_entry* chip);
-// The chip's L2 and L3 flow trees: 0, or -127.
+// The chip's L2 and L3 flow trees: 0, or OFA_E_NO_MEMORY.
 int of_chip_init_flow_table(of_chip_entry* chip);
 
 // A node of a chip's flow tree: priority, flow id, and the flow's hardware reference.

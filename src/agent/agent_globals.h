@@ -100,10 +100,13 @@ extern of_corvu_state_t of_corvu_state;
 // --- agent-wide record (the flow engine adds its tables here) ------------------------------------
 inline constexpr uint8_t OFA_MODE_GENERIC = 4;
 inline constexpr uint8_t OFA_MODE_NONE = 0;
+// The default action of the catch-all and default entries.
+inline constexpr uint8_t OFA_DEFAULT_ACTION_DROP = 0;
+inline constexpr uint8_t OFA_DEFAULT_ACTION_TO_CTRL = 1;
 
 struct openflow_lp_globals {
   uint8_t mode;            // 4 generic mode, 0 not initialised
-  uint8_t default_action;  // catch-all: 1 to the controller, 0 drop
+  uint8_t default_action;  // OFA_DEFAULT_ACTION_*
   void* pools[2];
   uint32_t counters[4];
 };

@@ -11,6 +11,8 @@
 #include <ctime>
 #include <mutex>
 
+#include "agent/status.h"
+
 namespace {
 
 std::mutex g_mu;
@@ -122,7 +124,7 @@ int ofa_debug_log_open(const std::string& path) {
     g_log = nullptr;
   }
   FILE* f = create_and_open(path);
-  if (!f) return -1;
+  if (!f) return OFA_E_GENERIC;
   std::fseek(f, 0, SEEK_END);
   long size = std::ftell(f);
   std::rewind(f);
@@ -134,7 +136,7 @@ int ofa_debug_log_open(const std::string& path) {
       std::fclose(f);
       std::remove(path.c_str());
       f = create_and_open(path);
-      if (!f) return -1;
+      if (!f) return OFA_E_GENERIC;
       write_fresh_head(f);
     }
   } else {

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "agent/status.h"
 #include "agent/thread.h"
 
 lib_globals* lib_create(const char* name) {
@@ -12,7 +13,7 @@ lib_globals* lib_create(const char* name) {
 }
 
 int lib_start(lib_globals* zg) {
-  return (zg && zg->master) ? 0 : -1;
+  return (zg && zg->master) ? 0 : OFA_E_GENERIC;
 }
 
 void lib_stop(lib_globals* zg) {

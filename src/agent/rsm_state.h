@@ -5,18 +5,7 @@
 
 #include <cstdint>
 
-// The agent's own stage index (of_corvu_state.stage).
-enum : uint32_t {
-  OFA_STAGE_COLD_BOOT = 0,
-  OFA_STAGE_WARM_BOOT = 1,
-  OFA_STAGE_CLIENT_INIT = 2,
-  OFA_STAGE_WARM_CLIENT_INIT = 3,
-  OFA_STAGE_ACTIVE = 4,
-  OFA_STAGE_STARTUP_DONE = 5,
-  OFA_STAGE_STANDBY = 6,
-  OFA_STAGE_HALT = 7,
-  OFA_STAGE_UNKNOWN = 12,
-};
+#include "platform/rsm_stages.h"  // the agent's stage index (OFA_STAGE_*) and the stage table
 
 struct ofa_rsm_state {
   int32_t handle = -1;     // -1 until registered

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "agent/status.h"
 #include "agent/trace.h"
 #include "platform/asp.h"
 #include "platform/rsmd.h"
@@ -570,7 +571,7 @@ bool thread_timer_wait(const thread_master* m, timeval now, timeval* wait) {
 // --- binding ------------------------------------------------------------------------------------
 
 int thread_asp_start(lib_globals* zg, thread_msgq_cb_t default_cb, MSG_Q_ID msgq) {
-  if (!zg || !zg->master) return -1;
+  if (!zg || !zg->master) return OFA_E_GENERIC;
   thread_master* m = zg->master;
   m->asp_default_cb = default_cb;
   m->asp_msgq = msgq;
@@ -578,7 +579,7 @@ int thread_asp_start(lib_globals* zg, thread_msgq_cb_t default_cb, MSG_Q_ID msgq
     file_printf("ASP msgQ wakeup pipe create failed");
     m->wakeup_pipe[0] = m->wakeup_pipe[1] = -1;
     m->asp_msgq = nullptr;
-    return -1;
+    return OFA_E_GENERIC;
   }
   int flags = ::fcntl(m->wakeup_pipe[0], F_GETFL);
   if (flags < 0 || ::fcntl(m->wakeup_pipe[0], F_SETFL, flags | O_NONBLOCK) < 0) {

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "agent/debug_log.h"
+#include "agent/status.h"
 #include "platform/asp.h"
 #include "platform/evrec.h"
 
@@ -208,7 +209,7 @@ int openflowAgt_trace_init() {
   int rc = evrec_init("ethsw", getMySwitch(), "OPENFLOWAGT");
   if (rc < 0) {
     std::fprintf(stderr, "Error: Openflow agent evlog initialization failed(%d)", rc);
-    return -1;
+    return OFA_E_GENERIC;
   }
   trace_attr attr{0, 32, 0, 0};
   for (uint32_t i = 0; i < OFA_TRACE_MODULES; ++i) {
@@ -218,7 +219,7 @@ int openflowAgt_trace_init() {
     if (rc != 0 || handle < 0) {
       std::fprintf(stderr, "Error: Openflow agent treace init failed(%d:%d) for sub buf %u", rc,
                    handle, i);
-      return -1;
+      return OFA_E_GENERIC;
     }
     g_handles[i] = handle;
   }

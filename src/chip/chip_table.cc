@@ -7,6 +7,7 @@
 
 #include "adapter/chip_req.h"
 #include "agent/agent_globals.h"
+#include "agent/status.h"
 #include "agent/trace.h"
 #include "chip/hsl_transport.h"
 #include "foundation/avl_tree.h"
@@ -60,7 +61,7 @@ int ofInitChipTable() {
   int rc = avl_create(&ofChipTable, 0, ofCmpChipEntry);
   if (rc != 0) {
     file_printf("Failed to initialize chip table, error = %d", rc);
-    return -127;
+    return OFA_E_NO_MEMORY;
   }
   return 0;
 }
@@ -113,12 +114,12 @@ int ofProcessChipAdd(const of_chip_event_record* rec, int warm) {
   if (!slot_entry || flat < 0) {
     // An index that names no chip of the platform has no place in the table either.
     file_printf("Unable to derive slot for chip %d/%d", slot, local);
-    return -125;
+    return OFA_E_BAD_OR_MISSING;
   }
   auto* chip = new (std::nothrow) of_chip_entry{};
   if (!chip) {
     file_printf("Failed to process chip up event for chip %d/%d", slot, local);
-    return -127;
+    return OFA_E_NO_MEMORY;
   }
   chip->slot = slot;
   chip->local_chip_id = local;
@@ -137,18 +138,18 @@ int ofProcessChipAdd(const of_chip_event_record* rec, int warm) {
     of_dlist_unlink(&chip->slot_link);
     delete chip;
     file_printf("Failed to insert chip entry %d in chip table", flat);
-    return -127;
+    return OFA_E_NO_MEMORY;
   }
   if (warm) {
     file_printf("Call to ofa_region_del call back");
     if (auto fn = openflow_modules[OF_MODULE_AGT].chip_warm_up) {
       if (fn(chip) != 0)
-        file_printf("Module %d failed to process chip warm up, rc: %d", OF_MODULE_AGT, 0);
+        file_printf("Module %d failed to process chip warm up, rc: %d", OF_MODULE_AGT, OFA_OK);
     }
   }
   for (uint32_t m = 0; m < OF_MODULE_COUNT; ++m) {
     auto fn = openflow_modules[m].chip_up;
-    if (fn && fn(chip) != 0) file_printf("Module %d failed to process chip up, rc: %d", m, 0);
+    if (fn && fn(chip) != 0) file_printf("Module %d failed to process chip up, rc: %d", m, OFA_OK);
   }
   return 0;
 }
@@ -214,7 +215,7 @@ int ofProcessSlotUp(uint32_t slot) {
   of_slot_entry* s = ofLookupSlot(slot);
   if (!s) {
     file_printf("Failed to find slot %d entry to process slot up event", slot);
-    return -125;
+    return OFA_E_BAD_OR_MISSING;
   }
   uint32_t was = s->state;
   s->state = 1;
@@ -313,7 +314,7 @@ int ofGetCoSChipCapability(of_chip_entry* entry) {
   uint32_t id = r.u32_at(OF_CAPABILITY_CHIP_ID_OFFSET);
   if (id != OF_IFM_CHIP_ID_KNOWN) {
     file_printf("Unsupported chip type %d in chip capability", id);
-    return -125;
+    return OFA_E_BAD_OR_MISSING;
   }
   entry->chip_class = OF_CHIP_CLASS_SUPPORTED;
   entry->ipv4_caps = r.u32_at(OF_CAPABILITY_IPV4_OFFSET);
@@ -324,7 +325,7 @@ int ofGetCoSChipCapability(of_chip_entry* entry) {
 int ofCopyCapsToChip(const of_chip_event_record* rec, of_chip_entry* entry) {
   if (rec->ifm_chip_id != OF_IFM_CHIP_ID_KNOWN) {
     file_printf("Unknown chip id from IFM: %d", rec->ifm_chip_id);
-    return -125;
+    return OFA_E_BAD_OR_MISSING;
   }
   entry->chip_class = OF_CHIP_CLASS_SUPPORTED;
   entry->ipv4_caps = rec->ipv4_caps;

@@ -53,7 +53,7 @@ extern of_slot_entry ofSlotTable[OF_MAX_SLOTS + 1];
 extern avl_tree* ofChipTable;
 
 void ofInitSlotTable();
-// 0, or -127 with "Failed to initialize chip table, error = %d".
+// 0, or OFA_E_NO_MEMORY with "Failed to initialize chip table, error = %d".
 int ofInitChipTable();
 // The record of a slot; null above 10.
 of_slot_entry* ofLookupSlot(uint32_t slot);
@@ -65,7 +65,8 @@ of_chip_entry* ofGetFirstLocalChip(avl_node** cursor);
 int ofCmpChipEntry(const void* a, const void* b);
 
 // Chip events. `warm` nonzero deletes the chip's regions (module 2's chip_warm_up) before the
-// chip-up callbacks. 0, -125 (no slot) or -127 (no memory, table failure).
+// chip-up callbacks. 0, OFA_E_BAD_OR_MISSING (no slot) or OFA_E_NO_MEMORY (no memory, table
+// failure).
 int ofProcessChipUp(const of_chip_event_record* rec, int warm);
 int ofProcessChipAdd(const of_chip_event_record* rec, int warm);
 int ofProcessChipDown(const of_chip_event_record* rec);

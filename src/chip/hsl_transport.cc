@@ -11,6 +11,7 @@
 #include <string>
 
 #include "agent/agent_globals.h"
+#include "agent/status.h"
 #include "agent/thread.h"
 #include "agent/trace.h"
 #include "chip/chip_table.h"
@@ -95,7 +96,7 @@ int arm(ofNLSock* sock) {
   sock->read_thread = thread_add_read_high(openflowAgtPcb.lib, nl_reader, sock, sock->fd);
   if (!sock->read_thread) {
     file_printf("Unable to add to read thread, socket: %s", sock->name);
-    return OF_NL_E_THREAD;
+    return OFA_E_NO_THREAD;
   }
   return 0;
 }
@@ -154,17 +155,17 @@ int ofNLSocketInit(ofNLSock* sock, const char* name, uint32_t* size) {
 int ofNLSocket(ofNLSock* sock, uint32_t client_type) {
   if (!sock) {
     file_printf("Passed NULL socket for socket type: %d", client_type);
-    return OF_NL_E_ARG;
+    return OFA_E_BAD_OR_MISSING;
   }
   if (sock->fd != -1) {
     file_printf("sockId is not -1 (but %d), for socket type: %d", sock->fd, client_type);
-    return OF_NL_E_ARG;
+    return OFA_E_BAD_OR_MISSING;
   }
   int kind = client_type == OF_NL_CLIENT_CMD ? SOCK_SEQPACKET : SOCK_DGRAM;
   int fd = socket(AF_UNIX, kind | SOCK_CLOEXEC, 0);
   if (fd < 0) {
     file_printf("Failed to create AF_OF socket (rc: %d) for: %s", fd, sock->name);
-    return OF_NL_E_SOCKET;
+    return OFA_E_HSL_SOCKET;
   }
   file_printf("AF_OF socket for sockId %d name: %s created successfully", fd, sock->name);
   int bufsize = 8192;
@@ -186,7 +187,7 @@ int ofNLSocket(ofNLSock* sock, uint32_t client_type) {
     default:
       file_printf("Unknown client type (%d) for socket: %s", client_type, sock->name);
       close(fd);
-      return OF_NL_E_ARG;
+      return OFA_E_BAD_OR_MISSING;
   }
   std::array<uint8_t, OF_NL_ADDR_SIZE> addr{};
   Writer w(addr);
@@ -195,7 +196,7 @@ int ofNLSocket(ofNLSock* sock, uint32_t client_type) {
   if (attach(fd, client_type) < 0) {
     file_printf("Unable to bind netlink socket (errno: %d), socket: %s", errno, sock->name);
     close(fd);
-    return OF_NL_E_SOCKET;
+    return OFA_E_HSL_SOCKET;
   }
   sock->fd = fd;
   std::memcpy(sock->addr, addr.data(), addr.size());
@@ -227,15 +228,15 @@ int ofNLRecvMsgBlock(ofNLSock* sock, uint8_t** buf, uint32_t* size, uint32_t* se
     if (errno == EINTR || errno == EAGAIN) continue;
     file_printf("Failed to receive message from sock, errno: %s(%d), sock: %s", strerror(errno),
                 errno, sock->name);
-    return OF_NL_E_RECV;
+    return OFA_E_HSL_RECV;
   }
   if (got == 0) {
     file_printf("Did not receive anything from socket: %s", sock->name);
-    return OF_NL_E_SOCKET;
+    return OFA_E_HSL_SOCKET;
   }
   if (msg.msg_flags & MSG_TRUNC) {
     file_printf("Received a truncated message from socket: %s", sock->name);
-    return OF_NL_E_RECV;
+    return OFA_E_HSL_RECV;
   }
   if (pkt) return 0;
 
@@ -245,7 +246,7 @@ int ofNLRecvMsgBlock(ofNLSock* sock, uint8_t** buf, uint32_t* size, uint32_t* se
   if (len < OF_NL_HDR_SIZE || len > received) {
     file_printf("Message length (%d) sanity check failed, socket: %s", static_cast<int>(len),
                 sock->name);
-    return OF_NL_E_RECV;
+    return OFA_E_HSL_RECV;
   }
   int64_t second = ((len + 3) / 4) * 4;
   int64_t rest = received - second;
@@ -253,17 +254,17 @@ int ofNLRecvMsgBlock(ofNLSock* sock, uint8_t** buf, uint32_t* size, uint32_t* se
   if (rest <= 0 || len2 < OF_NL_HDR_SIZE || len2 > rest) {
     file_printf("Message length (%d) sanity check failed, socket: %s", static_cast<int>(rest),
                 sock->name);
-    return OF_NL_E_RECV;
+    return OFA_E_HSL_RECV;
   }
   if (r.u16_at(static_cast<size_t>(second) + 4) != OF_NLMSG_DONE) {
     file_printf("Message type is not NLMSG_DONE, socket: %s", sock->name);
-    return OF_NL_E_RECV;
+    return OFA_E_HSL_RECV;
   }
   uint16_t first_type = r.u16_at(4);
   if (first_type == OF_NLMSG_ERROR) {
     file_printf("Received error message, error: %d, msg_type: %d, seq: %d, socket: %s",
                 static_cast<int32_t>(r.u32_at(20)), r.u16_at(28), r.u32_at(32), sock->name);
-    return OF_NL_E_SOCKET;
+    return OFA_E_HSL_SOCKET;
   }
   if (seq) *seq = r.u32_at(8);
   *type = first_type;
@@ -273,13 +274,13 @@ int ofNLRecvMsgBlock(ofNLSock* sock, uint8_t** buf, uint32_t* size, uint32_t* se
 }
 
 namespace {
-// Header and exchange: 0, or -111 with its words.
+// Header and exchange: 0, or OFA_E_HSL_SEND with its words.
 int nl_exchange(ofNLSock* sock, uint8_t* msg, uint32_t size, uint16_t type) {
   write_nl_header(msg, size, type, ++sock->seq);
   if (do_ioctl(sock->fd, msg, size + OF_NL_HDR_SIZE, OF_NL_MSG_BUF_SIZE) < 0) {
-    file_printf("Failed to send ioctl to netlink socket, rc: %d, errno: %d, sock: %s", -1, errno,
-                sock->name);
-    return OF_NL_E_SEND;
+    file_printf("Failed to send ioctl to netlink socket, rc: %d, errno: %d, sock: %s",
+                OFA_E_GENERIC, errno, sock->name);
+    return OFA_E_HSL_SEND;
   }
   return 0;
 }
@@ -298,7 +299,7 @@ int ofNLSendIoctl(ofNLSock* sock, uint8_t* msg, uint32_t size, uint32_t* seq, ui
   int32_t status = static_cast<int32_t>(r.u32_at(OF_NL_STATUS_OFFSET));
   if (status != 0) {
     file_printf("Ioctl failed with error %d", status);
-    return OF_NL_E_CHIP;
+    return OFA_E_CHIP;
   }
   if (seq) *seq = sock->seq;
   return 0;
@@ -307,11 +308,11 @@ int ofNLSendIoctl(ofNLSock* sock, uint8_t* msg, uint32_t size, uint32_t* seq, ui
 int ofNLClose(ofNLSock* sock) {
   if (!sock) {
     file_printf("NULL sockp for close");
-    return OF_NL_E_ARG;
+    return OFA_E_BAD_OR_MISSING;
   }
   if (sock->fd < 0) {
     file_printf("Invalid sock fd (%d) in socket: %s", sock->fd, sock->name);
-    return OF_NL_E_ARG;
+    return OFA_E_BAD_OR_MISSING;
   }
   if (sock->read_thread) {
     thread_cancel(sock->read_thread);
@@ -345,7 +346,7 @@ int ofCosIoctl(uint32_t target, const void* /*request*/, uint32_t size, void* /*
   if (size > OF_NL_MAX_REQUEST) {
     // A request that cannot stand in the buffer is never sent.
     file_printf("sendmsg failed for ofCosIoctl cmd %d", cmd);
-    return OF_NL_E_SEND;
+    return OFA_E_HSL_SEND;
   }
   write_route(ofNLMsgBuf.data(), target, OF_NL_KIND_COS, size, response_size ? *response_size : 0);
   uint32_t seq = 0;
@@ -360,7 +361,7 @@ int ofDceIoctl(uint32_t target, std::span<uint8_t> buf, uint32_t size) {
   uint32_t cmd = r.u32_at(OF_NL_REQ_OFFSET);
   if (buf.size() < OF_NL_MSG_BUF_SIZE || size > OF_NL_MAX_REQUEST) {
     file_printf("sendmsg failed for ofDceIoctl cmd %d", cmd);
-    return OF_NL_E_SEND;
+    return OFA_E_HSL_SEND;
   }
   write_route(buf.data(), target, OF_NL_KIND_DCE, size, size);
   uint32_t seq = 0;
@@ -385,7 +386,7 @@ int ofSendPktOut(uint32_t word, const uint8_t* data, uint32_t size) {
   if (sendmsg(ofHslMgrSock.fd, &msg, static_cast<int>(size) & MSG_DONTWAIT) < 0) {
     file_printf("Failed to send msg to netlink socket, errno: %d, sock: %s", errno,
                 ofHslMgrSock.name);
-    return OF_NL_E_SEND;
+    return OFA_E_HSL_SEND;
   }
   return 0;
 }

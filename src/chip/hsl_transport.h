@@ -45,14 +45,6 @@ inline constexpr uint32_t OF_NL_KIND_DCE = 1;
 inline constexpr uint32_t OF_NL_CLASS = 16;
 inline constexpr uint32_t OF_HSL_EVENT_CLASS = 2;
 
-// Result codes of the transport.
-inline constexpr int OF_NL_E_CHIP = -106;
-inline constexpr int OF_NL_E_THREAD = -108;
-inline constexpr int OF_NL_E_RECV = -110;
-inline constexpr int OF_NL_E_SEND = -111;
-inline constexpr int OF_NL_E_SOCKET = -112;
-inline constexpr int OF_NL_E_ARG = -125;
-
 // Receive callback: the payload (behind the 20-byte header), its size, the stored word, type.
 using ofNLRxFn = int (*)(uint8_t* buf, uint32_t size, uintptr_t arg, uint16_t type);
 

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "agent/agent_globals.h"
+#include "agent/status.h"
 #include "agent/trace.h"
 #include "chip/chip_table.h"
 #include "foundation/avl_tree.h"
@@ -52,7 +53,7 @@ int ofInitIfTable() {
   int rc = avl_create(&ofIfTable, 0, ofCmpIfEntrybyPortId);
   if (rc != 0) {
     file_printf("Failed to initialize interface table, error = %d", rc);
-    return -127;
+    return OFA_E_NO_MEMORY;
   }
   return 0;
 }
@@ -89,21 +90,21 @@ int ofValidatePortAdd(uint32_t ifindex, const char* name, of_chip_entry** chip,
   int32_t flat = chip_derivable_type(if_type(ifindex)) ? of_dce_get_flat_chip_id(ifindex) : -1;
   if (flat < 0) {
     file_printf("Unable to derive chip index from ifindex for port %s", name);
-    return -125;
+    return OFA_E_BAD_OR_MISSING;
   }
   if (of_chip_entry* c = ofLookupChip(static_cast<uint32_t>(flat))) {
     *chip = c;
     if (!c->slot_entry) {
       file_printf("Unable to derive slot for port %s", name);
-      return -125;
+      return OFA_E_BAD_OR_MISSING;
     }
     *slot = c->slot_entry;
     return 0;
   }
   file_printf("Unknown chip %d for port add %s", flat, name);
-  if (ofGetChipFromChipId(static_cast<uint32_t>(flat)) != 0) return -125;
+  if (ofGetChipFromChipId(static_cast<uint32_t>(flat)) != 0) return OFA_E_BAD_OR_MISSING;
   of_chip_entry* c = ofLookupChip(static_cast<uint32_t>(flat));
-  if (!c) return -125;
+  if (!c) return OFA_E_BAD_OR_MISSING;
   *chip = c;
   return 0;
 }

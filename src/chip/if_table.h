@@ -55,14 +55,14 @@ extern avl_tree* ofIfTable;
 using of_if_cmp_fn = int (*)(const void*, const void*);
 extern of_if_cmp_fn of_if_evt_cmp;
 
-// 0, or -127 with "Failed to initialize interface table, error = %d".
+// 0, or OFA_E_NO_MEMORY with "Failed to initialize interface table, error = %d".
 int ofInitIfTable();
 // A new entry, or null (already present, chip not derivable, no memory).
 of_if_entry* ofProcessPortAdd(uint32_t ifindex, const char* name, uint16_t port_id);
 // 0 always; an unknown port is no error.
 int ofProcessPortDelete(uint32_t ifindex, uint16_t port_id);
-// 0 with *chip (and *slot when the chip was known), or -125. An unknown chip is made on the warm
-// path first.
+// 0 with *chip (and *slot when the chip was known), or OFA_E_BAD_OR_MISSING. An unknown chip is
+// made on the warm path first.
 int ofValidatePortAdd(uint32_t ifindex, const char* name, of_chip_entry** chip,
                       of_slot_entry** slot);
 of_if_entry* ofLookupIfEntrybyPortId(uint16_t port_id);

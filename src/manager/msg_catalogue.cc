@@ -1,7 +1,9 @@
 // The type catalogue, the handler table and the walk of a received datagram.
 #include "manager/msg_catalogue.h"
 
+#include "agent/status.h"
 #include "agent/trace.h"
+#include "agent/trace_ids.h"
 #include "platform/wire.h"
 
 namespace {
@@ -49,10 +51,6 @@ constexpr bool agent_to_manager(uint32_t type) {
          type == MXL_MSGTYPE_OPENFLOW_LP_REGISTER_EVENT;
 }
 
-constexpr uint32_t kTraceInvalidType = 10000;
-constexpr uint32_t kTraceReceived = 10001;
-constexpr uint32_t kTraceOverrun = 10007;
-
 }  // namespace
 
 ofa_msg_handler_row ofa_msg_handlers[OFA_MSGTYPE_MAX + 1] = {
@@ -62,7 +60,7 @@ ofa_msg_handler_row ofa_msg_handlers[OFA_MSGTYPE_MAX + 1] = {
 };
 
 int ofa_set_msg_handler(uint32_t type, ofa_msg_handler_fn fn) {
-  if (type > OFA_MSGTYPE_MAX || agent_to_manager(type)) return -1;
+  if (type > OFA_MSGTYPE_MAX || agent_to_manager(type)) return OFA_E_GENERIC;
   ofa_msg_handlers[type].handler = fn;
   return 0;
 }
@@ -82,7 +80,7 @@ int ofa_process_mi_msg(int sock, uint32_t slot, const uint8_t* buffer, uint32_t 
     uint32_t left = static_cast<uint32_t>(r.remaining());
     if (!r.has(OFA_MSG_HDR_SIZE)) {
       // A header cut by the end of the datagram: nothing behind the datagram is read.
-      ofa_trace(OFAMSG, 3, 2, kTraceOverrun,
+      ofa_trace(OFAMSG, 3, 2, OFA_TR_MSG_OVERRUN,
                 "Msg header of %d bytes runs past the datagram (%d bytes left), walk ended\n",
                 static_cast<int>(OFA_MSG_HDR_SIZE), static_cast<int>(left));
       return 0;
@@ -90,17 +88,18 @@ int ofa_process_mi_msg(int sock, uint32_t slot, const uint8_t* buffer, uint32_t 
     uint32_t hdr = r.u32();
     uint32_t type = ofa_msg_hdr_type(hdr);
     if (type > OFA_MSGTYPE_MAX) {
-      ofa_trace(OFAMSG, 3, 1, kTraceInvalidType, "Invalid msg type %d", static_cast<int>(type));
-      return -119;
+      ofa_trace(OFAMSG, 3, 1, OFA_TR_MSG_INVALID_TYPE, "Invalid msg type %d",
+                static_cast<int>(type));
+      return OFA_E_MSG_TYPE;
     }
     uint32_t len = ofa_msg_hdr_len(hdr);
     uint32_t msg_size = len + OFA_MSG_HDR_SIZE;
-    ofa_trace(OFAMSG, 7, 5, kTraceReceived,
+    ofa_trace(OFAMSG, 7, 5, OFA_TR_MSG_RECEIVED,
               "Received msg type %s(%d) of len %d(within len %d) from slot %d\n",
               ofa_msg_type_name(type), static_cast<int>(type), static_cast<int>(msg_size),
               static_cast<int>(left), static_cast<int>(slot));
     if (msg_size > left) {
-      ofa_trace(OFAMSG, 3, 3, kTraceOverrun,
+      ofa_trace(OFAMSG, 3, 3, OFA_TR_MSG_OVERRUN,
                 "Msg type %d of size %d runs past the datagram (%d bytes left), walk ended\n",
                 static_cast<int>(type), static_cast<int>(msg_size), static_cast<int>(left));
       return 0;

@@ -43,12 +43,13 @@ struct ofa_msg_handler_row {
 
 // Thirteen rows indexed by type; rows 3, 4, 5, 6 and 11 stay empty.
 extern ofa_msg_handler_row ofa_msg_handlers[OFA_MSGTYPE_MAX + 1];
-// Fills the row of a manager-to-agent type; -1 for a type that has no handler by design.
+// Fills the row of a manager-to-agent type; OFA_E_GENERIC for a type that has no handler by
+// design.
 int ofa_set_msg_handler(uint32_t type, ofa_msg_handler_fn fn);
 
 // Name of a type ("Unknown" outside 0 to 12), and of a sub-type ("UNKNOWN" above 16).
 const char* ofa_msg_type_name(uint32_t type);
 const char* ofm_get_sub_msgtype(uint32_t sub_type);
 
-// Walks a received datagram: 0, or -119 at a type above 12.
+// Walks a received datagram: 0, or OFA_E_MSG_TYPE at a type above 12.
 int ofa_process_mi_msg(int sock, uint32_t slot, const uint8_t* buffer, uint32_t size);

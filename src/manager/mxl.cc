@@ -10,7 +10,9 @@
 #include <cstring>
 
 #include "agent/rsm_state.h"
+#include "agent/status.h"
 #include "agent/trace.h"
+#include "agent/trace_ids.h"
 #include "chip/chip_table.h"
 #include "manager/msg_catalogue.h"
 #include "platform/wire.h"
@@ -26,12 +28,6 @@ thread* g_mi_read = nullptr;
 constexpr size_t kCtlRecv = 20;
 constexpr size_t kCtlErr = 44;
 constexpr size_t kErrData = 100;
-constexpr uint32_t kTraceNoSlot = 10002;
-constexpr uint32_t kTraceSent = 10003;
-constexpr uint32_t kTraceRegister = 10004;
-constexpr uint32_t kTraceRegisterAlloc = 10005;
-constexpr uint32_t kTraceRegisterSend = 10006;
-constexpr uint32_t kTraceTooLong = 10008;
 
 // The scheduler's read on the socket: one datagram per call, then wait again.
 int mi_sock_read(thread* t) {
@@ -109,7 +105,7 @@ int of_init_mxl_sock(int* sock, const char* name, int (*callback)(int sock)) {
   int handle = mxl_open(&addr, &params, of_corvu_state.rsm_handle);
   if (handle == -1) {
     file_printf("Failed open mxl socket");
-    return -120;
+    return OFA_E_OPEN;
   }
   *sock = handle;
   file_printf("Initialized %s socket", name);
@@ -161,7 +157,7 @@ int of_mxl_process_msg(int sock) {
       file_printf("Eof message received");
       msg_done(sock, msg, control);
       of_corvu_state.mi.rx_eof++;
-      return -121;
+      return OFA_E_MI_RECV;
     }
     int err = errno;
     msg_done(sock, msg, control);
@@ -184,7 +180,7 @@ int of_mxl_process_msg(int sock) {
         return 0;
       default:
         of_corvu_state.mi.rx_other_err++;
-        return -121;
+        return OFA_E_MI_RECV;
     }
   }
 }
@@ -198,17 +194,17 @@ int of_process_mxl_err_queue(int sock) {
   mxl_recvmsg(sock, &msg, MXL_MSG_ERRQUEUE | MXL_MSG_DONTWAIT);
   if (msg.msg_controllen < sizeof(mxl_cmsghdr)) {
     file_printf("cmsg is NULL");
-    return -121;
+    return OFA_E_MI_RECV;
   }
   mxl_cmsghdr hdr;
   std::memcpy(&hdr, control, sizeof hdr);
   if (hdr.level != SOL_PQ6) {
     file_printf("cmsg level is not PQ6");
-    return -121;
+    return OFA_E_MI_RECV;
   }
   if (!(msg.msg_flags & MXL_MSG_ERRQUEUE)) {
     file_printf("MSG_ERRQUEUE flag not set in cmsg hdr");
-    return -121;
+    return OFA_E_MI_RECV;
   }
   // The error record behind the header; bytes the library did not fill read as zero.
   const uint8_t* rec = control + sizeof hdr;
@@ -268,7 +264,7 @@ int of_send_mxl_msg(int sock, int /*zero*/, const uint8_t* buffer, size_t size) 
     int err = errno;
     file_printf("Failed send MI message, error = %d (%s)", err, strerror(err));
     of_corvu_state.mi.tx_fail++;
-    return -122;
+    return OFA_E_MI_SEND;
   }
   of_corvu_state.mi.tx_ok++;
   return 0;
@@ -276,37 +272,38 @@ int of_send_mxl_msg(int sock, int /*zero*/, const uint8_t* buffer, size_t size) 
 
 int ofa_send_to_mgr(uint32_t type, const uint8_t* body, size_t size) {
   if (!ofLookupSlot(openflowAgtPcb.my_slot)) {
-    ofa_trace(OFAMSG, 3, 2, kTraceNoSlot, "Failed to find my slot (%d) to send msg type %d\n", 0,
-              static_cast<int>(type));
-    return -125;
+    ofa_trace(OFAMSG, 3, 2, OFA_TR_MSG_NO_SLOT, "Failed to find my slot (%d) to send msg type %d\n",
+              0, static_cast<int>(type));
+    return OFA_E_BAD_OR_MISSING;
   }
   if (size > sizeof mi_txmsg - OFA_MSG_HDR_SIZE || size > 0xffff) {
-    ofa_trace(OFAMSG, 3, 2, kTraceTooLong, "Msg type %d of length %d does not fit, not sent\n",
-              static_cast<int>(type), static_cast<int>(size));
-    return -125;
+    ofa_trace(OFAMSG, 3, 2, OFA_TR_MSG_TOO_LONG,
+              "Msg type %d of length %d does not fit, not sent\n", static_cast<int>(type),
+              static_cast<int>(size));
+    return OFA_E_BAD_OR_MISSING;
   }
   std::memset(mi_txmsg, 0, sizeof mi_txmsg);
   ofa::wire::Writer w(mi_txmsg, sizeof mi_txmsg);
   w.u32(ofa_msg_hdr(type, static_cast<uint32_t>(size)));
   if (size) w.bytes({body, size});
   int rc = of_send_mxl_msg(of_corvu_state.mi_sock, 0, mi_txmsg, (size + 4) & 0xffff);
-  ofa_trace(OFAMSG, 7, 3, kTraceSent, "Sent msg type %s(%d) of length %d\n",
+  ofa_trace(OFAMSG, 7, 3, OFA_TR_MSG_SENT, "Sent msg type %s(%d) of length %d\n",
             ofa_msg_type_name(type), static_cast<int>(type), static_cast<int>(size));
   return rc;
 }
 
 int ofa_send_register_msg() {
   int slot = static_cast<int>(openflowAgtPcb.my_slot);
-  ofa_trace(OFAMSG, 5, 1, kTraceRegister, "OFA register with OFM. My slot %d\n", slot);
+  ofa_trace(OFAMSG, 5, 1, OFA_TR_REGISTER, "OFA register with OFM. My slot %d\n", slot);
   uint8_t* buf = ipc_get_buffer(8);
   if (!buf) {
-    ofa_trace(OFAMSG, 3, 1, kTraceRegisterAlloc, "Register msg alloc NULL. My slot %d\n", slot);
-    return -125;
+    ofa_trace(OFAMSG, 3, 1, OFA_TR_REGISTER_ALLOC, "Register msg alloc NULL. My slot %d\n", slot);
+    return OFA_E_BAD_OR_MISSING;
   }
   ofa::wire::Writer w(buf, 8);
   w.u32(ofa_msg_hdr(MXL_MSGTYPE_OPENFLOW_LP_REGISTER_EVENT, 4)).u32(openflowAgtPcb.my_slot);
   if (ofa_send_to_mgr(MXL_MSGTYPE_OPENFLOW_LP_REGISTER_EVENT, buf, 8) != 0) {
-    ofa_trace(OFAMSG, 3, 1, kTraceRegisterSend, "IPC send failed: My slot %d\n", slot);
+    ofa_trace(OFAMSG, 3, 1, OFA_TR_REGISTER_SEND, "IPC send failed: My slot %d\n", slot);
   }
   ipc_free_buffer(buf);
   return 0;

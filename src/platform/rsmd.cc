@@ -56,8 +56,8 @@ int rsmd_register(const rsm_registration* reg, MSG_Q_ID msgq) {
   if (!reg || !reg->callbacks || !reg->callbacks->recover || !msgq) return -1;
   join_starter();
   Driver& d = drv();
-  uint32_t first =
-      ofa_sys_platform().boot == ofa::platform::BootMode::warm ? RSM_STAGE_WARM : RSM_STAGE_COLD;
+  uint32_t first = rsm_boot_stage(
+      ofa_sys_platform().boot == ofa::platform::BootMode::warm ? rsm_boot::warm : rsm_boot::cold);
   {
     std::lock_guard<std::mutex> lock(d.mu);
     d.registered = true;

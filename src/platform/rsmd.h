@@ -11,6 +11,7 @@
 #include <cstdint>
 
 #include "platform/msg_queue.h"
+#include "platform/rsm_stages.h"
 
 struct rsm_callbacks {
   uint32_t (*recover)(uint32_t stage);
@@ -36,14 +37,10 @@ struct rsm_registration {
   uint32_t zero2;
 };
 
-inline constexpr uint32_t RSM_STAGE_CLIENT_INIT = 1;
-inline constexpr uint32_t RSM_STAGE_WARM_CLIENT_INIT = 2;
-inline constexpr uint32_t RSM_STAGE_DONE = 1000;
-inline constexpr uint32_t RSM_STAGE_ACTIVE = 1001;
-inline constexpr uint32_t RSM_STAGE_COLD = 1002;
-inline constexpr uint32_t RSM_STAGE_WARM = 1003;
-inline constexpr uint32_t RSM_STAGE_HALT = 1004;
-inline constexpr uint32_t RSM_STAGE_STANDBY = 1005;
+// Statuses a client notifies; the service gives them their meaning. A client ends a dump with
+// DUMP_SENT, then DUMP_DONE.
+inline constexpr int RSM_STATUS_DUMP_SENT = 3;
+inline constexpr int RSM_STATUS_DUMP_DONE = 2;
 
 // Registers the client and schedules its first stage on `msgq`; a handle (>= 0) or -1.
 int rsmd_register(const rsm_registration* reg, MSG_Q_ID msgq);

@@ -3,38 +3,44 @@
 #include <cstdio>
 
 #include "agent/agent_globals.h"
+#include "agent/status.h"
 #include "agent/top/openflow_agt_main.h"
 #include "agent/trace.h"
+#include "agent/trace_ids.h"
 #include "platform/wire.h"
 
 int ofa_get_hw_resrc_info() {
   ofa_hw_resources& hw = openflowAgtPcb.hw;
-  ofa_trace(OFACORE, 7, 0, 13007, "OPENFLOW Agent get hw resource info");
+  ofa_trace(OFACORE, 7, 0, OFA_TR_HW_RESOURCE_INFO, "OPENFLOW Agent get hw resource info");
   hw = ofa_hw_resources{};
   hw.tcam_pid = platsys_get_hwprofile();
   hw.route_pid = platsys_get_profile();
   if (hw.tcam_pid != OF_HW_PROFILE_OPENFLOW) {
-    ofa_trace(OFACORE, 3, 1, 13008, "OPENFLOW hw profile not set. Current profile id:%d",
-              hw.tcam_pid);
+    ofa_trace(OFACORE, 3, 1, OFA_TR_HW_PROFILE_NOT_SET,
+              "OPENFLOW hw profile not set. Current profile id:%d", hw.tcam_pid);
     return 0;
   }
-  ofa_trace(OFACORE, 7, 2, 13009, "tcam_pid:%d route_pid:%d", hw.tcam_pid, hw.route_pid);
+  ofa_trace(OFACORE, 7, 2, OFA_TR_HW_PROFILES, "tcam_pid:%d route_pid:%d", hw.tcam_pid,
+            hw.route_pid);
   hw.of_flags |= OF_PROFILE;
   hw.l2tcam_size = platsys_get_tcam_size_by_pid(hw.tcam_pid, 10);
   hw.l3tcam_size = platsys_get_tcam_size_by_pid(hw.tcam_pid, 23);
-  ofa_trace(OFACORE, 7, 2, 13010, "l2tcam_size:%d l3tcam_size:%d", hw.l2tcam_size, hw.l3tcam_size);
+  ofa_trace(OFACORE, 7, 2, OFA_TR_HW_TCAM_SIZES, "l2tcam_size:%d l3tcam_size:%d", hw.l2tcam_size,
+            hw.l3tcam_size);
 
   void* handle = nullptr;
   int rc = sysModInit(&handle);
   if (rc != 0 || !handle) {
-    ofa_trace(OFACORE, 1, 1, 13011, "Openflow system initilization failed rc %d", rc);
-    return -1;
+    ofa_trace(OFACORE, 1, 1, OFA_TR_HW_SYS_INIT_FAILED,
+              "Openflow system initilization failed rc %d", rc);
+    return OFA_E_GENERIC;
   }
   uint8_t record[SYS_RESOURCE_RECORD_SIZE] = {};
   rc = sysCtrlGetResourceLimits(handle, 2, record, sizeof record);
   if (rc != 0) {
-    ofa_trace(OFACORE, 1, 1, 13012, "Openflow get system parameter failed rc %d", rc);
-    return -1;
+    ofa_trace(OFACORE, 1, 1, OFA_TR_HW_SYS_PARAM_FAILED,
+              "Openflow get system parameter failed rc %d", rc);
+    return OFA_E_GENERIC;
   }
   ofa::wire::Reader r(record, sizeof record);
   uint32_t family = of_family_index(openflowAgtPcb.model);
@@ -56,7 +62,7 @@ int ofa_get_hw_resrc_info() {
   rc = sysCtrlGetSlotParameters(handle, openflowAgtPcb.my_slot, &hw.slot_params);
   if (rc != 0) {
     file_printf("%s: Openflow get slot parameter failed rc %d", __func__, rc);
-    return -1;
+    return OFA_E_GENERIC;
   }
   sysModClose(&handle);
   return 0;

@@ -11,8 +11,10 @@
 
 #include "adapter/tcam_id_pool.h"
 #include "agent/agent_globals.h"
+#include "agent/status.h"
 #include "agent/top/rsm.h"
 #include "agent/trace.h"
+#include "agent/trace_ids.h"
 #include "chip/hsl_transport.h"
 #include "chip/if_table.h"
 #include "foundation/kprintf.h"
@@ -130,22 +132,22 @@ int openflowAgt_corvu_init() {
   lib_globals* lib = lib_create(name);
   if (!lib) {
     file_printf("OPENFLOW: KBL lib_create failed\n");
-    return -1;
+    return OFA_E_GENERIC;
   }
   openflowAgtPcb.lib = of_corvu_state.lib = lib;
   lib->protocol = kProtocolWord;
   lib->master = thread_master_create();
   if (lib_start(lib) < 0) {
     file_printf("OPENFLOW: KBL lib_start failed\n");
-    return -2;
+    return OFA_E_LIB_START;
   }
   tvr_sigdefaults("openflowagtd");
   std::signal(SIGPIPE, SIG_IGN);
 
   of_corvu_state.msgq = msgQCreate(16000, THREAD_MSGQ_BUF_SIZE, 0, "openflowAgt_mq");
   if (!of_corvu_state.msgq) {
-    file_printf("openflowAgt_msgq_init() failed (error %d)\n", -1);
-    return -1;
+    file_printf("openflowAgt_msgq_init() failed (error %d)\n", OFA_E_GENERIC);
+    return OFA_E_GENERIC;
   }
   openflow_lp_init_tcam_id_pool();
   file_printf("%s:: openflow_msgq_init Done..\n", name);
@@ -154,7 +156,7 @@ int openflowAgt_corvu_init() {
   int rc = openflowRsmInit();
   if (rc < 0) {
     file_printf("openflowAgtRsmInit() failed (error %d)\n", rc);
-    return -1;
+    return OFA_E_GENERIC;
   }
   file_printf("%s:: openflowAgtRsmInit Done..\n", name);
   // The library's system parameters are the platform's, loaded before start-up; the printing
@@ -165,38 +167,39 @@ int openflowAgt_corvu_init() {
 
   rc = ofa_get_hw_resrc_info();
   if (rc < 0) {
-    ofa_trace(OFACORE, 1, 1, 13015, "OPENFLOW Agent get hw resource failed (error %d)", rc);
-    return -1;
+    ofa_trace(OFACORE, 1, 1, OFA_TR_HW_RESOURCE_FAILED,
+              "OPENFLOW Agent get hw resource failed (error %d)", rc);
+    return OFA_E_GENERIC;
   }
-  ofa_trace(OFACORE, 7, 0, 13016, "OPENFLOW Agent get hw resource done");
+  ofa_trace(OFACORE, 7, 0, OFA_TR_HW_RESOURCE_DONE, "OPENFLOW Agent get hw resource done");
 
   ofNLInit();  // without a simulator this fails and the agent runs on without chips
-  ofa_trace(OFACORE, 7, 0, 13018, "OPENFLOW Agent Netlink Init done");
+  ofa_trace(OFACORE, 7, 0, OFA_TR_NETLINK_INIT_DONE, "OPENFLOW Agent Netlink Init done");
 
   rc = evio_create(&openflowAgtPcb.evio_handle);
   if (rc != 0) {
     std::fprintf(stderr, "%s: EVIO worker thread spawn failed, rc:%d\n", name, rc);
-    return -123;
+    return OFA_E_WORKER;
   }
   rc = timer_ioss_create(&openflowAgtPcb.timer_ioss, evio_wakeup, openflowAgtPcb.evio_handle);
   if (rc != 0) {
     std::fprintf(stderr, "%s: Timer IOSS initialization failed, rc:%d\n", name, rc);
-    return -123;
+    return OFA_E_WORKER;
   }
   rc = ipc_ioss_create(&openflowAgtPcb.ipc_ioss, "IPCOPENFLOWAGT", 0, ipc_max_msg_size(0), 1);
   if (rc != 0) {
     std::fprintf(stderr, "%s: IPC IOSS initialization failed, rc:%d\n", name, rc);
-    return -123;
+    return OFA_E_WORKER;
   }
   rc = evio_register(openflowAgtPcb.evio_handle, openflowAgtPcb.ipc_ioss);
   if (rc != 0) {
     std::fprintf(stderr, "%s: Failed to register IPC IOSS with EVIO, rc:%d\n", name, rc);
-    return -123;
+    return OFA_E_WORKER;
   }
   rc = evio_register(openflowAgtPcb.evio_handle, openflowAgtPcb.timer_ioss);
   if (rc != 0) {
     std::fprintf(stderr, "%s: Failed to register Timer IOSS with EVIO, rc:%d\n", name, rc);
-    return -123;
+    return OFA_E_WORKER;
   }
   ipcRegisterCB(0, openflowAgt_ipc_hdlr, nullptr);
   return 0;
@@ -209,13 +212,13 @@ int openflowAgt_local_main(int /*argc*/, char** /*argv*/) {
   int rc = ASPInit(name, getMySwitch(), 0, 0, 0);
   if (rc != 0) {
     std::fprintf(stderr, "%s: ASP/IOT initialization failed, rc:%d\n", name, rc);
-    return -124;
+    return OFA_E_PROCESS;
   }
   thread_asp_start(openflowAgtPcb.lib, openflowAgt_msgq_server, of_corvu_state.msgq);
   int started = wt_exec(evio_run, openflowAgtPcb.evio_handle, &g_worker);
   if (started < 0) {
     std::fprintf(stderr, "%s: EVIO worker thread startup failed, rc:%d\n", name, started);
-    return -123;
+    return OFA_E_WORKER;
   }
   // The signals that end a run by hand are caught only once the loop can hear them.
   std::signal(SIGTERM, on_stop_signal);
@@ -256,13 +259,13 @@ int openflow_agt_main(int argc, char** argv) {
   if (rc < 0) return rc;
 
   g_openflow_lp.mode = OFA_MODE_GENERIC;
-  g_openflow_lp.default_action = 0;
+  g_openflow_lp.default_action = OFA_DEFAULT_ACTION_DROP;
   openflow_init(OFA_MODE_GENERIC);
   rc = openflowAgt_trace_init();
   if (rc < 0) return rc;
   for (uint32_t m = 0; m < OFA_TRACE_MODULES; ++m)
     openflowAgtPcb.trace[m] = ofa_trace_handle(m);
-  ofa_trace(OFACORE, 8, 0, 13019, "OPENFLOW Agent main: Trace Initialized");
+  ofa_trace(OFACORE, 8, 0, OFA_TR_TRACE_INITIALIZED, "OPENFLOW Agent main: Trace Initialized");
 
   ofRegisterNLModule();
   of_register_mxl_module(ofa_process_mi_msg);
@@ -283,5 +286,5 @@ int openflow_agt_main(int argc, char** argv) {
   }
   file_printf("openflowAgtd exiting with error 0x%08x", static_cast<unsigned>(rc));
   evrec_exit();
-  return -1;
+  return OFA_E_GENERIC;
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "agent/agent_globals.h"
+#include "agent/status.h"
 #include "agent/trace.h"
 #include "chip/chip_event.h"
 #include "chip/chip_table.h"
@@ -19,6 +20,7 @@ struct rsm_state_t {
   rsm_registration registration;
 };
 
+// The stage rows of the registration.
 constexpr rsm_stage_row kStages[2] = {
     {RSM_STAGE_CLIENT_INIT, "OF_CLIENT_INIT"},
     {RSM_STAGE_WARM_CLIENT_INIT, "OF_WARM_CLIENT_INIT"},
@@ -31,21 +33,6 @@ rsm_state_t rsm_state = {
 
 bool g_dump_received = false;
 int openflow_ha_state = 1;
-
-constexpr const char* kStageNames[12] = {
-    "Cold Boot",
-    "Warm Boot",
-    "Client Initialization",
-    "Warm Client Initialization",
-    "Active",
-    "Startup Done",
-    "Standby",
-    "Halt",
-    nullptr,
-    nullptr,
-    nullptr,
-    nullptr,
-};
 
 // The chip record of local chip `c` of this slot, as HSL would have announced it.
 of_chip_event_record warm_chip_record(uint32_t c) {
@@ -78,7 +65,7 @@ int openflowRsmInit() {
   of_corvu_state.rsm_handle = handle;
   if (handle < 0) {
     file_printf("Failed to register with RSM, hndl: %d\n", handle);
-    return -125;
+    return OFA_E_BAD_OR_MISSING;
   }
   ofa_rsm.handle = handle;
   file_printf("Successfully registered with RSM, hndl: %d.", handle);
@@ -88,67 +75,19 @@ int openflowRsmInit() {
 
 uint32_t openflowRsmRecover(uint32_t stage) {
   file_printf("%s: called..", __func__);
-  uint32_t next = 0;
-  switch (stage) {
-    case RSM_STAGE_COLD:
-      file_printf("RSM stage COLD..");
-      ofa_rsm.boot_mode = ofa_rsm.rsm_stage = stage;
-      of_corvu_state.stage = OFA_STAGE_COLD_BOOT;
-      next = RSM_STAGE_CLIENT_INIT;
-      break;
-    case RSM_STAGE_WARM:
-      file_printf("RSM stage WARM..");
-      ofa_rsm.boot_mode = ofa_rsm.rsm_stage = stage;
-      of_corvu_state.stage = OFA_STAGE_WARM_BOOT;
-      next = RSM_STAGE_WARM_CLIENT_INIT;
-      break;
-    case RSM_STAGE_CLIENT_INIT:
-      file_printf("RSM stage CLIENT INIT..");
-      ofa_rsm.rsm_stage = stage;
-      of_corvu_state.stage = OFA_STAGE_CLIENT_INIT;
-      next = RSM_STAGE_ACTIVE;
-      break;
-    case RSM_STAGE_WARM_CLIENT_INIT:
-      file_printf("RSM stage WARM CLIENT INIT..");
-      ofa_rsm.rsm_stage = stage;
-      of_corvu_state.stage = OFA_STAGE_WARM_CLIENT_INIT;
-      next = RSM_STAGE_ACTIVE;
-      break;
-    case RSM_STAGE_ACTIVE:
-      file_printf("RSM stage ACTIVE..");
-      ofa_rsm.rsm_stage = stage;
-      of_corvu_state.stage = OFA_STAGE_ACTIVE;
-      if (openflowAgtPcb.hw.of_flags & OF_PROFILE) {
-        if (ofa_rsm.handle >= 0 && ofa_rsm.boot_mode == RSM_STAGE_WARM) {
-          ofa_process_warm_recovery();
-        }
-        ofa_send_register_msg();
-        file_printf("OPENFLOW Agent register with manager\n");
-      }
-      next = RSM_STAGE_DONE;
-      break;
-    case RSM_STAGE_DONE:
-      file_printf("RSM stage DONE..");
-      of_corvu_state.stage = OFA_STAGE_STARTUP_DONE;
-      next = 0;
-      break;
-    case RSM_STAGE_STANDBY:
-      file_printf("RSM stage STANDBY..");
-      ofa_rsm.rsm_stage = stage;
-      of_corvu_state.stage = OFA_STAGE_STANDBY;
-      next = RSM_STAGE_DONE;
-      break;
-    case RSM_STAGE_HALT:
-      file_printf("RSM stage HALT..");
-      ofa_rsm.rsm_stage = stage;
-      of_corvu_state.stage = OFA_STAGE_HALT;
-      next = RSM_STAGE_DONE;
-      break;
-    default:
-      of_corvu_state.stage = OFA_STAGE_UNKNOWN;
-      next = 0;
-      break;
+  const rsm_stage_info* row = rsm_stage_find(stage);
+  if (row) file_printf("%s", row->recover);
+  if (row && row->boot != rsm_boot::none) ofa_rsm.boot_mode = stage;
+  if (row && row->recorded) ofa_rsm.rsm_stage = stage;
+  of_corvu_state.stage = row ? row->agent_stage : OFA_STAGE_UNKNOWN;
+  if (stage == RSM_STAGE_ACTIVE && (openflowAgtPcb.hw.of_flags & OF_PROFILE)) {
+    if (ofa_rsm.handle >= 0 && ofa_rsm.boot_mode == RSM_STAGE_WARM) {
+      ofa_process_warm_recovery();
+    }
+    ofa_send_register_msg();
+    file_printf("OPENFLOW Agent register with manager\n");
   }
+  uint32_t next = row ? row->next : 0;
   file_printf("%s: Current Stage  %d, Next Stage %d\n", __func__, static_cast<int>(stage),
               static_cast<int>(next));
   return next;
@@ -161,8 +100,8 @@ int openflowRsmRecvUpdate(void*, int, int) {
 
 int openflowRsmSendDump(void*, int version, int tid) {
   file_printf("send dump, vers: %d, tid: %d", version, tid);
-  rsmd_notify_status(of_corvu_state.rsm_handle, 3, 0);
-  rsmd_notify_status(of_corvu_state.rsm_handle, 2, 0);
+  rsmd_notify_status(of_corvu_state.rsm_handle, RSM_STATUS_DUMP_SENT, 0);
+  rsmd_notify_status(of_corvu_state.rsm_handle, RSM_STATUS_DUMP_DONE, 0);
   return 0;
 }
 
@@ -188,8 +127,7 @@ int openflowRsmSendUpdate() {
 }
 
 const char* openflowRsmStageName(uint32_t stage) {
-  if (stage >= 12 || !kStageNames[stage]) return "Unknown";
-  return kStageNames[stage];
+  return rsm_agent_stage_name(stage);
 }
 
 void ofa_process_warm_recovery() {
@@ -213,36 +151,14 @@ void openflow_rsm_show(void (*cb)(const char* line)) {
   std::snprintf(line, sizeof line, "    RSM HA %s\n",
                 openflow_ha_state == 1 ? "Enabled" : "Disabled");
   cb(line);
-  const char* name = nullptr;
-  switch (ofa_rsm.rsm_stage) {
-    case RSM_STAGE_COLD:
-      name = "Cold Boot";
-      break;
-    case RSM_STAGE_WARM:
-      name = "Warm Boot";
-      break;
-    case RSM_STAGE_CLIENT_INIT:
-      name = "Client Initialization";
-      break;
-    case RSM_STAGE_HALT:
-      name = "Halt";
-      break;
-    case RSM_STAGE_STANDBY:
-      name = "Standby";
-      break;
-    case RSM_STAGE_ACTIVE: {
-      const char* boot = ofa_rsm.boot_mode == RSM_STAGE_COLD   ? "Cold"
-                         : ofa_rsm.boot_mode == RSM_STAGE_WARM ? "Warm"
-                                                               : "Unknown";
-      std::snprintf(line, sizeof line, "    Stage: %s, Startup: %s\n", "Active", boot);
-      cb(line);
-      return;
-    }
-    default:
-      cb("    Stage: Unknown\n");
-      return;
+  const rsm_stage_info* row = rsm_stage_find(ofa_rsm.rsm_stage);
+  if (row && row->stage == RSM_STAGE_ACTIVE) {
+    std::snprintf(line, sizeof line, "    Stage: %s, Startup: %s\n", row->name,
+                  rsm_boot_name(ofa_rsm.boot_mode));
+  } else {
+    std::snprintf(line, sizeof line, "    Stage: %s\n",
+                  row && row->in_summary ? row->name : "Unknown");
   }
-  std::snprintf(line, sizeof line, "    Stage: %s\n", name);
   cb(line);
 }
 

@@ -6,6 +6,7 @@
 
 #include "agent/rsm_state.h"
 
+// 0, or OFA_E_BAD_OR_MISSING when the stage driver refuses the registration.
 int openflowRsmInit();
 int openflowRsmStart();
 int openflowRsmSendUpdate();

@@ -4,6 +4,7 @@
 
 #include "adapter/chip_req.h"
 #include "agent/agent_globals.h"
+#include "agent/status.h"
 #include "agent/trace.h"
 #include "chip/chip_table.h"
 #include "chip/hsl_transport.h"
@@ -14,7 +15,7 @@ namespace {
 constexpr uint32_t kFam = OF_FAMILY_ARD;
 
 int send(of_chip_entry* chip, uint32_t len) {
-  if (len == 0) return OF_NL_E_SEND;
+  if (len == 0) return OFA_E_HSL_SEND;
   uint32_t rsp = len;
   return ofCosIoctl(chip->ifindex, ofNLReqArea().data(), len, nullptr, &rsp);
 }
@@ -39,8 +40,9 @@ uint32_t build_l2_default(uint8_t action) {
   p.region = OF_REGION_DEFAULT;
   p.key.vpn_id = ARD_DFLT_L2_VPN;
   p.key.valid = OF_L2_VALID_VPN;
-  p.result.fwd_action = 2;
-  p.result.flags = OF_L2_FLAG_ACTION_VALID | (action ? OF_L2_FLAG_COPY_CTRL : 0u);
+  p.result.fwd_action = OF_L2_FWD_DROP;
+  p.result.flags =
+      OF_L2_FLAG_ACTION_VALID | (action == OFA_DEFAULT_ACTION_TO_CTRL ? OF_L2_FLAG_COPY_CTRL : 0u);
   return of_build_l2flow_req(ofNLReqArea(), p);
 }
 
@@ -50,7 +52,7 @@ uint32_t build_reserved(uint32_t handle, uint16_t iivid, uint32_t mask) {
   p.region = OF_REGION_TOP;
   p.key.iivid = iivid;
   p.key.valid = OF_L2_VALID_IIVID | of_l2_valid_iivid_mask(mask);
-  p.result.fwd_action = 3;
+  p.result.fwd_action = OF_L2_FWD_LOCAL;
   p.result.flags = OF_L2_FLAG_ACTION_VALID;
   return of_build_l2flow_req(ofNLReqArea(), p);
 }
@@ -61,9 +63,9 @@ uint32_t build_l3_default(uint8_t action) {
   p.region = OF_REGION_DEFAULT;
   p.key.vpn_id = ARD_DFLT_L3_VPN;
   p.key.valid = OF_L3_VALID_VPN;
-  p.result.fwd_action = 3;
+  p.result.fwd_action = OF_L3_FWD_LOCAL;
   p.result.flags_a = OF_L3_FA_ACTION_VALID;
-  p.result.flags_b = action ? OF_L3_FB_TO_CTRL : 0u;
+  p.result.flags_b = action == OFA_DEFAULT_ACTION_TO_CTRL ? OF_L3_FB_TO_CTRL : 0u;
   return of_build_l3flow_req(ofNLReqArea(), p);
 }
 
@@ -133,12 +135,13 @@ int ard_add_def_entries(of_chip_entry* chip, uint8_t default_action) {
 int ard_upd_def_entries(of_chip_entry* chip, uint8_t default_action) {
   uint8_t action = default_action & 1;
   of_l2_result l2;
-  l2.fwd_action = 2;
-  l2.flags = OF_L2_FLAG_ACTION_VALID | (action ? OF_L2_FLAG_COPY_CTRL : 0u);
+  l2.fwd_action = OF_L2_FWD_DROP;
+  l2.flags =
+      OF_L2_FLAG_ACTION_VALID | (action == OFA_DEFAULT_ACTION_TO_CTRL ? OF_L2_FLAG_COPY_CTRL : 0u);
   of_l3_result l3;
-  l3.fwd_action = 3;
+  l3.fwd_action = OF_L3_FWD_LOCAL;
   l3.flags_a = OF_L3_FA_ACTION_VALID;
-  l3.flags_b = action ? OF_L3_FB_TO_CTRL : 0u;
+  l3.flags_b = action == OFA_DEFAULT_ACTION_TO_CTRL ? OF_L3_FB_TO_CTRL : 0u;
   for (int step = 0; step < 2; ++step) {
     uint32_t len = step == 0 ? of_build_l2flow_upd_req(ofNLReqArea(), 1, OF_REGION_DEFAULT, l2)
                              : of_build_l3flow_upd_req(ofNLReqArea(), 1, OF_REGION_DEFAULT, l3);

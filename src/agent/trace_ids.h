@@ -1,0 +1,40 @@
+// Every trace id the agent gives ofa_trace, grouped by thousands so that a subsystem's traces
+// stand together. The numbers are fixed: they travel in the trace rings and the printed lines.
+//
+//   5000  ports                     16000  VLAN, IIVID and EVT tables
+//   10000 manager messages          19000  hardware adapter
+//   11000 message handlers          20000  ard backend
+//   13000 start-up and chip up      21000  ard2 backend
+//                                   22000  zim backend
+//
+// A subsystem adds its ids in its own group when it lands.
+#pragma once
+
+#include <cstdint>
+
+enum ofa_trace_id : uint32_t {
+  // 10000: manager messages (walk of a datagram, send, registration).
+  OFA_TR_MSG_INVALID_TYPE = 10000,
+  OFA_TR_MSG_RECEIVED = 10001,
+  OFA_TR_MSG_NO_SLOT = 10002,
+  OFA_TR_MSG_SENT = 10003,
+  OFA_TR_REGISTER = 10004,
+  OFA_TR_REGISTER_ALLOC = 10005,
+  OFA_TR_REGISTER_SEND = 10006,
+  OFA_TR_MSG_OVERRUN = 10007,
+  OFA_TR_MSG_TOO_LONG = 10008,
+
+  // 13000: start-up, hardware resources, chip up.
+  OFA_TR_HW_RESOURCE_INFO = 13007,
+  OFA_TR_HW_PROFILE_NOT_SET = 13008,
+  OFA_TR_HW_PROFILES = 13009,
+  OFA_TR_HW_TCAM_SIZES = 13010,
+  OFA_TR_HW_SYS_INIT_FAILED = 13011,
+  OFA_TR_HW_SYS_PARAM_FAILED = 13012,
+  OFA_TR_CHIP_UP = 13013,
+  OFA_TR_CHIP_UP_NOT_HANDLING = 13014,
+  OFA_TR_HW_RESOURCE_FAILED = 13015,
+  OFA_TR_HW_RESOURCE_DONE = 13016,
+  OFA_TR_NETLINK_INIT_DONE = 13018,
+  OFA_TR_TRACE_INITIALIZED = 13019,
+};

@@ -95,9 +95,11 @@ constexpr const char* rsm_boot_name(uint32_t stage) {
 constexpr bool rsm_walks(rsm_boot boot, std::array<uint32_t, 4> expected) {
   uint32_t stage = rsm_boot_stage(boot);
   for (uint32_t want : expected) {
-    const rsm_stage_info* row = rsm_stage_find(stage);
-    if (stage != want || !row) return false;
-    stage = row->next;
+    if (stage != want) return false;
+    uint32_t next = 0;
+    for (const rsm_stage_info& row : RSM_STAGES)
+      if (row.stage == stage) next = row.next;
+    stage = next;
   }
   return stage == 0;
 }

@@ -1,6 +1,7 @@
 // Logging: `ofa_trace` for numbered events and `file_printf` for free text. Both reach the sinks
 // that bits of `debugOpenflow` choose: 0x80000 the debug-log file, 0x40000 the console, 0x20000
 // the debug channel. `ofa_trace` also stores the event's words in the module's trace ring.
+// Its ids are named, by subsystem, in agent/trace_ids.h.
 //
 // Texts are bounded: a trace formats into 200 bytes and its file line into 240; file_printf into
 // 200 (file) and 256 (console, channel). Longer texts are cut.

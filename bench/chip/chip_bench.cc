@@ -15,10 +15,10 @@
 #include <string>
 #include <thread>
 
-#include "adapter/chip_req.h"
 #include "adapter/chip_up.h"
 #include "adapter/tcam_id_pool.h"
 #include "agent/agent_globals.h"
+#include "chip/chip_req.h"
 #include "chip/chip_table.h"
 #include "chip/hsl_transport.h"
 #include "control/platform_config.h"

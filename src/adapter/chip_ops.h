@@ -1,7 +1,8 @@
 // The chip operation table: 40 slots, each an array of five handlers indexed by the family
-// (0 none, 1 zim, 2 ard, 3 ard2, 4 unsupported). A null entry means the family lacks the
-// operation. Callers compute the family afresh, read the slot, and take their no-handler path
-// when it is null; no caller caches a handler or the family.
+// (0 none, 1 zim, 2 ard, 3 ard2, 4 unsupported), each row made of the families' handler lists
+// (backends/<family>/). A null entry means the family lacks the operation. Callers compute the
+// family afresh, read the slot, and take their no-handler path when it is null; no caller caches a
+// handler or the family.
 //
 // Handlers answer 0 or a negative status (agent/status.h): OFA_E_CHIP the chip refused,
 // OFA_E_HSL_SEND not sent, OFA_E_BAD_OR_MISSING unknown chip, OFA_E_NO_HANDLER (callers),
@@ -11,62 +12,8 @@
 #include <array>
 #include <cstdint>
 
-#include "adapter/chip_up.h"
-
-struct of_chip_entry;
-struct of_if_entry;
-struct of_vlan_entry;
-struct group_node;
-struct fd_entry;
-struct of_flow_actions;
-struct of_flow_hw_ref;
-struct of_flow_stats_batch;
-struct of_queue_stats_record;
-
-inline constexpr uint32_t OF_FAMILY_COLUMNS = 5;
-
-// Committed rate and burst, a word copied along, excess rate and burst, a last word.
-struct of_policer_rate {
-  uint64_t cir = 0;
-  uint32_t cbs = 0;
-  uint32_t spare = 0;
-  uint64_t eir = 0;
-  uint32_t ebs = 0;
-  uint32_t last = 0;
-};
-
-// The family of this switch, from the stored model, read afresh at each call.
-uint32_t of_chip_family();
-
-using of_chip_fn = int (*)(of_chip_entry* chip);
-using of_chip_action_fn = int (*)(of_chip_entry* chip, uint8_t default_action);
-using of_port_handle_action_fn = int (*)(of_if_entry* port, uint32_t handle,
-                                         uint8_t default_action);
-using of_port_handle_fn = int (*)(of_if_entry* port, uint32_t handle);
-using of_port_word_fn = int (*)(of_if_entry* port, uint32_t spare);
-using of_port_fn = int (*)(of_if_entry* port);
-using of_vlan_fn = int (*)(of_vlan_entry* vlan);
-using of_vlan_word_fn = int (*)(of_vlan_entry* vlan, uint32_t spare);
-using of_l2fwd_add_fn = int (*)(uint32_t zero, uint32_t iivid, const uint8_t* mac, uint32_t port);
-using of_l2fwd_del_fn = int (*)(uint32_t zero, uint32_t iivid, const uint8_t* mac);
-using of_flow_fn = int (*)(of_chip_entry* chip, fd_entry* flow, of_flow_actions* actions,
-                           of_flow_hw_ref* hw);
-using of_flow_del_fn = int (*)(of_chip_entry* chip, fd_entry* flow, of_flow_hw_ref* hw);
-using of_policer_fn = int (*)(of_chip_entry* chip, uint32_t policer_id,
-                              const of_policer_rate* rate);
-using of_policer_del_fn = int (*)(of_chip_entry* chip, uint32_t policer_id);
-using of_get_flow_stats_fn = int (*)(of_flow_stats_batch* batch, uint32_t l3);
-using of_clr_flow_stats_fn = int (*)(uint32_t handle, uint32_t l3);
-using of_get_queue_stats_fn = int (*)(of_queue_stats_record* record);
-using of_clr_pol_stats_fn = int (*)(const uint32_t* ids, uint32_t count);
-using of_group_mgid_fn = int (*)(uint32_t mgid, uint32_t nhopid, group_node* group);
-using of_group_mgid_del_fn = int (*)(uint32_t mgid, uint32_t nhopid);
-using of_group_nhop_fn = int (*)(uint32_t nhopid, group_node* group);
-using of_group_nhop_del_fn = int (*)(uint32_t nhopid, uint32_t nhopid_again);
-using of_get_pol_stats_fn = int (*)(uint32_t chip_ifindex, const uint32_t* ids, uint64_t* first,
-                                    uint64_t* second, uint32_t count);
-using of_egr_vlan_trans_fn = int (*)(int32_t iivid, of_if_entry* port, uint32_t tagged,
-                                     uint32_t egr_vlan, uint32_t remove);
+#include "backends/chip_family.h"
+#include "backends/chip_handlers.h"
 
 template <typename Fn>
 using of_slot = std::array<Fn, OF_FAMILY_COLUMNS>;

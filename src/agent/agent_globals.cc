@@ -7,7 +7,3 @@ openflow_lp_globals g_openflow_lp{};
 int openflow_init_completed = 0;
 
 openflow_module openflow_modules[OF_MODULE_COUNT] = {};
-
-uint32_t ofa_family() {
-  return of_family_index(openflowAgtPcb.model);
-}

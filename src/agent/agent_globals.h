@@ -1,10 +1,8 @@
 // The agent's process-wide records: the process control block `openflowAgtPcb` with the hardware
 // resources learnt at start-up, the platform-facing state `of_corvu_state` (stage, queue, manager
-// socket and its counters, RSM identity), the module table, and the family tables indexed by the
-// switch model's family.
+// socket and its counters, RSM identity) and the module table.
 #pragma once
 
-#include <array>
 #include <cstdint>
 
 #include "agent/thread.h"
@@ -132,38 +130,3 @@ inline constexpr uint32_t OF_MODULE_AGT = 2;
 inline constexpr uint32_t OF_MODULE_MGR = 3;
 inline constexpr uint32_t OF_MODULE_COUNT = 4;
 extern openflow_module openflow_modules[OF_MODULE_COUNT];
-
-// --- families -----------------------------------------------------------------------------------
-inline constexpr uint32_t OF_FAMILY_ZIM = 1;
-inline constexpr uint32_t OF_FAMILY_ARD = 2;
-inline constexpr uint32_t OF_FAMILY_ARD2 = 3;
-inline constexpr uint32_t OF_FAMILY_NONE = 4;
-
-constexpr uint32_t of_family_index(uint32_t model) {
-  switch (model) {
-    case 131:
-    case 137:
-    case 138:
-    case 151:
-    case 155:
-      return OF_FAMILY_ARD;
-    case 153:
-    case 154:
-    case 164:
-      return OF_FAMILY_ARD2;
-    default:
-      return (model >= 1004 && model <= 1011) ? OF_FAMILY_ZIM : OF_FAMILY_NONE;
-  }
-}
-
-// Five entries each; index 0 holds nothing.
-inline constexpr std::array<uint32_t, 5> of_dflt_ivid_offset = {0, 4, 4, 0, 0};
-inline constexpr std::array<uint32_t, 5> of_l2psel_reg_dflt_size = {0, 8, 1, 144, 0};
-inline constexpr std::array<uint32_t, 5> of_ipv4psel_reg_dflt_size = {0, 8, 1, 144, 0};
-inline constexpr std::array<uint32_t, 5> of_l2psel_reg_top_size = {0, 2, 2, 1, 0};
-inline constexpr std::array<uint32_t, 5> of_ipv4psel_reg_top_size = {0, 2, 2, 1, 0};
-inline constexpr std::array<uint32_t, 5> of_l2psel_reg_dflt_max = {0, 96, 24, 145, 0};
-inline constexpr std::array<uint32_t, 5> of_ipv4psel_reg_dflt_max = {0, 96, 24, 145, 0};
-
-// The family of this switch (from openflowAgtPcb.model).
-uint32_t ofa_family();

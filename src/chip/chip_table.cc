@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <new>
 
-#include "adapter/chip_req.h"
 #include "agent/agent_globals.h"
 #include "agent/status.h"
 #include "agent/trace.h"
+#include "chip/chip_req.h"
 #include "chip/hsl_transport.h"
 #include "foundation/avl_tree.h"
 #include "platform/ifindex.h"

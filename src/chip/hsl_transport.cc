@@ -14,7 +14,6 @@
 #include "agent/status.h"
 #include "agent/thread.h"
 #include "agent/trace.h"
-#include "chip/chip_table.h"
 #include "platform/run_dir.h"
 #include "platform/system.h"
 #include "platform/wire.h"
@@ -391,55 +390,7 @@ int ofSendPktOut(uint32_t word, const uint8_t* data, uint32_t size) {
   return 0;
 }
 
-// ---- life -------------------------------------------------------------------------------------
-
-int ofNLInit() {
-  ofInitSlotTable();
-  int rc = ofInitChipTable();
-  if (rc != 0) return rc;
-  uint32_t size = 0;
-  ofNLSocketInit(&ofHslEventSock, "ofHslEvent", &size);
-  rc = ofNLSocket(&ofHslEventSock, OF_NL_CLIENT_EVENT);
-  if (rc != 0) return rc;
-  rc = ofNLRecvMsgThread(&ofHslEventSock, ofNLRspBuf.data(), OF_NL_RSP_BUF_SIZE, ofProcessHslEvent,
-                         0);
-  if (rc != 0) return rc;
-  if (of_corvu_state.is_agent == 0) {
-    ofNLSocketInit(&ofHslMgrSock, "ofHslPkt", &size);
-    rc = ofNLSocket(&ofHslMgrSock, OF_NL_CLIENT_PKT);
-    if (rc != 0) return rc;
-    return ofNLRecvMsgThread(&ofHslMgrSock, ofNLPktBuf.data(), OF_NL_PKT_BUF_SIZE, ofProcessHslPkt,
-                             0);
-  }
-  // The command socket answers inside each ioctl; nothing is ever left on it for a reader.
-  ofNLSocketInit(&ofHslCmdSock, "ofHslCmd", &size);
-  return ofNLSocket(&ofHslCmdSock, OF_NL_CLIENT_CMD);
-}
-
-int ofNLStart() {
-  file_printf("ofNLStart: enter");
-  file_printf("ofNLStart: exit");
-  return 0;
-}
-
-int ofNLRecon() {
-  file_printf("ofNLRecon: enter");
-  file_printf("ofNLRecon: exit");
-  return 0;
-}
-
-int ofNLClientInit() {
-  file_printf("Client Init..");
-  return 0;
-}
-
-void ofRegisterNLModule() {
-  openflow_module& m = openflow_modules[OF_MODULE_NL];
-  m.id = OF_MODULE_NL;
-  m.name = "OF NL";
-  m.init = ofNLInit;
-  m.start = ofNLStart;
-}
+// ---- receive callbacks with nothing to do ------------------------------------------------------
 
 int ofProcessHslResp(uint8_t*, uint32_t, uintptr_t, uint16_t) {
   return 0;

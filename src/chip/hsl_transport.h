@@ -73,14 +73,6 @@ inline std::span<uint8_t> ofNLReqArea() {
   return std::span<uint8_t>(ofNLMsgBuf).subspan(OF_NL_REQ_OFFSET);
 }
 
-// Slot and chip tables, event socket, command socket; the first failure (the agent goes on).
-int ofNLInit();
-int ofNLStart();
-int ofNLRecon();
-int ofNLClientInit();
-// Fills position 1 of openflow_modules ("OF NL").
-void ofRegisterNLModule();
-
 int ofNLSocketInit(ofNLSock* sock, const char* name, uint32_t* size);
 int ofNLSocket(ofNLSock* sock, uint32_t client_type);
 int ofNLRecvMsgThread(ofNLSock* sock, uint8_t* buf, uint32_t size, ofNLRxFn fn, uintptr_t arg);

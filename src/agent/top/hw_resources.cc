@@ -7,6 +7,7 @@
 #include "agent/top/openflow_agt_main.h"
 #include "agent/trace.h"
 #include "agent/trace_ids.h"
+#include "backends/chip_family.h"
 #include "platform/wire.h"
 
 int ofa_get_hw_resrc_info() {
@@ -43,7 +44,7 @@ int ofa_get_hw_resrc_info() {
     return OFA_E_GENERIC;
   }
   ofa::wire::Reader r(record, sizeof record);
-  uint32_t family = of_family_index(openflowAgtPcb.model);
+  uint32_t family = of_chip_family();
   hw.limit_52 = r.u32_at(52);
   hw.limit_56 = r.u32_at(56);
   hw.iivid_min = r.u32_at(104);

@@ -17,6 +17,7 @@
 #include "agent/trace_ids.h"
 #include "chip/hsl_transport.h"
 #include "chip/if_table.h"
+#include "chip/nl_module.h"
 #include "foundation/kprintf.h"
 #include "manager/msg_catalogue.h"
 #include "manager/mxl.h"

@@ -8,6 +8,7 @@
 #include "agent/agent_globals.h"
 #include "agent/status.h"
 #include "agent/trace.h"
+#include "backends/chip_family.h"
 #include "chip/chip_event.h"
 #include "chip/chip_table.h"
 #include "manager/mxl.h"
@@ -131,7 +132,7 @@ const char* openflowRsmStageName(uint32_t stage) {
 }
 
 void ofa_process_warm_recovery() {
-  uint32_t family = ofa_family();
+  uint32_t family = of_chip_family();
   if (family == OF_FAMILY_ZIM) {
     uint32_t count = openflowAgtPcb.hw.slot_params.chip_count;
     for (uint32_t c = 0; c < count && c < SYS_MAX_CHIPS_PER_SLOT; ++c) {

@@ -2,10 +2,11 @@
 
 #include <array>
 
-#include "adapter/chip_req.h"
 #include "agent/agent_globals.h"
 #include "agent/status.h"
 #include "agent/trace.h"
+#include "backends/chip_family.h"
+#include "chip/chip_req.h"
 #include "chip/chip_table.h"
 #include "chip/hsl_transport.h"
 #include "platform/wire.h"

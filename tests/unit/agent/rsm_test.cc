@@ -10,6 +10,7 @@
 
 #include "agent/agent_globals.h"
 #include "agent/top/openflow_agt_main.h"
+#include "backends/chip_family.h"
 #include "chip/chip_table.h"
 #include "platform/ifindex.h"
 #include "platform/platform_file.h"

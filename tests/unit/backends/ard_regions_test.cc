@@ -4,9 +4,9 @@
 
 #include "../chip/chip_test_env.h"
 #include "adapter/chip_ops.h"
-#include "adapter/chip_req.h"
 #include "adapter/tcam_id_pool.h"
 #include "backends/ard/ard_regions.h"
+#include "chip/chip_req.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 // regions deleted first, and the model ends up with one set of regions and default entries.
 #include <memory>
 
-#include "adapter/chip_req.h"
 #include "agent/top/rsm.h"
+#include "chip/chip_req.h"
 #include "chip_test_env.h"
 #include "control/platform_config.h"
 #include "model/model.h"

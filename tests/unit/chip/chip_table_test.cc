@@ -2,7 +2,7 @@
 // reconciliation, requests to all chips, capabilities, show.
 #include <gtest/gtest.h>
 
-#include "adapter/chip_req.h"
+#include "chip/chip_req.h"
 #include "chip_test_env.h"
 #include "foundation/avl_tree.h"
 

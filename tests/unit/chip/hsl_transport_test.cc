@@ -11,8 +11,9 @@
 #include <random>
 #include <thread>
 
-#include "adapter/chip_req.h"
 #include "agent/top/rsm.h"
+#include "chip/chip_req.h"
+#include "chip/nl_module.h"
 #include "chip_test_env.h"
 #include "foundation/avl_tree.h"
 #include "platform/msg_queue.h"

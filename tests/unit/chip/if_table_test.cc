@@ -1,6 +1,6 @@
 // The interface table: adds with and without a chip, the fake chip up, duplicates, deletes, the
 // walk, the index decoders and the physical order.
-#include "adapter/chip_req.h"
+#include "chip/chip_req.h"
 #include "chip_test_env.h"
 #include "foundation/avl_tree.h"
 

@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "../agent/spine_test_util.h"
-#include "agent/top/rsm.h"
+#include "agent/rsm_state.h"
 #include "agent/trace.h"
 #include "platform/evrec.h"
 #include "platform/run_dir.h"

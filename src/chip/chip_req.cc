@@ -1,4 +1,4 @@
-#include "adapter/chip_req.h"
+#include "chip/chip_req.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // Golden bytes of every chip request record: a stated input and the exact bytes it must give,
 // written from the record layouts (offset: big-endian bytes; everything else in the request is
 // zero, and nothing behind it is touched).
-#include "adapter/chip_req.h"
+#include "chip/chip_req.h"
 
 #include <gtest/gtest.h>
 

@@ -10,6 +10,7 @@ have g++ || need+=(g++)
 have clang++ || need+=(clang)
 have clang-format || need+=(clang-format)
 have valgrind || need+=(valgrind)
+have python3 || need+=(python3-minimal)  # scripts/check-layers.sh
 [ -f /usr/include/gtest/gtest.h ] || need+=(libgtest-dev)
 [ -f /usr/include/gmock/gmock.h ] || need+=(libgmock-dev)
 [ -f /usr/include/benchmark/benchmark.h ] || need+=(libbenchmark-dev)

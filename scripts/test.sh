@@ -5,6 +5,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/deps.sh
 
+echo "== layers (scripts/layers.txt)"
+./scripts/check-layers.sh
+
 jobs=$(nproc)
 for preset in default asan; do
   echo "== build ($preset)"

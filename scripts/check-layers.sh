@@ -3,7 +3,7 @@
 # a file may include its own layer and the layers its row names; src/ includes nothing from
 # outside src/; tools/ take from src/ only what the tools row names. Prints
 # "file:line: includes X, which layer Y may not use" for each include outside the table and exits
-# 1 when there is one.
+# 1 when there is one. It also checks that docs/architecture.md quotes the table as it is.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 exec python3 - scripts/layers.txt <<'PY'
@@ -11,6 +11,7 @@ import os, re, sys
 
 layers = {}   # name -> set of layers it may include, or None for all
 paths = []    # (path, layer), deepest first
+rows = []     # the table's rows, words only, for the quote in the doc
 with open(sys.argv[1]) as f:
     for n, line in enumerate(f, 1):
         words = line.split('#', 1)[0].split()
@@ -18,6 +19,7 @@ with open(sys.argv[1]) as f:
             continue
         if len(words) < 3:
             sys.exit(f"{sys.argv[1]}:{n}: a row needs a layer, its paths and what it may include")
+        rows.append(words)
         name, where, may = words[0], words[1].split(','), words[2:]
         layers[name] = None if may == ['*'] else set() if may == ['-'] else set(may)
         paths += [(p.rstrip('/'), name) for p in where]
@@ -33,8 +35,21 @@ def layer_of(path):
             return name
     return None
 
-include = re.compile(r'^\s*#\s*include\s+"([^"]+)"')
+# docs/architecture.md quotes the table in the code block after its marker line.
+doc, quoted, at = 'docs/architecture.md', None, 1
+with open(doc) as f:
+    lines = f.read().split('\n')
+for n, line in enumerate(lines):
+    if line.strip() == '<!-- layers.txt -->':
+        at, first = n + 1, n + 2
+        last = lines.index('```', first) if '```' in lines[first:] else len(lines)
+        quoted = [l.split() for l in lines[first:last] if l.split()]
 bad = 0
+if quoted != rows:
+    print(f"{doc}:{at}: the quoted layer table is not the one of {sys.argv[1]}")
+    bad += 1
+
+include = re.compile(r'^\s*#\s*include\s+"([^"]+)"')
 for top in ('src', 'tools'):
     for root, dirs, files in os.walk(top):
         dirs.sort()
@@ -67,6 +82,6 @@ for top in ('src', 'tools'):
                           f"(it is in layer {theirs})")
                     bad += 1
 if bad:
-    print(f"{bad} include(s) against the layers of scripts/layers.txt (docs/architecture.md)")
+    print(f"{bad} finding(s) against the layers of scripts/layers.txt (docs/architecture.md)")
     sys.exit(1)
 PY

@@ -58,6 +58,7 @@ using of_get_pol_stats_fn = int (*)(uint32_t chip_ifindex, const uint32_t* ids, 
 using of_egr_vlan_trans_fn = int (*)(int32_t iivid, of_if_entry* port, uint32_t tagged,
                                      uint32_t egr_vlan, uint32_t remove);
 
+// Every slot is null unless the family's list names it.
 struct of_chip_handlers {
   of_chip_fn chip_reg_add = nullptr;                    //  1 of_chip_reg_add_ioctl_fn
   of_chip_fn chip_reg_del = nullptr;                    //  2 of_chip_reg_del_ioctl_fn

@@ -1,47 +1,7 @@
-// The zim family's handlers, one per slot of the operation table; null where zim has none yet.
+// The zim family's handlers: one per slot of the operation table (of_chip_handlers names the
+// 40), each null until the zim backend fills it in.
 #pragma once
 
 #include "backends/chip_handlers.h"
 
-inline constexpr of_chip_handlers zim_handlers = {
-    .chip_reg_add = nullptr,
-    .chip_reg_del = nullptr,
-    .def_ent_add = nullptr,
-    .def_ent_upd = nullptr,
-    .port_def_ent_add = nullptr,
-    .port_def_ent_upd = nullptr,
-    .port_def_ent_del = nullptr,
-    .port_en = nullptr,
-    .port_dis = nullptr,
-    .port_state = nullptr,
-    .iivid_add = nullptr,
-    .iivid_rem = nullptr,
-    .vlan_flood_mgid_upd = nullptr,
-    .l2fwd_add = nullptr,
-    .l2fwd_del = nullptr,
-    .l2flow_add = nullptr,
-    .l2flow_mod = nullptr,
-    .l2flow_del = nullptr,
-    .l3flow_ipv4add = nullptr,
-    .l3flow_ipv4mod = nullptr,
-    .l3flow_ipv4del = nullptr,
-    .policer_add = nullptr,
-    .policer_mod = nullptr,
-    .policer_del = nullptr,
-    .get_flow_stats = nullptr,
-    .clr_flow_stats = nullptr,
-    .get_queue_stats = nullptr,
-    .clr_pol_stats = nullptr,
-    .group_l2_mgid_add = nullptr,
-    .group_l2_mgid_mod = nullptr,
-    .group_l3_mgid_add = nullptr,
-    .group_l3_mgid_mod = nullptr,
-    .group_mgid_del = nullptr,
-    .group_mp_nhop_add = nullptr,
-    .group_mp_nhop_mod = nullptr,
-    .group_sp_nhop_add = nullptr,
-    .group_sp_nhop_mod = nullptr,
-    .group_nhop_del = nullptr,
-    .get_pol_stats = nullptr,
-    .egr_vlan_trans_upd = nullptr,
-};
+inline constexpr of_chip_handlers zim_handlers = {};

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -17,6 +18,7 @@ namespace {
 
 std::mutex g_mu;
 FILE* g_log = nullptr;
+std::atomic<bool> g_open{false};  // g_log is set; read without the lock
 
 constexpr size_t kLineMax = 256;
 
@@ -122,7 +124,9 @@ int ofa_debug_log_open(const std::string& path) {
   if (g_log) {
     std::fclose(g_log);
     g_log = nullptr;
+    g_open = false;
   }
+  if (path == OFA_DEBUG_LOG_OFF) return 0;
   FILE* f = create_and_open(path);
   if (!f) return OFA_E_GENERIC;
   std::fseek(f, 0, SEEK_END);
@@ -143,6 +147,7 @@ int ofa_debug_log_open(const std::string& path) {
     write_fresh_head(f);
   }
   g_log = f;
+  g_open = true;
   return 0;
 }
 
@@ -150,11 +155,11 @@ void ofa_debug_log_close() {
   std::lock_guard<std::mutex> lock(g_mu);
   if (g_log) std::fclose(g_log);
   g_log = nullptr;
+  g_open = false;
 }
 
 bool ofa_debug_log_is_open() {
-  std::lock_guard<std::mutex> lock(g_mu);
-  return g_log != nullptr;
+  return g_open;
 }
 
 void ofa_debug_log_write(const char* text) {

@@ -114,8 +114,16 @@ void format_text(char* buf, size_t size, const char* fmt, va_list ap) {
   va_end(copy);
 }
 
-void printf_sinks(bool channel, const char* format, va_list ap) {
+// The sink bits in force: the file's bit counts only while the debug log is open, so that with
+// the log off nothing is formatted for it.
+uint32_t sink_bits() {
   uint32_t bits = debugOpenflow;
+  if ((bits & OFA_DEBUG_FILE) && !ofa_debug_log_is_open()) bits &= ~OFA_DEBUG_FILE;
+  return bits;
+}
+
+void printf_sinks(bool channel, const char* format, va_list ap) {
+  uint32_t bits = sink_bits();
   if (bits & OFA_DEBUG_FILE) {
     char text[OFA_PRINTF_FILE_MAX];
     format_text(text, sizeof text, format, ap);
@@ -153,7 +161,7 @@ void ofa_trace(uint32_t module, uint32_t level, uint32_t nargs, uint32_t id, con
   }
   if (emit) {
     trace_module_store_lvl(g_handles[module], OFA_AGENT_MODULE, id, level, words);
-    uint32_t bits = debugOpenflow;
+    uint32_t bits = sink_bits();
     if (bits & (OFA_DEBUG_CONSOLE | OFA_DEBUG_FILE | OFA_DEBUG_CHANNEL)) {
       char text[OFA_TRACE_TEXT_MAX];
       format_text(text, sizeof text, format, ap);

@@ -31,7 +31,7 @@ int32_t of_dce_get_slot_chip_id(uint32_t flat_id) {
   return ofa::platform::dce_get_slot_chip_id(ofa_sys_platform(), flat_id);
 }
 uint32_t of_dce_get_ifindex(uint32_t flat_id) {
-  return ofa::platform::dce_get_ifindex(flat_id);
+  return ofa::platform::dce_get_ifindex(ofa_sys_platform(), flat_id);
 }
 
 // ---- tables ---------------------------------------------------------------------------------

@@ -42,17 +42,17 @@ int32_t dce_get_flat_chip_id(const Platform& p, uint32_t ifindex) {
       return -1;
   }
   if (!chip) return -1;
-  return static_cast<int32_t>(flat_chip_id(static_cast<uint32_t>(slot), chip->local_id));
+  return p.flat_chip_id(static_cast<uint32_t>(slot), chip->local_id);
 }
 
 int32_t dce_get_slot_chip_id(const Platform& p, uint32_t flat_id) {
-  uint32_t slot = flat_id / kChipsPerSlot;
-  uint32_t local = flat_id % kChipsPerSlot;
-  return p.find_chip(slot, local) ? static_cast<int32_t>(local) : -1;
+  auto place = p.chip_by_flat_id(flat_id);
+  return place ? static_cast<int32_t>(place->local_id) : -1;
 }
 
-uint32_t dce_get_ifindex(uint32_t flat_id) {
-  return chip_ifindex(flat_id / kChipsPerSlot, flat_id % kChipsPerSlot);
+uint32_t dce_get_ifindex(const Platform& p, uint32_t flat_id) {
+  auto place = p.chip_by_flat_id(flat_id);
+  return place ? chip_ifindex(place->slot, place->local_id) : 0;
 }
 
 }  // namespace ofa::platform

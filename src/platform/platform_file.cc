@@ -28,9 +28,9 @@ boot = cold
 limit_52 = 4096
 limit_56 = 4096
 mgid_start = 8000
-mgid_end = 8999
-iivid_min = 4000
-iivid_max = 4999
+mgid_end = 9018
+iivid_min = 7168
+iivid_max = 8186
 policer_start = 1
 policer_end = 3960
 
@@ -280,7 +280,6 @@ class Parser {
     }
   }
 
-  // The key as the duplicate check sees it: "chip.01.type" is "chip.1.type".
   // "chip.<id>.<attribute>" split into its id text and attribute; nullopt for any other key.
   struct ChipKey {
     std::string_view id;
@@ -316,6 +315,10 @@ class Parser {
     auto it = std::find_if(slot.chips.begin(), slot.chips.end(),
                            [&](const ChipDesc& c) { return c.local_id == *id; });
     if (it == slot.chips.end()) {
+      if (++chips_ > kMaxChips) {
+        fail("more than " + std::to_string(kMaxChips) + " chips in the switch");
+        return;
+      }
       slot.chips.push_back(ChipDesc{*id, 0, {}});
       it = slot.chips.end() - 1;
     }
@@ -369,6 +372,7 @@ class Parser {
   std::set<std::string> sections_;
   size_t line_ = 0;
   size_t my_slot_line_ = 0;
+  uint32_t chips_ = 0;
   bool have_model_ = false;
   bool failed_ = false;
   std::string error_;
@@ -396,6 +400,25 @@ const ChipDesc* Platform::chip_for_port(uint32_t slot, uint32_t port) const {
   for (const auto& c : s->chips)
     if (std::binary_search(c.ports.begin(), c.ports.end(), port)) return &c;
   return nullptr;
+}
+
+int32_t Platform::flat_chip_id(uint32_t slot, uint32_t local_id) const {
+  int32_t flat = 0;
+  for (const auto& s : slots) {
+    for (const auto& c : s.chips) {
+      if (s.slot == slot && c.local_id == local_id) return flat;
+      ++flat;
+    }
+  }
+  return -1;
+}
+
+std::optional<Platform::ChipPlace> Platform::chip_by_flat_id(uint32_t flat) const {
+  for (const auto& s : slots) {
+    if (flat < s.chips.size()) return ChipPlace{s.slot, s.chips[flat].local_id};
+    flat -= static_cast<uint32_t>(s.chips.size());
+  }
+  return std::nullopt;
 }
 
 std::string Platform::port_name(uint32_t port) const {

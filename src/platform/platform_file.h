@@ -24,6 +24,9 @@
 //   chip.0.type = 1         # chip with local id 0 and its type word
 //   chip.0.ports = 1-24,30  # front-panel ports it serves
 //
+// The chips of all slots form the switch's chip table, at most 96 chips. A chip's flat id is its
+// place in that table: numbered from 0, slots ascending, then local ids ascending.
+//
 // Errors name the place: "file:line: reason".
 #pragma once
 
@@ -81,6 +84,14 @@ struct Platform {
   const ChipDesc* find_chip(uint32_t slot, uint32_t local_id) const;
   // The chip of `slot` that serves front-panel port `port`, or null.
   const ChipDesc* chip_for_port(uint32_t slot, uint32_t port) const;
+  // The flat id of chip `local_id` of `slot`, or -1 when the chip table has no such chip.
+  int32_t flat_chip_id(uint32_t slot, uint32_t local_id) const;
+  // Slot and local id of the chip with flat id `flat`, or nothing.
+  struct ChipPlace {
+    uint32_t slot = 0;
+    uint32_t local_id = 0;
+  };
+  std::optional<ChipPlace> chip_by_flat_id(uint32_t flat) const;
   // The name of port n: its own name, else name_format with {slot} and {port} filled in.
   std::string port_name(uint32_t port) const;
 };
@@ -89,6 +100,8 @@ struct Platform {
 inline constexpr uint32_t kMaxSlot = 9;
 // Highest local chip id (five bits of a chip's interface index).
 inline constexpr uint32_t kMaxLocalChip = 31;
+// Most chips a switch may have: a flow's hardware reference holds one handle per flat chip id.
+inline constexpr uint32_t kMaxChips = 96;
 
 struct ParseError {
   std::string message;  // "file:line: reason"

@@ -1,8 +1,10 @@
 #include "platform/run_dir.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -56,6 +58,31 @@ std::string qcf_path(std::string_view client) {
   return under("qcf", client);
 }
 
+std::optional<std::string> check_run_dir() {
+  const std::string dir = run_dir();
+  auto refuse = [&](const std::string& why) { return dir + ": run directory refused: " + why; };
+  struct stat st {};
+  if (::lstat(dir.c_str(), &st) != 0) {
+    if (errno == ENOENT) return std::nullopt;
+    return refuse(std::strerror(errno));
+  }
+  const uid_t me = ::geteuid();
+  if (S_ISLNK(st.st_mode)) {
+    if (st.st_uid != me) return refuse("a symbolic link of uid " + std::to_string(st.st_uid));
+    if (::stat(dir.c_str(), &st) != 0) return refuse(std::strerror(errno));
+  }
+  if (!S_ISDIR(st.st_mode)) return refuse("not a directory");
+  if (st.st_uid != me)
+    return refuse("owned by uid " + std::to_string(st.st_uid) + ", not by uid " +
+                  std::to_string(me));
+  if (st.st_mode & (S_IWGRP | S_IWOTH)) {
+    char mode[8];
+    std::snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(st.st_mode & 07777));
+    return refuse(std::string("writable by group or others (mode ") + mode + ")");
+  }
+  return std::nullopt;
+}
+
 std::optional<std::string> ensure_parent_dir(const std::string& path) {
   if (path.size() > kMaxSocketPath) {
     return path + ": longer than the " + std::to_string(kMaxSocketPath) +
@@ -70,6 +97,7 @@ std::optional<std::string> ensure_parent_dir(const std::string& path) {
       if (auto err = make_dir(parent.substr(0, at))) return err;
     }
   }
+  if (path.starts_with(run_dir() + "/")) return check_run_dir();
   return std::nullopt;
 }
 

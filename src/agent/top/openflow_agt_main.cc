@@ -24,6 +24,7 @@
 #include "platform/asp.h"
 #include "platform/evrec.h"
 #include "platform/rsmd.h"
+#include "platform/run_dir.h"
 #include "platform/system.h"
 #include "platform/wire.h"
 
@@ -254,6 +255,10 @@ int openflow_agt_main(int argc, char** argv) {
   std::string error;
   if (ofa_sys_load(&error) != 0) {
     std::fprintf(stderr, "%s\n", error.c_str());
+    return OFA_EXIT_PLATFORM;
+  }
+  if (auto refused = ofa::platform::check_run_dir()) {
+    std::fprintf(stderr, "%s\n", refused->c_str());
     return OFA_EXIT_PLATFORM;
   }
   int rc = openflowAgt_corvu_init();

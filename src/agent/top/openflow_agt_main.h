@@ -6,7 +6,7 @@
 
 struct ipc_src;
 
-// Exit code when the platform file cannot be read.
+// Exit code when the platform file cannot be read or the run directory is refused.
 inline constexpr int OFA_EXIT_PLATFORM = 2;
 
 // The first start-up steps: state pointer, process name (base name of argv[0], at most 80 bytes),

@@ -1,6 +1,7 @@
 // openflowAgtd against ofa-chipsim: the regions and default entries of a cold start, the warm
 // start over a simulator that still holds them, failures injected into the simulator, a switch
-// model outside the family table, and the receive checks on real event datagrams.
+// model outside the family table, the receive checks on real event datagrams, and the run
+// directory every program refuses.
 #include "chip_processes.h"
 
 namespace {
@@ -119,7 +120,7 @@ TEST_F(ChipStart, FailingRegionStillLeadsToTheDefaultEntries) {
     EXPECT_TRUE(has(log[i], "\"command\":\"l2flow_add\"")) << log[i];
   EXPECT_TRUE(has(log[9], "\"command\":\"l3flow_add\"")) << log[9];
   EXPECT_TRUE(has(agent_log(), "Unable to create region ldev: 23, region: 30, size 24, rc: -106"));
-  EXPECT_TRUE(has(agent_log(), "OPENFLOW Unable to add region for chip 32, rc: -106"));
+  EXPECT_TRUE(has(agent_log(), "OPENFLOW Unable to add region for chip 0, rc: -106"));
 }
 
 TEST_F(ChipStart, FailingSecondDefaultEntryStopsTheRest) {
@@ -141,7 +142,7 @@ TEST_F(ChipStart, FailingSecondDefaultEntryStopsTheRest) {
                   "\"capacity\":2,\"count\":0,"));
   EXPECT_TRUE(
       has(agent_log(), "Unable to program ASIC Reserved IVID-1 entry hdl: 1, reg 10, rc: -106"));
-  EXPECT_TRUE(has(agent_log(), "Unable to add default tcam entry for chip 32, rc: -106"));
+  EXPECT_TRUE(has(agent_log(), "Unable to add default tcam entry for chip 0, rc: -106"));
 }
 
 TEST_F(ChipStart, ModelOutsideTheFamilyTableSendsNoRequest) {
@@ -154,8 +155,8 @@ TEST_F(ChipStart, ModelOutsideTheFamilyTableSendsNoRequest) {
   ASSERT_TRUE(chipit::wait_for([&] { return has(agent_log(), "No default tcam entry handler"); }))
       << agent_log();
   EXPECT_EQ(settled_requests(), 0u);
-  EXPECT_TRUE(has(agent_log(), "OPENFLOW no region add handler for chip: 32"));
-  EXPECT_TRUE(has(agent_log(), "No default tcam entry handler for chip: 32"));
+  EXPECT_TRUE(has(agent_log(), "OPENFLOW no region add handler for chip: 0"));
+  EXPECT_TRUE(has(agent_log(), "No default tcam entry handler for chip: 0"));
 }
 
 TEST_F(ChipStart, ReceiveChecksOnRealEventDatagrams) {
@@ -182,6 +183,23 @@ TEST_F(ChipStart, ReceiveChecksOnRealEventDatagrams) {
   // The reader is still armed: a good event goes through.
   ctl("event chip-up");
   EXPECT_TRUE(wait_requests(10));
+}
+
+// A run directory that others may write is refused by every program before it binds anything.
+TEST_F(ChipStart, EveryProgramRefusesARunDirectoryOthersMayWrite) {
+  ASSERT_EQ(chmod(dir_.c_str(), 0777), 0);
+  // A program that wrongly accepts it would run on: `timeout` ends it with status 124.
+  const std::string env = "OFA_RUN_DIR='" + dir_ + "' OFA_DEBUG_LOG=off timeout 5 ";
+  for (std::string bin : {OFA_AGENT_BIN, OFA_CHIPSIM_BIN, OFA_MGR_BIN " listen"}) {
+    std::string out = dir_ + "/refused.out";
+    int status = std::system((env + bin + " >'" + out + "' 2>&1").c_str());
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 2) << bin << ": " << status;
+    EXPECT_TRUE(has(read_file(out), dir_ + ": run directory refused: writable by group or others "
+                                           "(mode 0777)"))
+        << bin << ": " << read_file(out);
+  }
+  EXPECT_FALSE(exists(dir_ + "/hsl"));
+  EXPECT_FALSE(exists(dir_ + "/pq6"));
 }
 
 }  // namespace

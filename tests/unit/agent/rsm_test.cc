@@ -156,7 +156,7 @@ TEST_F(Rsm, WarmRecoveryZimMakesEveryChip) {
   ASSERT_EQ(openflowAgtPcb.hw.slot_params.chip_count, 3u);
   ofa_process_warm_recovery();
   for (uint32_t c = 0; c < 3; ++c) {
-    of_chip_entry* e = ofLookupChip(ofa::platform::flat_chip_id(2, c));
+    of_chip_entry* e = ofLookupChip(c);  // slot 2 is the first slot of the chip table
     ASSERT_NE(e, nullptr) << c;
     EXPECT_EQ(e->local_chip_id, c);
     EXPECT_EQ(e->ifindex, 0x84000000u | (2u << 22) | (c << 7));
@@ -169,10 +169,10 @@ TEST_F(Rsm, WarmRecoveryArdMakesOneChip) {
   use(load("ard.conf"));
   ofa_process_warm_recovery();
   uint32_t slot = openflowAgtPcb.my_slot;
-  of_chip_entry* e = ofLookupChip(ofa::platform::flat_chip_id(slot, 0));
+  of_chip_entry* e = ofLookupChip(0);
   ASSERT_NE(e, nullptr);
   EXPECT_EQ(e->ifindex, 0x84000000u | (slot << 22));
-  EXPECT_EQ(ofLookupChip(ofa::platform::flat_chip_id(slot, 1)), nullptr);
+  EXPECT_EQ(ofLookupChip(1), nullptr);
 }
 
 TEST_F(Rsm, HardwareResourcesFromTheDefault) {
@@ -184,10 +184,10 @@ TEST_F(Rsm, HardwareResourcesFromTheDefault) {
   const ofa_hw_resources& hw = openflowAgtPcb.hw;
   EXPECT_EQ(hw.of_flags & OF_PROFILE, OF_PROFILE);
   EXPECT_EQ(hw.l2tcam_size, 4096u);
-  EXPECT_EQ(hw.iivid_min, 4000u);
-  EXPECT_EQ(hw.dflt_iivid, 4004u);
+  EXPECT_EQ(hw.iivid_min, 7168u);
+  EXPECT_EQ(hw.dflt_iivid, 7172u);
   EXPECT_EQ(hw.dflt_mgid, 8004u);
-  EXPECT_EQ(hw.all_ports_iivid, 4005u);
+  EXPECT_EQ(hw.all_ports_iivid, 7173u);
   EXPECT_EQ(hw.all_ports_mgid, 8005u);
   EXPECT_EQ(hw.policer_end, 3960u);
   EXPECT_EQ(hw.nhop_start, 0x10000000u);

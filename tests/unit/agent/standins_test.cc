@@ -130,7 +130,7 @@ TEST(System, AnswersFromThePlatformFile) {
   uint8_t rec[SYS_RESOURCE_RECORD_SIZE];
   EXPECT_EQ(sysCtrlGetResourceLimits(h, 1, rec, sizeof rec), -1);
   ASSERT_EQ(sysCtrlGetResourceLimits(h, 2, rec, sizeof rec), 0);
-  EXPECT_EQ(ofa::wire::Reader(rec, sizeof rec).u32_at(104), 4000u);
+  EXPECT_EQ(ofa::wire::Reader(rec, sizeof rec).u32_at(104), 7168u);
   sys_slot_params sp{};
   EXPECT_EQ(sysCtrlGetSlotParameters(h, 2, &sp), -1);
   ASSERT_EQ(sysCtrlGetSlotParameters(h, 1, &sp), 0);

@@ -140,4 +140,19 @@ TEST_F(Trace, SinksFollowTheBits) {
   EXPECT_EQ(records(OFACORE), 2u);  // the ring does not depend on the sink bits
 }
 
+TEST_F(Trace, LogOffOpensNoFileAndLeavesTheOtherSinks) {
+  char cwd[4096];
+  ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
+  ASSERT_EQ(chdir(tmp_.path().c_str()), 0);
+  setenv("OFA_DEBUG_LOG", "off", 1);
+  ASSERT_EQ(openflowAgt_trace_init(), 0);
+  ASSERT_EQ(chdir(cwd), 0);
+  EXPECT_FALSE(ofa_debug_log_is_open());
+  EXPECT_NE(access((tmp_ / "off").c_str(), F_OK), 0);  // "off" is no file name
+  debugOpenflow |= OFA_DEBUG_CHANNEL;
+  file_printf("chan\n");
+  EXPECT_EQ(g_channel, (std::vector<std::string>{"chan\n"}));
+  EXPECT_TRUE(log_body().empty());
+}
+
 }  // namespace

@@ -63,7 +63,7 @@ class ArdDefaults : public ChipEnv {
   of_chip_entry* UpChip() {
     auto rec = chip_rec(1, 0);
     EXPECT_EQ(ofProcessChipAdd(&rec, 0), 0);
-    return ofLookupChip(32);
+    return ofLookupChip(0);
   }
   const chiptest::Request& req(size_t i) { return fake().requests.at(i); }
 };
@@ -135,7 +135,7 @@ TEST_F(ArdDefaults, FailingRegionStillLeadsToTheDefaultEntries) {
   EXPECT_EQ(cmds[3], OF_CMD_L2FLOW_ADD);
   EXPECT_NE(out.find("Unable to create region ldev: 10, region: 30, size 24, rc: -106"),
             std::string::npos);
-  EXPECT_NE(out.find("OPENFLOW Unable to add region for chip 32, rc: -106"), std::string::npos);
+  EXPECT_NE(out.find("OPENFLOW Unable to add region for chip 0, rc: -106"), std::string::npos);
 }
 
 TEST_F(ArdDefaults, FailingSecondEntryKeepsTheFirstAndSendsNoMore) {
@@ -144,13 +144,13 @@ TEST_F(ArdDefaults, FailingSecondEntryKeepsTheFirstAndSendsNoMore) {
   EXPECT_EQ(fake().requests.size(), 8u);
   EXPECT_NE(out.find("Unable to program ASIC Reserved IVID-1 entry hdl: 1, reg 10, rc: -106"),
             std::string::npos);
-  EXPECT_NE(out.find("Unable to add default tcam entry for chip 32, rc: -106"), std::string::npos);
+  EXPECT_NE(out.find("Unable to add default tcam entry for chip 0, rc: -106"), std::string::npos);
 }
 
 TEST_F(ArdDefaults, ChipUpAnswersTheDefaultEntriesStatus) {
   auto rec = chip_rec(1, 0);
   ofProcessChipAdd(&rec, 0);  // the table entry
-  of_chip_entry* c = ofLookupChip(32);
+  of_chip_entry* c = ofLookupChip(0);
   fake() = chiptest::FakeHsl{};
   fake().fail = {9};
   EXPECT_EQ(ofa_chip_up(c), -106);
@@ -193,7 +193,7 @@ TEST_F(ArdDefaults, RegionDeleteStopsAtTheFirstFailure) {
   std::string out = printed([&] { EXPECT_EQ(ofa_region_del(c), -106); });
   EXPECT_EQ(fake().requests.size(), 1u);
   EXPECT_NE(out.find("Unable to delete all regions ldev: 10 rc: -106"), std::string::npos);
-  EXPECT_NE(out.find("OPENFLOW Unable to delete region for chip 32, rc: -106"), std::string::npos);
+  EXPECT_NE(out.find("OPENFLOW Unable to delete region for chip 0, rc: -106"), std::string::npos);
 }
 
 TEST_F(ArdDefaults, ModelOutsideTheFamilyTableSendsNothing) {
@@ -201,12 +201,12 @@ TEST_F(ArdDefaults, ModelOutsideTheFamilyTableSendsNothing) {
   auto rec = chip_rec(1, 0);
   std::string out = printed([&] { EXPECT_EQ(ofProcessChipAdd(&rec, 1), 0); });
   EXPECT_TRUE(fake().requests.empty());
-  of_chip_entry* c = ofLookupChip(32);
+  of_chip_entry* c = ofLookupChip(0);
   ASSERT_NE(c, nullptr);
   EXPECT_EQ(c->l2_size, 2048u);  // nothing held back for an unknown family
-  EXPECT_NE(out.find("OPENFLOW no region delete handler for chip: 32"), std::string::npos);
-  EXPECT_NE(out.find("OPENFLOW no region add handler for chip: 32"), std::string::npos);
-  EXPECT_NE(out.find("No default tcam entry handler for chip: 32"), std::string::npos);
+  EXPECT_NE(out.find("OPENFLOW no region delete handler for chip: 0"), std::string::npos);
+  EXPECT_NE(out.find("OPENFLOW no region add handler for chip: 0"), std::string::npos);
+  EXPECT_NE(out.find("No default tcam entry handler for chip: 0"), std::string::npos);
   EXPECT_EQ(ofa_region_add(c), -126);
   EXPECT_EQ(ofa_region_del(c), -126);
   EXPECT_EQ(ofa_setup_default_tcam_entries(c), 0);

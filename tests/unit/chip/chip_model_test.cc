@@ -66,11 +66,11 @@ TEST_F(ChipModel, AfterAWarmStartAPortAddMakesTheChipTheWarmWay) {
   ofa::wire::Writer(ev).u32_at(8, 2);
   of_chip_event_encode(rec, std::span<uint8_t>(ev).subspan(28));
   EXPECT_EQ(ofProcessHslEvent(ev.data(), static_cast<uint32_t>(ev.size()), 0, 203), 0);
-  EXPECT_EQ(ofLookupChip(33), nullptr);
+  EXPECT_EQ(ofLookupChip(1), nullptr);
   EXPECT_TRUE(g_log.empty());
   // The manager configures port 30, which lies on that chip.
   ASSERT_NE(ofProcessPortAdd(ofa::platform::port_ifindex(1, 30), "ethernet1/30", 30), nullptr);
-  ASSERT_NE(ofLookupChip(33), nullptr);
+  ASSERT_NE(ofLookupChip(1), nullptr);
   ASSERT_EQ(g_log.size(), 12u);
   EXPECT_NE(g_log[0].find("\"command\":\"region_delete_all\""), std::string::npos);
   EXPECT_NE(g_log[1].find("\"command\":\"region_delete_all\""), std::string::npos);

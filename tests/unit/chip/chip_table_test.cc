@@ -19,7 +19,7 @@ class ChipTable : public ChipEnv {};
 TEST_F(ChipTable, ColdChipUpFillsTheEntryAndPreparesTheChip) {
   auto rec = chip_rec(1, 0);
   ASSERT_EQ(ofProcessChipAdd(&rec, 0), 0);
-  of_chip_entry* c = ofLookupChip(32);
+  of_chip_entry* c = ofLookupChip(0);
   ASSERT_NE(c, nullptr);
   EXPECT_EQ(c->ifindex, 0x84400000u);
   EXPECT_EQ(c->slot, 1u);
@@ -54,7 +54,7 @@ TEST_F(ChipTable, DuplicateChipUpChangesNothingAndCallsNoModule) {
   ofProcessChipAdd(&rec, 0);
   fake().requests.clear();
   std::string out = printed([&] { EXPECT_EQ(ofProcessChipAdd(&rec, 1), 0); });
-  EXPECT_NE(out.find("Ignoring duplicate CHIP_UP event for chip 1/0(32)"), std::string::npos);
+  EXPECT_NE(out.find("Ignoring duplicate CHIP_UP event for chip 1/0(0)"), std::string::npos);
   EXPECT_TRUE(fake().requests.empty());
   EXPECT_EQ(avl_get_tree_size(ofChipTable), 1);
 }
@@ -63,12 +63,12 @@ TEST_F(ChipTable, SlotTenPassesTheLookupAndElevenFails) {
   auto rec = chip_rec(1, 0);
   rec.slot = 10;
   EXPECT_EQ(ofProcessChipAdd(&rec, 0), 0);
-  EXPECT_EQ(ofLookupChip(32)->slot_entry, ofLookupSlot(10));
+  EXPECT_EQ(ofLookupChip(0)->slot_entry, ofLookupSlot(10));
   Reset(1);
   rec.slot = 11;
   std::string out = printed([&] { EXPECT_EQ(ofProcessChipAdd(&rec, 0), -125); });
   EXPECT_NE(out.find("Unable to derive slot for chip 11/0"), std::string::npos);
-  EXPECT_EQ(ofLookupChip(32), nullptr);
+  EXPECT_EQ(ofLookupChip(0), nullptr);
 }
 
 TEST_F(ChipTable, IndexNamingNoChipOfThePlatformIsRefused) {
@@ -82,7 +82,7 @@ TEST_F(ChipTable, WithoutTheOpenflowProfileTheChipEntersButNothingIsProgrammed) 
   openflowAgtPcb.hw.of_flags = 0;
   auto rec = chip_rec(1, 0);
   std::string out = printed([&] { EXPECT_EQ(ofProcessChipAdd(&rec, 0), 0); });
-  EXPECT_NE(ofLookupChip(32), nullptr);
+  EXPECT_NE(ofLookupChip(0), nullptr);
   EXPECT_TRUE(fake().requests.empty());
   EXPECT_NE(out.find("OPENFLOW Agent chip up not handling"), std::string::npos);
 }
@@ -92,8 +92,8 @@ TEST_F(ChipTable, ChipDownIsIgnored) {
   ofProcessChipAdd(&rec, 0);
   rec.event = OF_HSL_EVENT_CHIP_DOWN;
   std::string out = printed([&] { EXPECT_EQ(ofProcessChipDown(&rec), 0); });
-  EXPECT_NE(out.find("Ignoring chip down for chip 1/0 (32)"), std::string::npos);
-  EXPECT_NE(ofLookupChip(32), nullptr);
+  EXPECT_NE(out.find("Ignoring chip down for chip 1/0 (0)"), std::string::npos);
+  EXPECT_NE(ofLookupChip(0), nullptr);
 }
 
 TEST_F(ChipTable, ModuleFailureIsPrintedWithoutItsCodeAndLaterModulesRun) {
@@ -119,9 +119,9 @@ TEST_F(ChipTable, WalkRunsFromTheHighestFlatIdAndFindsLocalChips) {
   avl_node* cur = nullptr;
   for (of_chip_entry* c = ofGetFirstChip(&cur); c; c = ofGetNextChip(&cur))
     order.push_back(c->chip_id);
-  EXPECT_EQ(order, (std::vector<uint32_t>{64, 34, 33, 32}));
-  EXPECT_EQ(ofLookupChip(64)->is_local, 0u);
-  EXPECT_EQ(ofGetFirstLocalChip(&cur)->chip_id, 34u);
+  EXPECT_EQ(order, (std::vector<uint32_t>{3, 2, 1, 0}));
+  EXPECT_EQ(ofLookupChip(3)->is_local, 0u);
+  EXPECT_EQ(ofGetFirstLocalChip(&cur)->chip_id, 2u);
   // Arrival order in the slot's list.
   std::vector<uint32_t> arrival;
   const of_dlist& head = ofLookupSlot(1)->chips;
@@ -244,24 +244,24 @@ TEST_F(ChipTable, BulkEventAddsUnknownChipsWarmAndMarksAndSweeps) {
   ofProcessChipAdd(&a, 0);
   ofProcessChipAdd(&c, 0);
   fake().requests.clear();
-  const of_bulk_chip listed[] = {{1, 0, 32, ofa::platform::chip_ifindex(1, 0)},
-                                 {1, 1, 33, ofa::platform::chip_ifindex(1, 1)}};
+  const of_bulk_chip listed[] = {{1, 0, 0, ofa::platform::chip_ifindex(1, 0)},
+                                 {1, 1, 1, ofa::platform::chip_ifindex(1, 1)}};
   std::vector<uint8_t> event(8 + 2 * OF_BULK_CHIP_RECORD_SIZE);
   ASSERT_EQ(of_bulk_chip_encode(listed, event), event.size());
   std::string out = printed([&] { EXPECT_EQ(ofProcessBulkChipUp(event), 0); });
-  EXPECT_NE(out.find("Unable to find chip ifidx: 84400080, slot/chip: 1/1, flat_chip: 33 in db"),
+  EXPECT_NE(out.find("Unable to find chip ifidx: 84400080, slot/chip: 1/1, flat_chip: 1 in db"),
             std::string::npos);
-  EXPECT_NE(out.find("Ignoring chip down for chip 1/2 (34)"), std::string::npos);
+  EXPECT_NE(out.find("Ignoring chip down for chip 1/2 (2)"), std::string::npos);
   EXPECT_EQ(out.find("Ignoring chip down for chip 1/0"), std::string::npos);
-  ASSERT_NE(ofLookupChip(33), nullptr);
+  ASSERT_NE(ofLookupChip(1), nullptr);
   EXPECT_EQ(commands().front(), OF_CMD_REGION_DEL_ALL);  // the new chip came the warm way
-  for (uint32_t id : {32u, 33u, 34u})
+  for (uint32_t id : {0u, 1u, 2u})
     EXPECT_EQ(ofLookupChip(id)->seen, 0u) << id;
 }
 
 TEST_F(ChipTable, BulkEventThatCountsMoreThanItHoldsIsCut) {
   std::vector<uint8_t> event(8 + OF_BULK_CHIP_RECORD_SIZE);
-  const of_bulk_chip one[] = {{1, 0, 32, ofa::platform::chip_ifindex(1, 0)}};
+  const of_bulk_chip one[] = {{1, 0, 0, ofa::platform::chip_ifindex(1, 0)}};
   of_bulk_chip_encode(one, event);
   ofa::wire::Writer(event).u32_at(4, 1000);
   EXPECT_EQ(ofProcessBulkChipUp(event), 0);
@@ -271,18 +271,19 @@ TEST_F(ChipTable, BulkEventThatCountsMoreThanItHoldsIsCut) {
 // ---- fake chip up, capability, show --------------------------------------------------------
 
 TEST_F(ChipTable, ChipFromChipIdTakesTheWarmPath) {
-  EXPECT_EQ(ofGetChipFromChipId(32), 0);
-  ASSERT_NE(ofLookupChip(32), nullptr);
-  EXPECT_EQ(ofLookupChip(32)->slot, 1u);
+  EXPECT_EQ(ofGetChipFromChipId(0), 0);
+  ASSERT_NE(ofLookupChip(0), nullptr);
+  EXPECT_EQ(ofLookupChip(0)->slot, 1u);
   EXPECT_EQ(commands().front(), OF_CMD_REGION_DEL_ALL);
-  std::string out = printed([] { EXPECT_EQ(ofGetChipFromChipId(37), -125); });
+  // Flat id 2 lies beyond the chip table (slot 1 chip 0, slot 2 chip 0).
+  std::string out = printed([] { EXPECT_EQ(ofGetChipFromChipId(2), -125); });
   EXPECT_NE(out.find("Fake chip up failed, rc: -125"), std::string::npos);
 }
 
 TEST_F(ChipTable, Capability) {
   auto rec = chip_rec(1, 0);
   ofProcessChipAdd(&rec, 0);
-  of_chip_entry* c = ofLookupChip(32);
+  of_chip_entry* c = ofLookupChip(0);
   fake().requests.clear();
   fake().reply = [](size_t, std::span<uint8_t> area) {
     ofa::wire::Writer w(area);
@@ -319,7 +320,7 @@ TEST_F(ChipTable, ShowTables) {
   ofShowSlotTable([](const char* s) { text += s; });
   ofShowChipTable([](const char* s) { text += s; });
   EXPECT_NE(text.find("SlotID : 1\n"), std::string::npos);
-  EXPECT_NE(text.find("Chip 32 (1/0):\n"), std::string::npos);
+  EXPECT_NE(text.find("Chip 0 (1/0):\n"), std::string::npos);
   EXPECT_EQ(text.find("SlotID : 0\n"), std::string::npos);
 }
 

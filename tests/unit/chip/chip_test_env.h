@@ -127,7 +127,7 @@ class ChipEnv : public ::testing::Test {
     rec.event = OF_HSL_EVENT_CHIP_UP;
     rec.slot = slot;
     rec.local_chip_id = local;
-    rec.flat_chip_id = ofa::platform::flat_chip_id(slot, local);
+    rec.flat_chip_id = static_cast<uint32_t>(ofa_sys_platform().flat_chip_id(slot, local));
     rec.ifindex = ofa::platform::chip_ifindex(slot, local);
     rec.chip_type = 1;
     return rec;

@@ -258,6 +258,8 @@ class Sockets : public ChipEnv {
     ChipEnv::SetUp();
     dir_ = std::filesystem::temp_directory_path() / ("ofa-chip-test-" + std::to_string(getpid()));
     std::filesystem::create_directories(dir_);
+    std::filesystem::permissions(dir_, std::filesystem::perms::owner_all,
+                                 std::filesystem::perm_options::replace);
     setenv("OFA_RUN_DIR", dir_.c_str(), 1);
   }
   void TearDown() override {
@@ -376,7 +378,7 @@ class Events : public ChipEnv {
 
 TEST_F(Events, ChipAndSlotEventsReachTheTables) {
   EXPECT_EQ(deliver(event(2, OF_HSL_EVENT_CHIP_UP, 1)), 0);
-  ASSERT_NE(ofLookupChip(32), nullptr);
+  ASSERT_NE(ofLookupChip(0), nullptr);
   EXPECT_EQ(fake().requests.size(), 10u);                        // cold: no delete first
   EXPECT_EQ(deliver(event(2, OF_HSL_EVENT_SLOT_UP, 0x301)), 0);  // the low byte is the slot
   EXPECT_EQ(ofLookupSlot(1)->state, 1u);
@@ -390,12 +392,12 @@ TEST_F(Events, ChipAndSlotEventsReachTheTables) {
   EXPECT_NE(out.find("Ignoring chip down for chip 1/0"), std::string::npos);
   EXPECT_NE(out.find("Unknown event 42 from HSL"), std::string::npos);
   EXPECT_EQ(out.find("Unknown event 7"), std::string::npos);
-  EXPECT_NE(ofLookupChip(32), nullptr);
+  EXPECT_NE(ofLookupChip(0), nullptr);
 }
 
 TEST_F(Events, ShortChipRecordIsReadZeroFilled) {
   EXPECT_EQ(deliver(event(2, OF_HSL_EVENT_CHIP_UP, 1, 28 + 24)), 0);
-  EXPECT_NE(ofLookupChip(32), nullptr);
+  EXPECT_NE(ofLookupChip(0), nullptr);
   EXPECT_EQ(deliver(std::vector<uint8_t>(16, 0)), 0);  // too short even for the class
   // A slot event that ends before its slot word acts on no slot.
   std::string out = printed([&] { deliver(event(2, OF_HSL_EVENT_SLOT_UP, 0, 32)); });
@@ -439,7 +441,7 @@ TEST_F(Events, GatesDropEverything) {
     g.set();
     uint32_t cls = std::string(g.name) == "other class" ? 3 : 2;
     std::string out = printed([&] { EXPECT_EQ(deliver(event(cls, OF_HSL_EVENT_CHIP_UP, 1)), 0); });
-    EXPECT_EQ(ofLookupChip(32), nullptr) << g.name;
+    EXPECT_EQ(ofLookupChip(0), nullptr) << g.name;
     EXPECT_TRUE(fake().requests.empty()) << g.name;
     EXPECT_EQ(out.find("Received Chip Up"), std::string::npos) << g.name;
   }
@@ -449,7 +451,7 @@ TEST_F(Events, GatesDropEverything) {
   openflowRsmRecover(1002);
   EXPECT_EQ(openflowRsmHandleGet(), -1);
   EXPECT_EQ(deliver(event(2, OF_HSL_EVENT_CHIP_UP, 1)), 0);
-  EXPECT_EQ(ofLookupChip(32), nullptr);
+  EXPECT_EQ(ofLookupChip(0), nullptr);
   ASSERT_EQ(openflowRsmInit(), 0);
   openflowRsmRecover(1002);
 }

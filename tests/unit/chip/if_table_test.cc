@@ -24,12 +24,12 @@ TEST_F(IfTable, PhysicalPortIsTiedToItsChip) {
   of_if_entry* e = nullptr;
   std::string out = printed([&] { e = ofProcessPortAdd(port_ifindex(1, 3), "ethernet1/3", 3); });
   ASSERT_NE(e, nullptr);
-  EXPECT_EQ(e->chip, ofLookupChip(32));
+  EXPECT_EQ(e->chip, ofLookupChip(0));
   EXPECT_EQ(e->is_local, 1u);
   EXPECT_EQ(e->port_db_index, 2);
   EXPECT_STREQ(e->ifName, "ethernet1/3");
   EXPECT_NE(e->evt_tree, nullptr);
-  EXPECT_EQ(of_dlist_count(&ofLookupChip(32)->ports), 1);
+  EXPECT_EQ(of_dlist_count(&ofLookupChip(0)->ports), 1);
   EXPECT_EQ(ofLookupIfEntrybyPortId(3), e);
   EXPECT_NE(out.find("Added Interface ethernet1/3 port_id 3 is_local 1 ifindex: 0x18418000"),
             std::string::npos);
@@ -61,8 +61,8 @@ TEST_F(IfTable, UnknownChipIsMadeOnceThroughTheWarmPath) {
   openflow_modules[3].chip_up = [](of_chip_entry*) { return ++chip_ups, 0; };
   std::string out = printed(
       [&] { ASSERT_NE(ofProcessPortAdd(port_ifindex(1, 30), "ethernet1/30", 30), nullptr); });
-  EXPECT_NE(out.find("Unknown chip 33 for port add ethernet1/30"), std::string::npos);
-  of_chip_entry* c = ofLookupChip(33);
+  EXPECT_NE(out.find("Unknown chip 1 for port add ethernet1/30"), std::string::npos);
+  of_chip_entry* c = ofLookupChip(1);
   ASSERT_NE(c, nullptr);
   EXPECT_EQ(ofLookupIfEntrybyPortId(30)->chip, c);
   EXPECT_EQ(chip_ups, 1);
@@ -103,7 +103,7 @@ TEST_F(IfTable, WalkFromTheHighestPortIdAndDeleteWhileWalking) {
   }
   EXPECT_EQ(seen, (std::vector<uint16_t>{9, 5, 3, 1}));
   EXPECT_EQ(of_get_port_count(), 0);
-  EXPECT_TRUE(of_dlist_empty(&ofLookupChip(32)->ports));
+  EXPECT_TRUE(of_dlist_empty(&ofLookupChip(0)->ports));
   avl_node* null_cursor = nullptr;
   EXPECT_EQ(of_get_next_port(&null_cursor), nullptr);
   EXPECT_EQ(of_get_next_port(nullptr), nullptr);
@@ -126,11 +126,11 @@ TEST_F(IfTable, Show) {
   of_show_ifTable([](const char* s) { text += s; });
   EXPECT_NE(text.find("Interface Name  ifIndex    ChipId     ChipIfIndex\n"), std::string::npos);
   EXPECT_NE(
-      text.find("ethernet1/3\tifindex = 0x18418000, ChipId = 32, Chip IfIndex = 0x84400000\n"),
+      text.find("ethernet1/3\tifindex = 0x18418000, ChipId = 0, Chip IfIndex = 0x84400000\n"),
       std::string::npos);
   EXPECT_NE(text.find("lag1\tifindex = 0xf4000001, ChipId = -1, Chip IfIndex = 0x00000000\n"),
             std::string::npos);
-  EXPECT_LT(text.find("Chip 32 (1/0):"), text.find("Interface Name"));
+  EXPECT_LT(text.find("Chip 0 (1/0):"), text.find("Interface Name"));
   EXPECT_EQ(ofInitIfClis(7), 7);
 }
 

@@ -101,7 +101,7 @@ inline ModelConfig config(Family f, uint32_t tcam = 4096) {
   c.model = f == Family::ard ? 131 : f == Family::ard2 ? 153 : f == Family::zim ? 1004 : 1;
   c.l2_tcam_size = tcam;
   c.l3_tcam_size = tcam;
-  c.chips = {{1, 0, 1}};
+  c.chips = {{1, 0, 1, 0}};
   return c;
 }
 

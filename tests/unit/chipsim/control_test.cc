@@ -21,7 +21,7 @@ class ControlTest : public ::testing::Test {
  protected:
   ControlTest() {
     ModelConfig cfg = config(Family::ard);
-    cfg.chips = {{1, 0, 1}, {2, 0, 7}, {2, 1, 7}};
+    cfg.chips = {{1, 0, 1, 0}, {2, 0, 7, 1}, {2, 1, 7, 2}};
     model = std::make_unique<Model>(cfg);
     ctl = std::make_unique<Control>(Control{*model, nullptr, {1, 2}, {}, 0});
     ctl->send = [this](std::span<const uint8_t> d) -> std::optional<std::string> {
@@ -82,7 +82,7 @@ TEST_F(ControlTest, ChipUpDatagramLayout) {
   EXPECT_EQ(r.u32_at(48), 3u);      // event: chip up
   EXPECT_EQ(r.u32_at(52), 2u);      // slot
   EXPECT_EQ(r.u32_at(56), 1u);      // local chip id
-  EXPECT_EQ(r.u32_at(60), 65u);     // flat chip id
+  EXPECT_EQ(r.u32_at(60), 2u);      // flat chip id
   EXPECT_EQ(r.u32_at(64), platform::chip_ifindex(2, 1));
   EXPECT_EQ(r.u32_at(68), 7u);    // chip type
   EXPECT_EQ(r.u32_at(76), 29u);   // chip id from IFM

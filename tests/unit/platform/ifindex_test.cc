@@ -6,9 +6,11 @@ namespace {
 
 using namespace ofa::platform;
 
-Platform two_chip_slot() {
+// Slot 3 with chips 0 and 2, described before slot 1 with chip 5: flat ids 1, 2 and 0.
+Platform two_slots() {
   auto r = parse_platform(
-      "[switch]\nmodel = 1004\nmy_slot = 3\n[slot 3]\nchip.0.ports = 1-8\nchip.2.ports = 9-16\n",
+      "[switch]\nmodel = 1004\nmy_slot = 3\n[slot 3]\nchip.2.ports = 9-16\nchip.0.ports = 1-8\n"
+      "[slot 1]\nchip.5.ports = 1-4\n",
       "t");
   return std::get<Platform>(r);
 }
@@ -35,19 +37,27 @@ TEST(Ifindex, SlotByType) {
     EXPECT_EQ(dce_get_slot_id(c.ifindex), c.slot) << std::hex << c.ifindex;
 }
 
-TEST(Ifindex, FlatChipIdFromPortsAndChips) {
-  Platform p = two_chip_slot();
-  EXPECT_EQ(dce_get_flat_chip_id(p, port_ifindex(3, 4)), 3 * 32 + 0);
-  EXPECT_EQ(dce_get_flat_chip_id(p, port_ifindex(3, 9)), 3 * 32 + 2);
-  EXPECT_EQ(dce_get_flat_chip_id(p, port_ifindex(3, 20)), -1);  // no chip serves it
-  EXPECT_EQ(dce_get_flat_chip_id(p, port_ifindex(4, 1)), -1);   // no such slot
-  EXPECT_EQ(dce_get_flat_chip_id(p, chip_ifindex(3, 2)), 98);
-  EXPECT_EQ(dce_get_flat_chip_id(p, chip_ifindex(3, 1)), -1);
-  EXPECT_EQ(dce_get_flat_chip_id(p, (14u << 26) | (3u << 22)), -1);
-  EXPECT_EQ(dce_get_slot_chip_id(p, 98), 2);
-  EXPECT_EQ(dce_get_slot_chip_id(p, 97), -1);
-  EXPECT_EQ(dce_get_ifindex(98), chip_ifindex(3, 2));
-  EXPECT_EQ(dce_get_flat_chip_id(p, dce_get_ifindex(96)), 96);
+TEST(Ifindex, FlatChipIdsAreDenseBySlotThenLocalId) {
+  Platform p = two_slots();
+  struct Case {
+    uint32_t ifindex;
+    int32_t flat;
+  };
+  const Case cases[] = {
+      {chip_ifindex(1, 5), 0},     {chip_ifindex(3, 0), 1},     {chip_ifindex(3, 2), 2},
+      {port_ifindex(1, 4), 0},     {port_ifindex(3, 8), 1},     {port_ifindex(3, 9), 2},
+      {port_ifindex(3, 20), -1},  // no chip serves it
+      {port_ifindex(4, 1), -1},   // no such slot
+      {chip_ifindex(3, 1), -1},   // not in the chip table
+      {(14u << 26) | (3u << 22), -1},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(dce_get_flat_chip_id(p, c.ifindex), c.flat) << std::hex << c.ifindex;
+  EXPECT_EQ(dce_get_slot_chip_id(p, 0), 5);
+  EXPECT_EQ(dce_get_slot_chip_id(p, 2), 2);
+  EXPECT_EQ(dce_get_ifindex(p, 1), chip_ifindex(3, 0));
+  EXPECT_EQ(dce_get_slot_chip_id(p, 3), -1);  // beyond the table
+  EXPECT_EQ(dce_get_ifindex(p, 3), 0u);
 }
 
 }  // namespace

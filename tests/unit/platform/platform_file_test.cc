@@ -89,6 +89,17 @@ void PrintTo(const BadCase& c, std::ostream* os) {
   *os << c.name;
 }
 
+// Slots 0 to 2 with 32 chips each, then the 97th chip, on line 103.
+const std::string kNinetySevenChips = [] {
+  std::string t = "[switch]\nmodel = 131\n";
+  for (int slot = 0; slot < 3; ++slot) {
+    t += "[slot " + std::to_string(slot) + "]\n";
+    for (int c = 0; c < 32; ++c)
+      t += "chip." + std::to_string(c) + ".type = 1\n";
+  }
+  return t + "[slot 3]\nchip.0.type = 1\n";
+}();
+
 class PlatformFileErrors : public ::testing::TestWithParam<BadCase> {};
 
 TEST_P(PlatformFileErrors, NamesFileLineAndReason) {
@@ -139,7 +150,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadCase{"ChipAttribute", "[slot 1]\nchip.0.speed = 1\n",
                 "bad.conf:2: unknown chip attribute 'speed'"},
         BadCase{"UnknownSlotKey", "[slot 1]\nfan = 1\n",
-                "bad.conf:2: unknown key 'fan' in [slot 1]"}),
+                "bad.conf:2: unknown key 'fan' in [slot 1]"},
+        BadCase{"NinetySevenChips", kNinetySevenChips.c_str(),
+                "bad.conf:103: more than 96 chips in the switch"}),
     [](const ::testing::TestParamInfo<BadCase>& info) { return std::string(info.param.name); });
 
 TEST(PlatformFile, UnreadableFileIsLineZero) {
@@ -170,12 +183,24 @@ TEST(PlatformFile, EnvironmentOverridesSlotAndBoot) {
 
 namespace {
 
-// Every example file parses, and the ard example says what the embedded default says.
+// Every example file parses, its IIVIDs all match its family's OpenFlow IIVID pattern (the
+// pattern is also its mask) below the chip's reserved ones, and the ard example says what the
+// embedded default says.
 TEST(PlatformFile, ExamplesParse) {
-  for (const char* name : {"ard.conf", "ard2.conf", "zim.conf"}) {
-    auto r = ofa::platform::load_platform(std::string(OFA_EXAMPLES_DIR) + "/platforms/" + name);
+  struct Example {
+    const char* name;
+    uint32_t pattern;
+    uint32_t highest;
+  };
+  for (const Example& x : {Example{"ard.conf", 0x1C00, 8186}, Example{"ard2.conf", 0x3C00, 16383},
+                           Example{"zim.conf", 0x1C00, 8186}}) {
+    auto r = ofa::platform::load_platform(std::string(OFA_EXAMPLES_DIR) + "/platforms/" + x.name);
     auto* e = std::get_if<ofa::platform::ParseError>(&r);
-    EXPECT_EQ(e, nullptr) << (e ? e->message : "");
+    ASSERT_EQ(e, nullptr) << e->message;
+    const auto& res = std::get<ofa::platform::Platform>(r).resources;
+    EXPECT_EQ(res.iivid_min & x.pattern, x.pattern) << x.name;
+    EXPECT_LE(res.iivid_min, res.iivid_max) << x.name;
+    EXPECT_LE(res.iivid_max, x.highest) << x.name;
   }
   auto ex = std::get<ofa::platform::Platform>(
       ofa::platform::load_platform(std::string(OFA_EXAMPLES_DIR) + "/platforms/ard.conf"));

@@ -40,4 +40,33 @@ TEST(RunDir, MakesFoldersWithMode0700AndRefusesLongPaths) {
   ::unsetenv("OFA_RUN_DIR");
 }
 
+TEST(RunDir, CheckRefusesADirectoryOthersMayWrite) {
+  auto base = std::filesystem::temp_directory_path() / ("ofa-rundir-" + std::to_string(::getpid()));
+  ::setenv("OFA_RUN_DIR", base.c_str(), 1);
+  struct Case {
+    mode_t mode;  // 0: missing
+    const char* error;
+  };
+  const Case cases[] = {
+      {0700, nullptr},
+      {0777, ": run directory refused: writable by group or others (mode 0777)"},
+      {0770, ": run directory refused: writable by group or others (mode 0770)"},
+      {0, nullptr},
+  };
+  for (const auto& c : cases) {
+    std::filesystem::remove_all(base);
+    if (c.mode) {
+      ASSERT_EQ(::mkdir(base.c_str(), 0700), 0);
+      ASSERT_EQ(::chmod(base.c_str(), c.mode), 0);
+    }
+    auto err = check_run_dir();
+    EXPECT_EQ(err.value_or(""), c.error ? base.string() + c.error : "") << std::oct << c.mode;
+    if (c.error) {
+      EXPECT_EQ(ensure_parent_dir(hsl_cmd_path(1)), err);  // nor is it made usable
+    }
+  }
+  std::filesystem::remove_all(base);
+  ::unsetenv("OFA_RUN_DIR");
+}
+
 }  // namespace

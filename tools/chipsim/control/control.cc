@@ -234,7 +234,7 @@ std::string cmd_event(Control& c, std::span<const std::string_view> w) {
       if ((slot && cc.slot != *slot) || (chip && cc.local_id != *chip)) continue;
       out.push_back(event_datagram(event, cc.slot, &cc, ++c.event_seq, shape));
     }
-    // A chip the platform does not describe can still be announced, with type 0.
+    // A chip the platform does not describe can still be announced, with type 0 and no flat id.
     if (out.empty() && slot && chip) {
       ChipConfig cc{*slot, *chip, 0};
       out.push_back(event_datagram(event, cc.slot, &cc, ++c.event_seq, shape));

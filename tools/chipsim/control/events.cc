@@ -38,7 +38,7 @@ std::vector<uint8_t> event_datagram(uint32_t event, uint32_t slot, const ChipCon
   if (chip) {
     w.u32_at(rec + 4, chip->slot);
     w.u32_at(rec + 8, chip->local_id);
-    w.u32_at(rec + 12, platform::flat_chip_id(chip->slot, chip->local_id));
+    w.u32_at(rec + 12, chip->flat_id);
     w.u32_at(rec + 16, platform::chip_ifindex(chip->slot, chip->local_id));
     w.u32_at(rec + 20, chip->type);
     w.u32_at(rec + 28, 29);  // chip id from IFM: the one known capability row

@@ -10,7 +10,8 @@ ModelConfig model_config(const platform::Platform& p) {
   cfg.l3_tcam_size = p.l3_tcam_size;
   for (const auto& s : p.slots)
     for (const auto& c : s.chips)
-      cfg.chips.push_back({s.slot, c.local_id, c.type});
+      cfg.chips.push_back(
+          {s.slot, c.local_id, c.type, static_cast<uint32_t>(p.flat_chip_id(s.slot, c.local_id))});
   return cfg;
 }
 

@@ -17,10 +17,13 @@
 
 namespace ofa::chipsim {
 
+inline constexpr uint32_t kNoFlatId = 0xFFFFFFFF;
+
 struct ChipConfig {
   uint32_t slot = 0;
   uint32_t local_id = 0;
   uint32_t type = 0;
+  uint32_t flat_id = kNoFlatId;  // its place in the platform's chip table
 };
 
 struct ModelConfig {

@@ -116,6 +116,10 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "ofa-chipsim: %s\n", e->message.c_str());
     return 2;
   }
+  if (auto refused = platform::check_run_dir()) {
+    std::fprintf(stderr, "ofa-chipsim: %s\n", refused->c_str());
+    return 2;
+  }
   const auto& plat = std::get<platform::Platform>(parsed);
   uint32_t slot = args.slot.value_or(plat.my_slot);
   if (!args.ctl.empty()) {

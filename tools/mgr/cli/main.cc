@@ -5,6 +5,7 @@
 #include <string>
 
 #include "cli.h"
+#include "platform/run_dir.h"
 #include "syntax.h"
 
 namespace ofa::mgr::cli {
@@ -105,6 +106,12 @@ int main(int argc, char** argv) {
     return kUsage;
   }
   Target t = target(o);
+  if (o.command != "encode") {
+    if (auto refused = ofa::platform::check_run_dir()) {
+      std::fprintf(stderr, "ofa-mgr: %s\n", refused->c_str());
+      return kUsage;
+    }
+  }
   if (o.command == "listen") return listen(o, t);
   if (o.command == "send") return send(o, t);
   if (o.command == "run") return run(o, t);

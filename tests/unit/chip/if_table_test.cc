@@ -125,9 +125,8 @@ TEST_F(IfTable, Show) {
   text.clear();
   of_show_ifTable([](const char* s) { text += s; });
   EXPECT_NE(text.find("Interface Name  ifIndex    ChipId     ChipIfIndex\n"), std::string::npos);
-  EXPECT_NE(
-      text.find("ethernet1/3\tifindex = 0x18418000, ChipId = 0, Chip IfIndex = 0x84400000\n"),
-      std::string::npos);
+  EXPECT_NE(text.find("ethernet1/3\tifindex = 0x18418000, ChipId = 0, Chip IfIndex = 0x84400000\n"),
+            std::string::npos);
   EXPECT_NE(text.find("lag1\tifindex = 0xf4000001, ChipId = -1, Chip IfIndex = 0x00000000\n"),
             std::string::npos);
   EXPECT_LT(text.find("Chip 0 (1/0):"), text.find("Interface Name"));

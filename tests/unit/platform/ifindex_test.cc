@@ -44,8 +44,8 @@ TEST(Ifindex, FlatChipIdsAreDenseBySlotThenLocalId) {
     int32_t flat;
   };
   const Case cases[] = {
-      {chip_ifindex(1, 5), 0},     {chip_ifindex(3, 0), 1},     {chip_ifindex(3, 2), 2},
-      {port_ifindex(1, 4), 0},     {port_ifindex(3, 8), 1},     {port_ifindex(3, 9), 2},
+      {chip_ifindex(1, 5), 0},        {chip_ifindex(3, 0), 1}, {chip_ifindex(3, 2), 2},
+      {port_ifindex(1, 4), 0},        {port_ifindex(3, 8), 1}, {port_ifindex(3, 9), 2},
       {port_ifindex(3, 20), -1},  // no chip serves it
       {port_ifindex(4, 1), -1},   // no such slot
       {chip_ifindex(3, 1), -1},   // not in the chip table

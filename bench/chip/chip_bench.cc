@@ -28,7 +28,7 @@
 
 namespace {
 
-constexpr uint32_t kChip = 0x84400000;  // slot 1, chip 0 of the default platform
+constexpr uint32_t kChip = 0x84400000;  // slot 1, chip 0 of the default platform: flat id 0
 
 std::unique_ptr<ofa::chipsim::Model> g_model;
 
@@ -51,14 +51,14 @@ void agent_globals() {
 // Regions and default entries on the chip, as a warm chip up makes them (no module is
 // registered here, so the table add alone sends nothing).
 bool chip_up() {
-  of_chip_entry* c = ofLookupChip(32);
+  of_chip_entry* c = ofLookupChip(0);
   if (!c) {
     of_chip_event_record rec;
     rec.event = OF_HSL_EVENT_CHIP_UP;
     rec.slot = 1;
     rec.ifindex = kChip;
     if (ofProcessChipAdd(&rec, 0) != 0) return false;
-    c = ofLookupChip(32);
+    c = ofLookupChip(0);
   }
   if (!c) return false;
   c->l2_size = openflowAgtPcb.hw.l2tcam_size - 24;

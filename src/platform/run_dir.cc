@@ -92,12 +92,17 @@ std::optional<std::string> ensure_parent_dir(const std::string& path) {
   if (slash == std::string::npos || slash == 0) return std::nullopt;
   std::string parent = path.substr(0, slash);
   // Make every missing folder from the top down; only the run directory's own folders are new.
+  // The run directory is checked as soon as it exists, before anything is made inside it.
+  const std::string root = run_dir();
   for (size_t at = 1; at <= parent.size(); ++at) {
     if (at == parent.size() || parent[at] == '/') {
-      if (auto err = make_dir(parent.substr(0, at))) return err;
+      std::string dir = parent.substr(0, at);
+      if (auto err = make_dir(dir)) return err;
+      if (dir == root) {
+        if (auto err = check_run_dir()) return err;
+      }
     }
   }
-  if (path.starts_with(run_dir() + "/")) return check_run_dir();
   return std::nullopt;
 }
 

@@ -62,7 +62,8 @@ TEST(RunDir, CheckRefusesADirectoryOthersMayWrite) {
     auto err = check_run_dir();
     EXPECT_EQ(err.value_or(""), c.error ? base.string() + c.error : "") << std::oct << c.mode;
     if (c.error) {
-      EXPECT_EQ(ensure_parent_dir(hsl_cmd_path(1)), err);  // nor is it made usable
+      EXPECT_EQ(ensure_parent_dir(hsl_cmd_path(1)), err);  // nothing is made inside it
+      EXPECT_FALSE(std::filesystem::exists(base / "hsl"));
     }
   }
   std::filesystem::remove_all(base);

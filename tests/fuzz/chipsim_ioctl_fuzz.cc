@@ -1,6 +1,7 @@
 // ofa-chipsim's chip model: a run of HSL command messages, as the agent's ioctls deliver them,
 // against a fresh model of one family. After the run the model's own consistency check must find
-// nothing, and its dump, statistics and request log must be well-formed JSON.
+// nothing, every refused request must have drawn one error log line, and its dump, statistics and
+// request log must be well-formed JSON.
 //
 // Input: one option byte, then messages, each a 16-bit big-endian byte count and that many bytes
 // (the last one takes what is left).
@@ -70,7 +71,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Model m(config(kFamilies[opt & 3]));
   bool exact = opt & 4, faults = opt & 8;
   if (opt & 16) m.set_request_log(check_json);
-  m.set_error_log([](const std::string&) {});
+  uint64_t errors_logged = 0;
+  m.set_error_log([&errors_logged](const std::string&) { ++errors_logged; });
   if (faults) {
     for (const auto& c : all_commands())
       m.add_fault({.command = c.code, .status = -7, .mode = FaultMode::once});
@@ -94,7 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (watch && m.stats().faults_fired != fired && tables(m) != before) __builtin_trap();
   }
 
-  if (!check_invariants(m).empty()) __builtin_trap();
+  if (!check_invariants(m).empty() || errors_logged != m.stats().errors) __builtin_trap();
   check_json(m.dump_json());
   check_json(m.stats_json());
   volatile size_t sink = show_text(m).size();

@@ -9,15 +9,6 @@
 namespace ofa::chipsim::test {
 namespace {
 
-Fault fault(uint32_t command, int32_t status, FaultMode mode, uint32_t n = 1) {
-  Fault f;
-  f.command = command;
-  f.status = status;
-  f.mode = mode;
-  f.n = n;
-  return f;
-}
-
 struct FaultCase {
   const char* name;
   FaultMode mode;
@@ -33,7 +24,7 @@ class Faults : public ::testing::TestWithParam<FaultCase> {};
 TEST_P(Faults, FireAsTold) {
   const FaultCase& c = GetParam();
   Model m(config(Family::ard));
-  m.add_fault(fault(0x07270220, -5, c.mode, c.n));
+  m.add_fault({.command = 0x07270220, .status = -5, .mode = c.mode, .n = c.n});
   std::vector<int32_t> got;
   uint8_t regions[] = {10, 20, 30};
   for (int i = 0; i < 5; ++i) {
@@ -58,7 +49,7 @@ TEST(Fault, SecondDefaultEntryFailsFirstStays) {
   Model m(config(Family::ard));
   ASSERT_EQ(status_of(m, region_add(10, 30, 24, 1, 4)), 0);
   ASSERT_EQ(status_of(m, region_add(10, 10, 24, 2, 4)), 0);
-  m.add_fault(fault(0x07270050, -106, FaultMode::from, 2));
+  m.add_fault({.command = 0x07270050, .status = -106, .mode = FaultMode::from, .n = 2});
   EXPECT_EQ(status_of(m, l2_add(1, 30, 0, 0)), 0);
   Answer a = call(m, l2_add(1, 10, 0, 0).b);
   EXPECT_EQ(a.status, -106);
@@ -72,7 +63,7 @@ TEST(Fault, SecondDefaultEntryFailsFirstStays) {
 
 TEST(Fault, InsideABulkFailsTheContainer) {
   Model m(config(Family::ard));
-  m.add_fault(fault(0x09270002, -7, FaultMode::once));
+  m.add_fault({.command = 0x09270002, .status = -7});
   Req add0 = Req(0x09270002, 88).u32(28, 0x80000000u).u32(80, 4);
   Req add1 = Req(0x09270002, 88).u32(28, 0x80000000u).u32(76, 1u << 28).u32(80, 4);
   EXPECT_EQ(status_of(m, Req(0x00070000, 36).sub(add0).sub(add1)), -7);
@@ -83,38 +74,14 @@ TEST(Fault, InsideABulkFailsTheContainer) {
 
 TEST(Fault, ClearAndOtherCommandsUntouched) {
   Model m(config(Family::ard));
-  m.add_fault(fault(0x07270220, -5, FaultMode::from, 1));
-  m.add_fault(fault(0x09270003, -6, FaultMode::from, 1));
+  m.add_fault({.command = 0x07270220, .status = -5, .mode = FaultMode::from});
+  m.add_fault({.command = 0x09270003, .status = -6, .mode = FaultMode::from});
   EXPECT_EQ(status_of(m, l2_add(1, 30, 0, 0)), status::kNoEntry);  // not faulted: no region
   m.clear_faults(0x07270220u);
   ASSERT_EQ(m.faults().size(), 1u);
   EXPECT_EQ(status_of(m, region_add(10, 30, 24, 1, 4)), 0);
   m.clear_faults();
   EXPECT_TRUE(m.faults().empty());
-}
-
-}  // namespace
-}  // namespace ofa::chipsim::test
-
-namespace ofa::chipsim::test {
-namespace {
-
-// A fault limited to one chip: the same request to two chips fails on the second only.
-TEST(Fault, OnOneChip) {
-  ModelConfig cfg = config(Family::ard);
-  cfg.chips.push_back({1, 1, 1});
-  Model m(cfg);
-  uint32_t second = platform::chip_ifindex(1, 1);
-  Fault f;
-  f.command = 0x07270220;
-  f.status = -9;
-  f.mode = FaultMode::from;
-  f.chip = second;
-  m.add_fault(f);
-  EXPECT_EQ(call(m, region_add(10, 10, 24, 2, 4).b, kChip).status, 0);
-  EXPECT_EQ(call(m, region_add(10, 10, 24, 2, 4).b, second).status, -9);
-  EXPECT_EQ(m.chips().at(kChip).regions.size(), 1u);
-  EXPECT_TRUE(m.chips().at(second).regions.empty());
 }
 
 }  // namespace

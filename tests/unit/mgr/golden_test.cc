@@ -344,63 +344,40 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---- agent to manager: hand-made datagrams decode to the stated fields ------------------
 
-Message decode_one(const std::vector<uint8_t>& b) {
-  auto d = decode_datagram(b);
-  EXPECT_EQ(d.size(), 1u);
-  if (d.empty() || !std::holds_alternative<Message>(d[0])) {
-    ADD_FAILURE() << (d.empty() ? "nothing" : std::get<DecodeError>(d[0]).reason);
-    return RegisterMsg{};
-  }
-  return std::get<Message>(d[0]);
-}
-
-TEST(GoldenAgent, Status) {
-  Frame f(128);
-  f.u32(0, header(3, 124)).u32(8, 10).u32(12, 0x01000000).u32(16, 7).u32(20, 1);
-  f.u32(28, 1).u64(32, 0x100000005).u64(40, 0x100000009).text(48, "PSEUDO_SUCCESS: no port");
-  StatusMsg want{10, 0x01000000, 7, 1, 1, 0x100000005, 0x100000009, "PSEUDO_SUCCESS: no port"};
-  EXPECT_EQ(decode_one(f.b), Message{want});
-  EXPECT_EQ(hex_text(encode(want).value()), hex(f));
-}
-
-TEST(GoldenAgent, RegistrationIsADoubleEnvelope) {
-  Frame f(12);
-  f.u32(0, header(11, 8)).u32(4, header(11, 4)).u32(8, 1);
-  EXPECT_EQ(decode_one(f.b), Message{RegisterMsg{1}});
-  EXPECT_EQ(hex_text(encode(RegisterMsg{1}).value()), hex(f));
-}
-
-TEST(GoldenAgent, FlowStatistics) {
-  Frame f(32);
-  f.u32(0, 0x0140001C).u16(4, 1).u32(8, 10).u64(16, 5).u64(24, 0x1'0000'0140);
-  FlowStatsMsg want{1, 10, 5, 0x1'0000'0140};
-  EXPECT_EQ(decode_one(f.b), Message{want});
-  EXPECT_EQ(hex_text(encode(want).value()), hex(f));
-}
-
-TEST(GoldenAgent, QueueStatistics) {
-  Frame f(336);
-  f.u32(0, header(6, 332)).u16(4, 1).u16(8, 3);
-  QueueStatsMsg want;
-  want.port_id = 3;
+TEST(GoldenAgent, DecodeAndEncodeBothWays) {
+  Frame status(128), reg(12), flow_stats(32), queue_stats(336), meter_stats(1736);
+  status.u32(0, header(3, 124)).u32(8, 10).u32(12, 0x01000000).u32(16, 7).u32(20, 1);
+  status.u32(28, 1).u64(32, 0x100000005).u64(40, 0x100000009).text(48, "PSEUDO_SUCCESS: no port");
+  reg.u32(0, header(11, 8)).u32(4, header(11, 4)).u32(8, 1);  // a double envelope
+  flow_stats.u32(0, 0x0140001C).u16(4, 1).u32(8, 10).u64(16, 5).u64(24, 0x1'0000'0140);
+  queue_stats.u32(0, header(6, 332)).u16(4, 1).u16(8, 3);
+  QueueStatsMsg queues;
+  queues.port_id = 3;
   for (uint32_t q = 0; q < 8; ++q) {
-    size_t r = 16 + 40 * q;
-    f.u32(r + 4, q).u64(r + 8, 1000 + q).u64(r + 16, 10 + q);
-    want.queues[q] = QueueRecord{q, 1000 + q, 10 + q};
+    queue_stats.u32(16 + 40 * q + 4, q)
+        .u64(16 + 40 * q + 8, 1000 + q)
+        .u64(16 + 40 * q + 16, 10 + q);
+    queues.queues[q] = QueueRecord{q, 1000 + q, 10 + q};
   }
-  EXPECT_EQ(decode_one(f.b), Message{want});
-  EXPECT_EQ(hex_text(encode(want).value()), hex(f));
-}
-
-TEST(GoldenAgent, MeterStatisticsRoomFor27Records) {
-  Frame f(1736);
-  f.u32(0, header(4, 1732)).u32(4, 2);
-  f.u32(8, 1).u64(8 + 16, 640).u64(8 + 40, 64);
-  f.u32(72, 2).u64(72 + 16, 128).u64(72 + 56, 32);
-  MeterStatsMsg want;
-  want.records = {MeterRecord{1, 0, 640, 0, 0, 64, 0, 0}, MeterRecord{2, 0, 128, 0, 0, 0, 0, 32}};
-  EXPECT_EQ(decode_one(f.b), Message{want});
-  EXPECT_EQ(hex_text(encode(want).value()), hex(f));
+  // Room for 27 meter records; two are used.
+  meter_stats.u32(0, header(4, 1732)).u32(4, 2).u32(8, 1).u64(8 + 16, 640).u64(8 + 40, 64);
+  meter_stats.u32(72, 2).u64(72 + 16, 128).u64(72 + 56, 32);
+  MeterStatsMsg meters;
+  meters.records = {MeterRecord{1, 0, 640, 0, 0, 64, 0, 0}, MeterRecord{2, 0, 128, 0, 0, 0, 0, 32}};
+  const std::pair<const Frame*, Message> rows[] = {
+      {&status,
+       StatusMsg{10, 0x01000000, 7, 1, 1, 0x100000005, 0x100000009, "PSEUDO_SUCCESS: no port"}},
+      {&reg, RegisterMsg{1}},
+      {&flow_stats, FlowStatsMsg{1, 10, 5, 0x1'0000'0140}},
+      {&queue_stats, queues},
+      {&meter_stats, meters}};
+  for (const auto& [frame, message] : rows) {
+    auto d = decode_datagram(frame->b);
+    ASSERT_EQ(d.size(), 1u) << hex(*frame);
+    ASSERT_TRUE(std::holds_alternative<Message>(d[0])) << std::get<DecodeError>(d[0]).reason;
+    EXPECT_EQ(std::get<Message>(d[0]), message) << hex(*frame);
+    EXPECT_EQ(hex_text(encode(message).value()), hex(*frame));
+  }
 }
 
 }  // namespace

@@ -1,18 +1,59 @@
-// Quick sort, sorted lists (order, callbacks, moves), stack, double list and plain lists.
+// Quick sort, sorted lists (order, callbacks, moves), stack, double list and plain lists; and a
+// differential run with a fixed seed: sorted-list set operations against the std::set algorithms,
+// 100000 random operations on an evolving list and fresh second lists.
 #include "foundation/lists.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
+#include <iterator>
 #include <random>
+#include <set>
 #include <vector>
-
-#include "list_helpers.h"
 
 namespace {
 
-using list_helpers::keys;
-using list_helpers::U32Lists;
+// A sorted-list descriptor over uint32_t keys, and conversions between lists and vectors.
+inline int cmp_u32(const void* a, const void* b) {
+  uint32_t x;
+  uint32_t y;
+  std::memcpy(&x, a, 4);
+  std::memcpy(&y, b, 4);
+  return x < y ? -1 : (x > y ? 1 : 0);
+}
+
+inline uint32_t key(sorted_list_node* n) {
+  uint32_t k;
+  std::memcpy(&k, sorted_list_key(n), 4);
+  return k;
+}
+
+inline std::vector<uint32_t> keys(sorted_list_node* list) {
+  std::vector<uint32_t> out;
+  for (; list != nullptr; list = list->next)
+    out.push_back(key(list));
+  return out;
+}
+
+// Owns a pool and a descriptor for uint32_t keys.
+struct U32Lists {
+  generic_pool pool{};
+  sorted_list_desc desc{};
+  U32Lists() {
+    init_generic_pool(&pool, 64, SORTED_LIST_KEY_OFFSET + 4, GENERIC_POOL_GUARD);
+    desc.pool = &pool;
+    desc.key_size = 4;
+    desc.compare = cmp_u32;
+  }
+  ~U32Lists() { free_generic_pool(&pool); }
+  sorted_list_node* make(const std::vector<uint32_t>& ks) {
+    sorted_list_node* list = nullptr;
+    for (uint32_t k : ks)
+      sorted_linklist_add_one_item(&desc, &list, &k);
+    return list;
+  }
+};
 
 int cmp_words(void* a, void* b) {
   auto x = reinterpret_cast<uintptr_t>(a);
@@ -42,10 +83,9 @@ TEST(QuickSortIndex, SortsIndexesByItemOrKey) {
   };
   const Item table[] = {{9, 30}, {8, 10}, {7, 20}, {6, 0}};
   uint32_t index[] = {0, 1, 2, 3};
-  quick_sort_generic_anykey(0, 3, index, table, sizeof(Item), offsetof(Item, key),
-                            list_helpers::cmp_u32);
+  quick_sort_generic_anykey(0, 3, index, table, sizeof(Item), offsetof(Item, key), cmp_u32);
   EXPECT_EQ(std::vector<uint32_t>(index, index + 4), (std::vector<uint32_t>{3, 1, 2, 0}));
-  quick_sort_generic(0, 3, index, table, sizeof(Item), list_helpers::cmp_u32);  // by `pad`
+  quick_sort_generic(0, 3, index, table, sizeof(Item), cmp_u32);  // by `pad`
   EXPECT_EQ(std::vector<uint32_t>(index, index + 4), (std::vector<uint32_t>{3, 2, 1, 0}));
   int calls = 0;
   void* words[] = {reinterpret_cast<void*>(2), reinterpret_cast<void*>(1)};
@@ -103,7 +143,7 @@ TEST_F(SortedList, MergeCallbackOnAddAndGateOnMinus) {
   } calls;
   d_.merge_argument = &calls;
   d_.merge = [](sorted_list_node* mine, sorted_list_node*, int adding, void* arg) {
-    uint32_t k = list_helpers::key(mine);
+    uint32_t k = key(mine);
     static_cast<Calls*>(arg)->seen.push_back({k, adding});
     return k == 2 ? 0 : 1;  // minus keeps key 2
   };
@@ -148,7 +188,7 @@ TEST_F(SortedList, CloneTraverseAndArrays) {
       &d_, a,
       [](sorted_list_node* copy, sorted_list_node* original, void* arg) {
         EXPECT_NE(copy, original);
-        EXPECT_EQ(list_helpers::key(copy), list_helpers::key(original));
+        EXPECT_EQ(key(copy), key(original));
         ++*static_cast<int*>(arg);
       },
       &each);
@@ -157,11 +197,11 @@ TEST_F(SortedList, CloneTraverseAndArrays) {
 
   sorted_list_node* b = u_.make({2, 3, 5});
   auto count_keys = [](sorted_list_node* e1, sorted_list_node*, void*) {
-    return static_cast<int>(list_helpers::key(e1));
+    return static_cast<int>(key(e1));
   };
   EXPECT_EQ(sorted_linklist_traverse_by_reference(&d_, a, b, count_keys, nullptr), 5);  // 2 + 3
   auto stop_at_3 = [](sorted_list_node* e1, sorted_list_node*, void*) {
-    return list_helpers::key(e1) == 3 ? -1 : 1;
+    return key(e1) == 3 ? -1 : 1;
   };
   EXPECT_EQ(sorted_linklist_traverse_by_reference(&d_, a, b, stop_at_3, nullptr), 1);
 
@@ -287,6 +327,118 @@ TEST(PlainLists, RecordsAndPoolElements) {
   free_generic_pool(&pool);
   EXPECT_EQ(generic_compare_uint32(1, 0xFFFFFFFF), -1);
   EXPECT_EQ(generic_compare_uint32(5, 5), 0);
+}
+
+using Vec = std::vector<uint32_t>;
+
+Vec as_vec(const std::set<uint32_t>& s) {
+  return Vec(s.begin(), s.end());
+}
+
+TEST(SortedListDiff, MatchesStdSetAlgorithms) {
+  U32Lists u;
+  const sorted_list_desc* d = &u.desc;
+  std::mt19937 rng(2024);
+  std::set<uint32_t> model;
+  sorted_list_node* list = nullptr;
+  constexpr uint32_t kUniverse = 96;
+
+  auto random_set = [&]() {
+    std::set<uint32_t> s;
+    int n = static_cast<int>(rng() % 12);
+    for (int i = 0; i < n; ++i)
+      s.insert(rng() % kUniverse);
+    return s;
+  };
+
+  for (int op = 0; op < 100000; ++op) {
+    uint32_t k = rng() % kUniverse;
+    unsigned kind = rng() % 12;
+    std::set<uint32_t> other = kind >= 4 ? random_set() : std::set<uint32_t>{};
+    sorted_list_node* b = u.make(as_vec(other));
+    Vec expect;
+    switch (kind) {
+      case 0:
+      case 1:
+        if (!model.count(k)) {
+          ASSERT_EQ(sorted_linklist_add_one_item(d, &list, &k), 1);
+          model.insert(k);
+        }
+        break;
+      case 2:
+        ASSERT_EQ(sorted_linklist_del_one_item(d, &list, &k), model.erase(k) ? 1 : 0) << op;
+        break;
+      case 3:
+        ASSERT_EQ(sorted_linklist_is_member(d, list, &k), model.count(k) ? 1 : 0) << op;
+        break;
+      case 4: {
+        ASSERT_EQ(sorted_linklist_add(d, &list, b), 1);
+        model.insert(other.begin(), other.end());
+        break;
+      }
+      case 5: {
+        size_t before = model.size();
+        for (uint32_t x : other)
+          model.erase(x);
+        ASSERT_EQ(sorted_linklist_minus(d, &list, b), static_cast<int>(before - model.size()));
+        break;
+      }
+      case 6: {
+        std::set<uint32_t> common;
+        std::set_intersection(model.begin(), model.end(), other.begin(), other.end(),
+                              std::inserter(common, common.end()));
+        ASSERT_EQ(sorted_linklist_keep_common(d, &list, b),
+                  static_cast<int>(model.size() - common.size()));
+        model = common;
+        break;
+      }
+      case 7:
+      case 8:
+      case 9: {
+        sorted_list_node* made = kind == 7   ? sorted_linklist_make_add(d, list, b)
+                                 : kind == 8 ? sorted_linklist_make_minus(d, list, b)
+                                             : sorted_linklist_make_common(d, list, b);
+        if (kind == 7) {
+          std::set_union(model.begin(), model.end(), other.begin(), other.end(),
+                         std::back_inserter(expect));
+        } else if (kind == 8) {
+          std::set_difference(model.begin(), model.end(), other.begin(), other.end(),
+                              std::back_inserter(expect));
+        } else {
+          std::set_intersection(model.begin(), model.end(), other.begin(), other.end(),
+                                std::back_inserter(expect));
+        }
+        ASSERT_EQ(keys(made), expect) << op << " kind " << kind;
+        sorted_linklist_free_list(d, &made);
+        break;
+      }
+      case 10: {
+        bool includes = std::includes(model.begin(), model.end(), other.begin(), other.end());
+        ASSERT_EQ(sorted_linklist_is_subset(d, list, b), includes ? 1 : 0) << op;
+        Vec common;
+        std::set_intersection(model.begin(), model.end(), other.begin(), other.end(),
+                              std::back_inserter(common));
+        ASSERT_EQ(sorted_linklist_is_any_present(d, list, b), common.empty() ? 0 : 1) << op;
+        ASSERT_EQ(sorted_linklist_is_equal(d, list, b), model == other ? 1 : 0) << op;
+        int visits = sorted_linklist_traverse_by_reference(
+            d, list, b, [](sorted_list_node*, sorted_list_node*, void*) { return 1; }, nullptr);
+        ASSERT_EQ(visits, static_cast<int>(common.size()));
+        break;
+      }
+      default: {
+        sorted_list_node* source = b;
+        b = nullptr;
+        sorted_linklist_move_keep_old(d, &list, &source);
+        model = other;
+        break;
+      }
+    }
+    sorted_linklist_free_list(d, &b);
+    ASSERT_EQ(keys(list), as_vec(model)) << op << " kind " << kind;
+  }
+  sorted_linklist_free_list(d, &list);
+  EXPECT_EQ(generic_get_pool_allocated_number(&u.pool), 0u);
+  EXPECT_EQ(u.pool.free_fail + u.pool.corrupt_fail, 0);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // Fault injection: a status in place of the chip's work, once, n times, or from the n-th request.
 #include <gtest/gtest.h>
 
-#include <ostream>
+#include <tuple>
 
 #include "chipsim_test_util.h"
 #include "model/status.h"
@@ -9,41 +9,23 @@
 namespace ofa::chipsim::test {
 namespace {
 
-struct FaultCase {
-  const char* name;
-  FaultMode mode;
-  uint32_t n;
-  std::vector<int32_t> statuses;  // of five region adds in a row
-};
-void PrintTo(const FaultCase& c, std::ostream* os) {
-  *os << c.name;
-}
-
-class Faults : public ::testing::TestWithParam<FaultCase> {};
-
-TEST_P(Faults, FireAsTold) {
-  const FaultCase& c = GetParam();
-  Model m(config(Family::ard));
-  m.add_fault({.command = 0x07270220, .status = -5, .mode = c.mode, .n = c.n});
-  std::vector<int32_t> got;
-  uint8_t regions[] = {10, 20, 30};
-  for (int i = 0; i < 5; ++i) {
-    uint8_t ldev = i < 3 ? 10 : 23;
-    got.push_back(status_of(m, region_add(ldev, regions[i % 3], 24, 1, 4)));
+TEST(Fault, FiresOnceNTimesOrFromTheNth) {
+  const std::tuple<FaultMode, uint32_t, std::vector<int32_t>> cases[] = {
+      {FaultMode::once, 1, {-5, 0, 0, 0, 0}},
+      {FaultMode::times, 2, {-5, -5, 0, 0, 0}},
+      {FaultMode::from, 2, {0, -5, -5, -5, -5}},
+      {FaultMode::from, 4, {0, 0, 0, -5, -5}}};
+  for (const auto& [mode, n, statuses] : cases) {
+    Model m(config(Family::ard));
+    m.add_fault({.command = 0x07270220, .status = -5, .mode = mode, .n = n});
+    std::vector<int32_t> got;  // of five region adds in a row
+    for (int i = 0; i < 5; ++i)
+      got.push_back(status_of(m, region_add(i < 3 ? 10 : 23, 10 * (1 + i % 3), 24, 1, 4)));
+    EXPECT_EQ(got, statuses) << n;
+    // A faulted request changes nothing in the chip.
+    EXPECT_EQ(m.chips().at(kChip).regions.size(), std::count(got.begin(), got.end(), 0));
   }
-  EXPECT_EQ(got, c.statuses);
-  // A faulted request changes nothing in the chip.
-  size_t ok = std::count(got.begin(), got.end(), 0);
-  EXPECT_EQ(m.chips().at(kChip).regions.size(), ok);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    All, Faults,
-    ::testing::Values(FaultCase{"once", FaultMode::once, 1, {-5, 0, 0, 0, 0}},
-                      FaultCase{"times_2", FaultMode::times, 2, {-5, -5, 0, 0, 0}},
-                      FaultCase{"from_2", FaultMode::from, 2, {0, -5, -5, -5, -5}},
-                      FaultCase{"from_4", FaultMode::from, 4, {0, 0, 0, -5, -5}}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(Fault, SecondDefaultEntryFailsFirstStays) {
   Model m(config(Family::ard));

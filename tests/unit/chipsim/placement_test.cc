@@ -108,35 +108,25 @@ TEST_F(Placement, DefaultRegionsAppendAndUpdatesNeedTheHandle) {
   EXPECT_EQ(status_of(m, flow_del(false, 4, 20)), status::kNoEntry);  // L3 handle, L2 device
 }
 
-struct RegionCase {
-  const char* name;
-  uint8_t ldev, region, type;
-  uint32_t size, initial;
-  int32_t status;
-};
-void PrintTo(const RegionCase& c, std::ostream* os) {
-  *os << c.name;
+TEST(Regions, SizesDevicesAndTypesChecked) {
+  struct Case {
+    const char* name;
+    uint8_t ldev, region, type;
+    uint32_t size, initial;
+    int32_t status;
+  };
+  for (const Case& c : {Case{"zero_sized_flow_region", 10, 20, 1, 0, 0, 0},
+                        Case{"whole_tcam", 23, 20, 1, 2048, 128, 0},
+                        Case{"above_tcam", 23, 20, 1, 2049, 128, status::kInvalid},
+                        Case{"initial_above_size", 10, 10, 1, 24, 25, status::kInvalid},
+                        Case{"bad_ldev", 11, 10, 1, 24, 2, status::kInvalid},
+                        Case{"bad_region", 10, 15, 1, 24, 2, status::kInvalid},
+                        Case{"bad_type", 10, 10, 2, 24, 2, status::kInvalid}}) {
+    Model m(config(Family::ard, 2048));
+    Req r = region_add(c.ldev, c.region, c.size, c.initial, 16).u8(30, c.type);
+    EXPECT_EQ(status_of(m, r), c.status) << c.name;
+  }
 }
-
-class Regions : public ::testing::TestWithParam<RegionCase> {};
-
-TEST_P(Regions, Checks) {
-  Model m(config(Family::ard, 2048));
-  const RegionCase& c = GetParam();
-  Req r = region_add(c.ldev, c.region, c.size, c.initial, 16).u8(30, c.type);
-  EXPECT_EQ(status_of(m, r), c.status);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    All, Regions,
-    ::testing::Values(RegionCase{"zero_sized_flow_region", 10, 20, 1, 0, 0, 0},
-                      RegionCase{"whole_tcam", 23, 20, 1, 2048, 128, 0},
-                      RegionCase{"above_tcam", 23, 20, 1, 2049, 128, status::kInvalid},
-                      RegionCase{"initial_above_size", 10, 10, 1, 24, 25, status::kInvalid},
-                      RegionCase{"bad_ldev", 11, 10, 1, 24, 2, status::kInvalid},
-                      RegionCase{"bad_region", 10, 15, 1, 24, 2, status::kInvalid},
-                      RegionCase{"bad_type", 10, 10, 2, 24, 2, status::kInvalid}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace ofa::chipsim::test

@@ -14,7 +14,6 @@
 #include <random>
 #include <set>
 #include <string>
-#include <tuple>
 #include <vector>
 
 namespace {
@@ -228,16 +227,19 @@ TEST_F(SecondHash, WalksRefuseOrHandleSecondLevel) {
 }
 
 TEST(SecondHashSetUp, LimitsRefusedLeaveTheTableAsItWas) {
-  const std::tuple<uint32_t, uint32_t, std::string> cases[] = {
-      {9, 50, "threshold = 9, must [10-100]"},
-      {101, 50, "threshold = 101, must [10-100]"},
-      {50, 9, "size_2nd_hash = 9, must [10-200]"},
-      {50, 201, "size_2nd_hash = 201, must [10-200]"}};
-  for (const auto& [threshold, size2, message] : cases) {
+  struct Case {
+    uint32_t threshold, size2;
+    std::string message;
+  };
+  for (const Case& c : {Case{9, 50, "threshold = 9, must [10-100]"},
+                        Case{101, 50, "threshold = 101, must [10-100]"},
+                        Case{50, 9, "size_2nd_hash = 9, must [10-200]"},
+                        Case{50, 201, "size_2nd_hash = 201, must [10-200]"}}) {
     hashFastGeneric* t = hashFastGenericCreate(50, get_key, compare, nullptr);
     hashFastGenericEnableFastSparseTraverse(t);
-    EXPECT_EQ(captured([&] { hashFastGenericEnable2ndHash(t, threshold, size2, identity_hash); }),
-              "Error! hashFastGenericEnable2ndHash " + message + "\n");
+    EXPECT_EQ(
+        captured([&] { hashFastGenericEnable2ndHash(t, c.threshold, c.size2, identity_hash); }),
+        "Error! hashFastGenericEnable2ndHash " + c.message + "\n");
     EXPECT_EQ(t->bucket_counts, nullptr);
     EXPECT_EQ(t->table2_pool, nullptr);
     EXPECT_EQ(t->threshold, 0);

@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "agent/reset.h"
 #include "agent/trace.h"
 
 of_id_list* l2flow_tcam_idpool_node = nullptr;
@@ -91,3 +92,13 @@ int openflow_lp_init_tcam_id_pool() {
   file_printf("Created L2FLOW TCAM ID POOL Node");
   return 1;
 }
+
+namespace {
+void free_pools() {
+  for (of_id_list** pool : {&l2flow_tcam_idpool_node, &l3ipv4flow_tcam_idpool_node}) {
+    free_id_list(*pool);
+    *pool = nullptr;
+  }
+}
+const ofa_reset_hook reset_hook{0, free_pools};
+}  // namespace

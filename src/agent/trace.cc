@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "agent/debug_log.h"
+#include "agent/reset.h"
 #include "agent/status.h"
 #include "platform/asp.h"
 #include "platform/evrec.h"
@@ -257,3 +258,7 @@ void ofa_trace_set_debug_channel(ofa_debug_channel_fn fn) {
 int ofa_trace_handle(uint32_t module) {
   return module < OFA_TRACE_MODULES ? g_handles[module] : -1;
 }
+
+namespace {
+const ofa_reset_hook reset_hook{0, [] { debugOpenflow = 0; }};
+}  // namespace

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "agent/agent_globals.h"
+#include "agent/reset.h"
 #include "agent/status.h"
 #include "agent/trace.h"
 #include "chip/chip_req.h"
@@ -376,3 +377,7 @@ void ofResetChipTables() {
   }
   ofInitSlotTable();
 }
+
+namespace {
+const ofa_reset_hook reset_hook{20, ofResetChipTables};
+}  // namespace

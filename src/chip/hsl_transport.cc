@@ -11,6 +11,7 @@
 #include <string>
 
 #include "agent/agent_globals.h"
+#include "agent/reset.h"
 #include "agent/status.h"
 #include "agent/thread.h"
 #include "agent/trace.h"
@@ -398,3 +399,7 @@ int ofProcessHslResp(uint8_t*, uint32_t, uintptr_t, uint16_t) {
 int ofProcessHslPkt(uint8_t*, uint32_t, uintptr_t, uint16_t) {
   return 0;
 }
+
+namespace {
+const ofa_reset_hook reset_hook{0, [] { ioctl_hook = nullptr; }};
+}  // namespace

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "agent/agent_globals.h"
+#include "agent/reset.h"
 #include "agent/status.h"
 #include "agent/trace.h"
 #include "chip/chip_table.h"
@@ -237,3 +238,7 @@ void ofResetIfTable() {
     ofProcessPortDelete(e->ifIndex, e->port_id);
   }
 }
+
+namespace {
+const ofa_reset_hook reset_hook{10, ofResetIfTable};
+}  // namespace

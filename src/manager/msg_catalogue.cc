@@ -1,6 +1,7 @@
 // The type catalogue, the handler table and the walk of a received datagram.
 #include "manager/msg_catalogue.h"
 
+#include "agent/reset.h"
 #include "agent/status.h"
 #include "agent/trace.h"
 #include "agent/trace_ids.h"
@@ -111,3 +112,11 @@ int ofa_process_mi_msg(int sock, uint32_t slot, const uint8_t* buffer, uint32_t 
     if (msg_size == left) return 0;
   }
 }
+
+namespace {
+void clear_handlers() {
+  for (auto& row : ofa_msg_handlers)
+    row.handler = nullptr;
+}
+const ofa_reset_hook reset_hook{0, clear_handlers};
+}  // namespace

@@ -15,21 +15,19 @@
 // chips of the platform, each in its own slot's list and found again by its key.
 #include <cstddef>
 #include <cstdint>
-#include <variant>
 #include <vector>
 
-#include "adapter/chip_up.h"
 #include "agent/agent_globals.h"
 #include "agent/top/rsm.h"
-#include "agent/trace.h"
 #include "chip/chip_table.h"
 #include "chip/hsl_transport.h"
 #include "chip/if_table.h"
 #include "foundation/avl_tree.h"
-#include "platform/msg_queue.h"
-#include "platform/platform_file.h"
-#include "platform/system.h"
+#include "platform/ifindex.h"
 #include "platform/wire.h"
+
+#include "agent_reset.h"
+#include "fake_hsl.h"
 
 namespace {
 
@@ -37,57 +35,19 @@ void check(bool ok) {
   if (!ok) __builtin_trap();
 }
 
-uint8_t g_refuse = 0;
-size_t g_requests = 0;
-
-// The in-process HSL: every request is answered in place, with status -5 when refused. A
-// request must fit the buffer and carry its own size in the envelope.
-int fake_ioctl(int, uint8_t* buf, uint32_t len, uint32_t cap) {
-  check(len >= OF_NL_REQ_OFFSET && len <= cap && ofa::wire::Reader(buf, len).u32_at(0) == len);
-  bool refuse = (g_refuse >> (g_requests++ % 8)) & 1;
-  ofa::wire::Writer(buf, cap).u32_at(OF_NL_STATUS_OFFSET, refuse ? static_cast<uint32_t>(-5) : 0u);
-  return 0;
-}
-
-// An `ard` LP in slot 1 with two chips (ports 1-24, 25-48) and a remote chip in slot 2.
-constexpr const char* kPlatform =
-    "[switch]\nmodel = 131\nhw_profile = 7\nl2_tcam_size = 2048\nl3_tcam_size = 2048\n"
-    "my_slot = 1\n[ports]\ncount = 96\n[slot 1]\nchip.0.type = 1\nchip.0.ports = 1-24\n"
-    "chip.1.type = 1\nchip.1.ports = 25-48\n[slot 2]\nchip.0.type = 1\nchip.0.ports = 1-48\n";
-
-void setup_once() {
-  auto parsed = ofa::platform::parse_platform(kPlatform, "hsl_rx_fuzz");
-  check(std::holds_alternative<ofa::platform::Platform>(parsed));
-  ofa_sys_set(std::get<ofa::platform::Platform>(parsed));
-  openflowRsmReset();
-  of_corvu_state.msgq = msgQCreate(16, 1072, 0, "hsl-rx-fuzz");
-  check(openflowRsmInit() == 0);
-  ofNLSetIoctlHook(fake_ioctl);
-}
-
-// Agent globals and empty tables, as before the first event of a cold start.
 constexpr uint32_t kModels[4] = {131, 153, 1004, 2000};
 
+// An `ard` LP in slot 1 with two chips (ports 1-24, 25-48) and a remote chip in slot 2, as before
+// the first event of a cold start; the fake HSL refuses request n when bit n % 8 of `refuse` is
+// set.
 void reset_state(uint8_t refuse, uint8_t setup) {
-  ofResetIfTable();
-  ofResetChipTables();
-  openflowAgtPcb.model = kModels[setup & 3];
-  openflowAgtPcb.my_slot = 1;
-  openflowAgtPcb.hw = ofa_hw_resources{};
-  openflowAgtPcb.hw.of_flags = (setup & 4) ? 0 : OF_PROFILE;
-  openflowAgtPcb.hw.l2tcam_size = 2048;
-  openflowAgtPcb.hw.l3tcam_size = 2048;
-  g_openflow_lp.default_action = (setup >> 3) & 1;
-  check(ofInitChipTable() == 0);
-  check(ofInitIfTable() == 0);
-  for (auto& m : openflow_modules)
-    m = openflow_module{};
-  openflow_modules[OF_MODULE_AGT].chip_up = ofa_chip_up;
-  openflow_modules[OF_MODULE_AGT].chip_warm_up = ofa_region_del;
+  ofa::test::reset_agent({.chips = 2,
+                          .model = kModels[setup & 3],
+                          .profile = (setup & 4) == 0,
+                          .default_action = (setup >> 3) & 1u});
+  ofa::test::register_with_stage_driver();
   openflowRsmRecover(1002);
-  debugOpenflow = 0;
-  g_refuse = refuse;
-  g_requests = 0;
+  ofa::test::fake_hsl().fail_if = [refuse](size_t n) { return (refuse >> (n % 8)) & 1; };
 }
 
 // Every chip of the table is a chip of the platform under its own key, linked into the list of
@@ -119,11 +79,6 @@ constexpr uint16_t kTypes[4] = {OF_NLMSG_COMMAND, OF_NLMSG_ERROR, OF_NLMSG_DONE,
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  setup_once();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   ofa::wire::Reader in(data, size);
   uint8_t refuse = in.u8();
@@ -150,8 +105,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         break;
     }
     check_tables();
+    check(ofa::test::fake_hsl().envelope_ok);
   }
-  ofResetIfTable();
-  ofResetChipTables();
+  ofa::test::reset_agent();
   return 0;
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "agent/agent_globals.h"
+#include "agent/reset.h"
 #include "agent/status.h"
 #include "agent/trace.h"
 #include "backends/chip_family.h"
@@ -170,3 +171,7 @@ void openflowRsmReset() {
   ofa_rsm.rsm_stage = 0;
   g_dump_received = false;
 }
+
+namespace {
+const ofa_reset_hook reset_hook{0, openflowRsmReset};
+}  // namespace

@@ -1,20 +1,6 @@
 // The ofa-mgr program itself: exit codes, "file:line: reason" on stderr, help for each command,
 // and listen/encode/decode output. No agent needed: a plain socket stands in where one must.
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <chrono>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
-#include <string>
-#include <thread>
-#include <vector>
+#include "processes.h"
 
 namespace {
 
@@ -23,49 +9,22 @@ struct Outcome {
   std::string out, err;
 };
 
-class Cli : public ::testing::Test {
+class Cli : public ofa::test::RunDir {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/ofa-mgr-cli-XXXXXX";
-    ASSERT_NE(mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
+  void spawn(const std::vector<std::string>& args) {
+    unlink(path("out").c_str());
+    unlink(path("err").c_str());
+    child_.start(OFA_MGR_BIN, args, env_, path("out"), path("err"));
   }
-  void TearDown() override { std::system(("rm -rf '" + dir_ + "'").c_str()); }
-
-  pid_t spawn(const std::vector<std::string>& args) {
-    pid_t pid = fork();
-    if (pid != 0) return pid;
-    setenv("OFA_RUN_DIR", dir_.c_str(), 1);
-    unsetenv("OFA_PLATFORM");
-    unsetenv("OFA_SLOT");
-    int out = open((dir_ + "/out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    int err = open((dir_ + "/err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    dup2(out, 1);
-    dup2(err, 2);
-    std::vector<char*> argv{const_cast<char*>(OFA_MGR_BIN)};
-    for (const auto& a : args)
-      argv.push_back(const_cast<char*>(a.c_str()));
-    argv.push_back(nullptr);
-    execv(OFA_MGR_BIN, argv.data());
-    _exit(127);
+  Outcome finish() {
+    int code = child_.wait_exit();
+    return {code, ofa::test::read_file(path("out")), ofa::test::read_file(path("err"))};
   }
-  Outcome finish(pid_t pid) {
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return Outcome{WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp("out"), slurp("err")};
+  Outcome mgr(const std::vector<std::string>& args) {
+    spawn(args);
+    return finish();
   }
-  Outcome mgr(const std::vector<std::string>& args) { return finish(spawn(args)); }
-  std::string slurp(const std::string& name) {
-    std::ifstream in(dir_ + "/" + name);
-    std::stringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
-  }
-  std::string write(const std::string& name, const std::string& text) {
-    std::ofstream(dir_ + "/" + name) << text;
-    return dir_ + "/" + name;
-  }
-  std::string dir_;
+  ofa::test::Child child_;
 };
 
 TEST_F(Cli, ABadScenarioLineIsFileLineReasonAndExitCode2) {
@@ -75,18 +34,19 @@ TEST_F(Cli, ABadScenarioLineIsFileLineReasonAndExitCode2) {
   EXPECT_EQ(r.code, 2);
   EXPECT_EQ(r.err, file + ":3: flow add needs id=<flow id>\n");
   EXPECT_EQ(r.out, "");
+  EXPECT_EQ(mgr({"run", path("missing.scn")}).err,
+            path("missing.scn") + ":0: cannot read the file\n");
 }
 
 TEST_F(Cli, UsageErrorsExitWith2) {
-  EXPECT_EQ(mgr({"frobnicate"}).code, 2);
-  EXPECT_EQ(mgr({"run"}).code, 2);
-  EXPECT_EQ(mgr({"run", dir_ + "/missing.scn"}).err,
-            dir_ + "/missing.scn:0: cannot read the file\n");
-  EXPECT_EQ(mgr({"send", "vlan", "add", "vlan=1"}).code, 2);
-  EXPECT_EQ(mgr({"listen", "--slot", "12"}).code, 2);
-  EXPECT_EQ(mgr({"listen", "--timeout", "soon"}).code, 2);
-  EXPECT_EQ(mgr({"--frob"}).code, 2);
-  EXPECT_EQ(mgr({}).code, 2);
+  for (const auto& args : std::vector<std::vector<std::string>>{{"frobnicate"},
+                                                                {"run"},
+                                                                {"send", "vlan", "add", "vlan=1"},
+                                                                {"listen", "--slot", "12"},
+                                                                {"listen", "--timeout", "soon"},
+                                                                {"--frob"},
+                                                                {}})
+    EXPECT_EQ(mgr(args).code, 2) << (args.empty() ? "" : args[0]);
 }
 
 TEST_F(Cli, HelpForEachCommand) {
@@ -104,7 +64,7 @@ TEST_F(Cli, NoAgentMeansExitCode1) {
   std::string file = write("one.scn", "vlan add vlan=1 iivid=4010\n");
   auto r = mgr({"run", file});
   EXPECT_EQ(r.code, 1);
-  EXPECT_NE(r.out.find(file + ":1: no agent at " + dir_ + "/pq6/ofmgragt.1"), std::string::npos)
+  EXPECT_NE(r.out.find(file + ":1: no agent at " + path("pq6/ofmgragt.1")), std::string::npos)
       << r.out;
 }
 
@@ -122,33 +82,21 @@ TEST_F(Cli, EncodeAndDecode) {
 }
 
 TEST_F(Cli, ListenPrintsJsonLines) {
-  pid_t pid = spawn({"listen", "--json", "--count", "2", "--timeout", "10"});
-  std::string mp = dir_ + "/pq6/ofmgragt.mp";
-  struct stat st {};
-  for (int i = 0; i < 1000 && stat(mp.c_str(), &st) != 0; ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
+  spawn({"listen", "--json", "--count", "2", "--timeout", "10"});
+  std::string mp = path("pq6/ofmgragt.mp");
+  ASSERT_TRUE(ofa::test::wait_for([&] { return ofa::test::exists(mp); }));
   int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
-  sockaddr_un a{};
-  a.sun_family = AF_UNIX;
-  std::snprintf(a.sun_path, sizeof a.sun_path, "%s", mp.c_str());
-  const uint8_t reg[] = {0x02, 0xc0, 0, 8, 0x02, 0xc0, 0, 4, 0, 0, 0, 2};
-  const uint8_t bad[] = {0xff, 0xff, 0, 0};
-  ASSERT_EQ(sendto(fd, reg, sizeof reg, 0, reinterpret_cast<sockaddr*>(&a), sizeof a), 12);
-  ASSERT_EQ(sendto(fd, bad, sizeof bad, 0, reinterpret_cast<sockaddr*>(&a), sizeof a), 4);
+  ASSERT_TRUE(ofa::test::send_to(fd, mp, {0x02, 0xc0, 0, 8, 0x02, 0xc0, 0, 4, 0, 0, 0, 2}));
+  ASSERT_TRUE(ofa::test::send_to(fd, mp, {0xff, 0xff, 0, 0}));
   close(fd);
-  auto r = finish(pid);
+  auto r = finish();
   EXPECT_EQ(r.code, 0);
-  std::istringstream lines(r.out);
-  std::string first, second;
-  std::getline(lines, first);
-  std::getline(lines, second);
-  EXPECT_NE(first.find(",\"kind\":\"register\",\"type\":11,\"slot\":2}"), std::string::npos)
-      << first;
-  EXPECT_NE(second.find("\"kind\":\"error\",\"offset\":0,\"reason\":\"type 1023 is not a message "
+  auto out = ofa::test::lines(r.out);
+  ASSERT_EQ(out.size(), 2u) << r.out;
+  EXPECT_NE(out[0].find(",\"kind\":\"register\",\"type\":11,\"slot\":2}"), std::string::npos);
+  EXPECT_NE(out[1].find("\"kind\":\"error\",\"offset\":0,\"reason\":\"type 1023 is not a message "
                         "type\",\"bytes\":\"ffff0000\"}"),
-            std::string::npos)
-      << second;
+            std::string::npos);
 }
 
 }  // namespace

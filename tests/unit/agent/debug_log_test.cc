@@ -10,16 +10,22 @@
 #include <regex>
 #include <sstream>
 #include <string>
-#include "spine_test_util.h"
+#include "processes.h"
 
 namespace {
 
-class DebugLog : public ::testing::Test {
+class DebugLog : public ofa::test::RunDir {
  protected:
-  void SetUp() override { ASSERT_FALSE(tmp_.path().empty()); }
-  void TearDown() override { ofa_debug_log_close(); }
-  std::string contents() const { return spine_test::read_file(path_); }
-  void put(const std::string& text) const { spine_test::write_file(path_, text); }
+  void SetUp() override {
+    RunDir::SetUp();
+    path_ = path("ofastdout");
+  }
+  void TearDown() override {
+    ofa_debug_log_close();
+    RunDir::TearDown();
+  }
+  std::string contents() const { return ofa::test::read_file(path_); }
+  void put(const std::string& text) const { write("ofastdout", text); }
   // Replaces the fixed-width head field that begins with `label`.
   void set_field(const std::string& label, int value) {
     std::string c = contents();
@@ -30,8 +36,7 @@ class DebugLog : public ::testing::Test {
     c.replace(at + label.size(), 8, digits);
     put(c);
   }
-  spine_test::TempDir tmp_{"ofa_dlog"};
-  std::string path_ = tmp_ / "ofastdout";
+  std::string path_;
 };
 
 const std::regex kFreshHead(

@@ -91,32 +91,7 @@ TEST_F(Rsm, BootModeAndNames) {
   EXPECT_STREQ(openflowRsmStageName(12), "Unknown");
 }
 
-TEST_F(Rsm, RegistrationStartsInStandbyAndPostsFirstStage) {
-  for (auto boot : {ofa::platform::BootMode::cold, ofa::platform::BootMode::warm}) {
-    auto p = load("ard.conf");
-    p.boot = boot;
-    use(p);
-    MSG_Q_ID q = msgQCreate(8, 1072, 0, "t");
-    of_corvu_state.msgq = q;
-    std::memcpy(of_corvu_state.rsm_svc, "svc", 4);
-    of_corvu_state.rsm_group = 7;
-    ASSERT_EQ(openflowRsmInit(), 0);
-    EXPECT_EQ(of_corvu_state.stage, static_cast<uint32_t>(OFA_STAGE_STANDBY));
-    EXPECT_EQ(of_corvu_state.rsm_group, 0);
-    EXPECT_GE(openflowRsmHandleGet(), 0);
-    uint8_t msg[1072];
-    ASSERT_EQ(msgQReceive(q, msg, sizeof msg, 0), 20);
-    ofa::wire::Reader r(msg, sizeof msg);
-    EXPECT_EQ(r.u8_at(4), 15u);
-    EXPECT_EQ(r.u32_at(16), boot == ofa::platform::BootMode::warm ? 1003u : 1002u);
-    // The driver posts each answer as the next stage.
-    rsm_process(r.u32_at(16));
-    ASSERT_EQ(msgQReceive(q, msg, sizeof msg, 0), 20);
-    EXPECT_EQ(r.u32_at(16), boot == ofa::platform::BootMode::warm ? 2u : 1u);
-    rsmd_shutdown();
-    msgQDelete(q);
-  }
-}
+// Registration and the stage walk of both boots: tests/integration/agent.
 
 std::vector<std::string> g_show;
 void show_line(const char* line) {

@@ -12,7 +12,7 @@
 
 #include "agent/debug_log.h"
 #include "platform/evrec.h"
-#include "spine_test_util.h"
+#include "processes.h"
 
 namespace {
 
@@ -21,11 +21,11 @@ void channel(const char* text) {
   g_channel.emplace_back(text);
 }
 
-class Trace : public ::testing::Test {
+class Trace : public ofa::test::RunDir {
  protected:
   void SetUp() override {
-    ASSERT_FALSE(tmp_.path().empty());
-    path_ = tmp_ / "log";
+    RunDir::SetUp();
+    path_ = path("log");
     setenv("OFA_DEBUG_LOG", path_.c_str(), 1);
     ASSERT_EQ(openflowAgt_trace_init(), 0);
     for (uint32_t m = 0; m < OFA_TRACE_MODULES; ++m)
@@ -38,12 +38,12 @@ class Trace : public ::testing::Test {
     openflowAgt_trace_exit();
     evrec_exit();
     unsetenv("OFA_DEBUG_LOG");
+    RunDir::TearDown();
   }
-  std::string log_body() const { return spine_test::read_file(path_).substr(128); }
+  std::string log_body() const { return ofa::test::read_file(path_).substr(128); }
   size_t records(uint32_t module) const {
     return trace_module_records(ofa_trace_handle(module)).size();
   }
-  spine_test::TempDir tmp_{"ofa_trace"};
   std::string path_;
 };
 
@@ -143,12 +143,12 @@ TEST_F(Trace, SinksFollowTheBits) {
 TEST_F(Trace, LogOffOpensNoFileAndLeavesTheOtherSinks) {
   char cwd[4096];
   ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
-  ASSERT_EQ(chdir(tmp_.path().c_str()), 0);
+  ASSERT_EQ(chdir(dir_.c_str()), 0);
   setenv("OFA_DEBUG_LOG", "off", 1);
   ASSERT_EQ(openflowAgt_trace_init(), 0);
   ASSERT_EQ(chdir(cwd), 0);
   EXPECT_FALSE(ofa_debug_log_is_open());
-  EXPECT_NE(access((tmp_ / "off").c_str(), F_OK), 0);  // "off" is no file name
+  EXPECT_NE(access(path("off").c_str(), F_OK), 0);  // "off" is no file name
   debugOpenflow |= OFA_DEBUG_CHANNEL;
   file_printf("chan\n");
   EXPECT_EQ(g_channel, (std::vector<std::string>{"chan\n"}));

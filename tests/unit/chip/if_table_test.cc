@@ -1,22 +1,20 @@
 // The interface table: adds with and without a chip, the fake chip up, duplicates, deletes, the
 // walk, the index decoders and the physical order.
 #include "chip/chip_req.h"
-#include "chip_test_env.h"
+#include "chip_env.h"
 #include "foundation/avl_tree.h"
 
 namespace {
 
-using chiptest::ChipEnv;
-using chiptest::fake;
 using ofa::platform::port_ifindex;
+using ofa::test::ChipEnv;
 
 class IfTable : public ChipEnv {
  protected:
   void SetUp() override {
-    Reset(2);
-    auto rec = chip_rec(1, 0);
-    ofProcessChipAdd(&rec, 0);
-    fake().requests.clear();
+    ofa::test::reset_agent({.chips = 2});
+    chip_up(1, 0);
+    hsl().requests.clear();
   }
 };
 
@@ -33,7 +31,7 @@ TEST_F(IfTable, PhysicalPortIsTiedToItsChip) {
   EXPECT_EQ(ofLookupIfEntrybyPortId(3), e);
   EXPECT_NE(out.find("Added Interface ethernet1/3 port_id 3 is_local 1 ifindex: 0x18418000"),
             std::string::npos);
-  EXPECT_TRUE(fake().requests.empty());
+  EXPECT_TRUE(hsl().requests.empty());
 }
 
 TEST_F(IfTable, LogicalInterfaceHasNoChipAndNoValidation) {
@@ -66,13 +64,13 @@ TEST_F(IfTable, UnknownChipIsMadeOnceThroughTheWarmPath) {
   ASSERT_NE(c, nullptr);
   EXPECT_EQ(ofLookupIfEntrybyPortId(30)->chip, c);
   EXPECT_EQ(chip_ups, 1);
-  ASSERT_FALSE(fake().requests.empty());
-  EXPECT_EQ(fake().requests[0].command, OF_CMD_REGION_DEL_ALL);
-  EXPECT_EQ(fake().requests[0].target, ofa::platform::chip_ifindex(1, 1));
-  size_t sent = fake().requests.size();
+  ASSERT_FALSE(hsl().requests.empty());
+  EXPECT_EQ(hsl().requests[0].command, OF_CMD_REGION_DEL_ALL);
+  EXPECT_EQ(hsl().requests[0].target, ofa::platform::chip_ifindex(1, 1));
+  size_t sent = hsl().requests.size();
   ASSERT_NE(ofProcessPortAdd(port_ifindex(1, 31), "ethernet1/31", 31), nullptr);
   EXPECT_EQ(chip_ups, 1);
-  EXPECT_EQ(fake().requests.size(), sent);
+  EXPECT_EQ(hsl().requests.size(), sent);
   EXPECT_EQ(of_dlist_count(&c->ports), 2);
 }
 
@@ -109,11 +107,8 @@ TEST_F(IfTable, WalkFromTheHighestPortIdAndDeleteWhileWalking) {
   EXPECT_EQ(of_get_next_port(nullptr), nullptr);
 }
 
-TEST_F(IfTable, DeleteOfAnUnknownPortIsNoError) {
+TEST_F(IfTable, DeleteOfAnUnknownPortIsNoErrorAndLookupByIndexFindsNothing) {
   EXPECT_EQ(ofProcessPortDelete(port_ifindex(1, 3), 77), 0);
-}
-
-TEST_F(IfTable, LookupByInterfaceIndexFindsNothingUseful) {
   ofProcessPortAdd(port_ifindex(1, 3), "ethernet1/3", 3);
   EXPECT_EQ(ofLookupIfEntry(port_ifindex(1, 3)), nullptr);
 }

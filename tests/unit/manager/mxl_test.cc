@@ -4,22 +4,16 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-#include <ostream>
-
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "../agent/spine_test_util.h"
 #include "agent/rsm_state.h"
 #include "agent/trace.h"
 #include "platform/evrec.h"
 #include "platform/run_dir.h"
+#include "processes.h"
+#include "trace_capture.h"
 
 namespace {
 
@@ -34,20 +28,20 @@ int handler(int, uint32_t slot, const uint8_t* buf, uint32_t size) {
   return 0;
 }
 
-using spine_test::bind_dgram;
+using ofa::test::bind_dgram;
 
 void send_to(int fd, const std::string& path, const std::vector<uint8_t>& bytes) {
-  ASSERT_TRUE(spine_test::send_to(fd, path, bytes));
+  ASSERT_TRUE(ofa::test::send_to(fd, path, bytes));
 }
 
-class Mxl : public ::testing::Test {
+class Mxl : public ofa::test::RunDir {
  protected:
   void SetUp() override {
-    ASSERT_FALSE(tmp_.path().empty());
-    dir_ = tmp_.path();
+    RunDir::SetUp();
     setenv("OFA_RUN_DIR", dir_.c_str(), 1);
-    setenv("OFA_DEBUG_LOG", (dir_ + "/log").c_str(), 1);
+    setenv("OFA_DEBUG_LOG", path("log").c_str(), 1);
     ASSERT_EQ(openflowAgt_trace_init(), 0);
+    words_.emplace();
     of_corvu_state = of_corvu_state_t{};
     of_corvu_state.is_agent = 1;
     of_corvu_state.stage = OFA_STAGE_ACTIVE;
@@ -62,17 +56,19 @@ class Mxl : public ::testing::Test {
   }
   void TearDown() override {
     of_mxl_close();
+    words_.reset();
     if (mp_ >= 0) close(mp_);
     unlink(mp_path_.c_str());
     openflowAgt_trace_exit();
     evrec_exit();
     unsetenv("OFA_RUN_DIR");
     unsetenv("OFA_DEBUG_LOG");
+    RunDir::TearDown();
   }
-  std::string log() const { return spine_test::read_file(dir_ + "/log"); }
+  std::string log() const { return words_->text(); }
   int receive() { return of_mxl_process_msg(of_corvu_state.mi_sock); }
-  spine_test::TempDir tmp_{"ofa_mxl"};
-  std::string dir_, agent_path_, mp_path_;
+  std::optional<ofa::test::TraceCapture> words_;
+  std::string agent_path_, mp_path_;
   int mp_ = -1;
 };
 
@@ -88,8 +84,7 @@ TEST_F(Mxl, RegistrationIsTwelveBytesDoubleEnvelope) {
             (std::vector<uint8_t>{0x02, 0xc0, 0x00, 0x08, 0x02, 0xc0, 0x00, 0x04, 0, 0, 0, 1}));
   EXPECT_EQ(std::string(from.sun_path), agent_path_);
   EXPECT_EQ(of_corvu_state.mi.tx_ok, 1u);
-  EXPECT_NE(log().find("10003: Sent msg type MXL_MSGTYPE_OPENFLOW_LP_REGISTER_EVENT(11) of "
-                       "length 8"),
+  EXPECT_NE(log().find("Sent msg type MXL_MSGTYPE_OPENFLOW_LP_REGISTER_EVENT(11) of length 8"),
             std::string::npos);
 }
 

@@ -1,0 +1,48 @@
+#include "agent_reset.h"
+
+#include <string>
+#include <variant>
+
+#include "adapter/chip_up.h"
+#include "agent/agent_globals.h"
+#include "agent/reset.h"
+#include "chip/chip_table.h"
+#include "chip/if_table.h"
+#include "fake_hsl.h"
+#include "platform/system.h"
+
+namespace ofa::test {
+
+platform::Platform test_platform(int chips) {
+  std::string text =
+      "[switch]\nmodel = 131\nhw_profile = 7\nl2_tcam_size = 2048\nl3_tcam_size = 2048\n"
+      "my_slot = 1\n[ports]\ncount = 96\n[slot 1]\n";
+  for (int c = 0; c < chips; ++c) {
+    std::string id = "chip." + std::to_string(c);
+    text += id + ".type = 1\n" + id + ".ports = " + std::to_string(1 + 24 * c) + "-" +
+            std::to_string(24 + 24 * c) + "\n";
+  }
+  text += "[slot 2]\nchip.0.type = 1\nchip.0.ports = 1-48\n";
+  auto parsed = platform::parse_platform(text, "test");
+  auto* p = std::get_if<platform::Platform>(&parsed);
+  return p ? *p : platform::Platform{};
+}
+
+void reset_agent(const AgentSetup& s) {
+  ofa_reset_all();
+  ofa_sys_set(test_platform(s.chips));
+  openflowAgtPcb.model = s.model;
+  openflowAgtPcb.my_slot = 1;
+  openflowAgtPcb.hw.of_flags = s.profile ? OF_PROFILE : 0;
+  openflowAgtPcb.hw.l2tcam_size = 2048;
+  openflowAgtPcb.hw.l3tcam_size = 2048;
+  g_openflow_lp.default_action = s.default_action;
+  ofInitSlotTable();
+  ofInitChipTable();
+  ofInitIfTable();
+  openflow_modules[OF_MODULE_AGT].chip_up = ofa_chip_up;
+  openflow_modules[OF_MODULE_AGT].chip_warm_up = ofa_region_del;
+  install_fake_hsl();
+}
+
+}  // namespace ofa::test

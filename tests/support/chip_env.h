@@ -1,0 +1,51 @@
+// The fixture of chip-layer unit tests: a fresh agent (see agent_reset.h) before each case and
+// all its globals back to their start after it.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "agent/agent_globals.h"
+#include "agent/reset.h"
+#include "agent_reset.h"
+#include "chip/chip_event.h"
+#include "chip/chip_table.h"
+#include "chip/hsl_transport.h"
+#include "chip/if_table.h"
+#include "fake_hsl.h"
+#include "platform/ifindex.h"
+#include "platform/system.h"
+#include "trace_capture.h"
+
+namespace ofa::test {
+
+class ChipEnv : public ::testing::Test {
+ protected:
+  void SetUp() override { reset_agent(); }
+  void TearDown() override { ofa_reset_all(); }
+
+  static of_chip_event_record chip_rec(uint32_t slot, uint32_t local) {
+    of_chip_event_record rec;
+    rec.event = OF_HSL_EVENT_CHIP_UP;
+    rec.slot = slot;
+    rec.local_chip_id = local;
+    rec.flat_chip_id = static_cast<uint32_t>(ofa_sys_platform().flat_chip_id(slot, local));
+    rec.ifindex = platform::chip_ifindex(slot, local);
+    rec.chip_type = 1;
+    return rec;
+  }
+  // The chip-up event of chip `local` of `slot`, cold (warm = 0) or warm.
+  static int chip_up(uint32_t slot, uint32_t local, int warm = 0) {
+    auto rec = chip_rec(slot, local);
+    return ofProcessChipAdd(&rec, warm);
+  }
+  static FakeHsl& hsl() { return fake_hsl(); }
+  // What `fn` printed.
+  template <typename Fn>
+  static std::string printed(Fn fn) {
+    TraceCapture words;
+    fn();
+    return words.text();
+  }
+};
+
+}  // namespace ofa::test

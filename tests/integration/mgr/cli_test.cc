@@ -39,13 +39,8 @@ TEST_F(Cli, ABadScenarioLineIsFileLineReasonAndExitCode2) {
 }
 
 TEST_F(Cli, UsageErrorsExitWith2) {
-  for (const auto& args : std::vector<std::vector<std::string>>{{"frobnicate"},
-                                                                {"run"},
-                                                                {"send", "vlan", "add", "vlan=1"},
-                                                                {"listen", "--slot", "12"},
-                                                                {"listen", "--timeout", "soon"},
-                                                                {"--frob"},
-                                                                {}})
+  for (const auto& args : std::vector<std::vector<std::string>>{
+           {"frobnicate"}, {"run"}, {"send", "vlan", "add", "vlan=1"}, {"--frob"}, {}})
     EXPECT_EQ(mgr(args).code, 2) << (args.empty() ? "" : args[0]);
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "common/options.h"
 #include "operations.h"
 
 namespace ofa::mgr::cli {
@@ -13,15 +14,8 @@ inline constexpr int kOk = 0;
 inline constexpr int kFailed = 1;  // an expectation failed, or the agent could not be reached
 inline constexpr int kUsage = 2;   // bad command line or scenario line
 
-struct Options {
-  std::string command;
-  std::vector<std::string> args;  // words after the sub-command that are not options
-  std::optional<uint32_t> slot;
-  double timeout = 5.0;
-  bool timeout_given = false;
-  bool json = false;
-  bool verbose = false;
-  bool help = false;
+// The common options (--run-dir, --platform, --slot, --timeout, --json, -v, -h) and ofa-mgr's own.
+struct Options : tools::CommonOptions {
   bool dry_run = false;  // run: check the file and show the datagrams, send nothing
   uint64_t count = 0;    // listen: stop after this many messages (0: never)
 };

@@ -1,7 +1,7 @@
 // ofa-mgr: drives an openflowAgtd from the manager's side of the manager socket.
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <span>
 #include <string>
 
 #include "cli.h"
@@ -11,65 +11,19 @@
 namespace ofa::mgr::cli {
 namespace {
 
-// Options with a value, written "--name value" or "--name=value".
-bool take_value(int argc, char** argv, int& i, std::string_view name, std::string& value) {
-  std::string_view a = argv[i];
-  if (a.starts_with(name) && a.size() > name.size() && a[name.size()] == '=') {
-    value = std::string(a.substr(name.size() + 1));
-    return true;
-  }
-  if (a != name) return false;
-  if (i + 1 >= argc) {
-    std::fprintf(stderr, "ofa-mgr: %s needs a value\n", std::string(name).c_str());
-    std::exit(kUsage);
-  }
-  value = argv[++i];
-  return true;
-}
-
-[[noreturn]] void usage_error(const std::string& msg) {
-  std::fprintf(stderr, "ofa-mgr: %s (ofa-mgr --help)\n", msg.c_str());
-  std::exit(kUsage);
-}
-
 Options parse(int argc, char** argv) {
   Options o;
-  for (int i = 1; i < argc; ++i) {
-    std::string_view a = argv[i];
-    std::string v;
-    if (a == "-h" || a == "--help") {
-      o.help = true;
-    } else if (a == "-v" || a == "--verbose") {
-      o.verbose = true;
-    } else if (a == "--dry-run") {
-      o.dry_run = true;
-    } else if (a == "--json") {
-      o.json = true;
-    } else if (take_value(argc, argv, i, "--run-dir", v)) {
-      setenv("OFA_RUN_DIR", v.c_str(), 1);
-    } else if (take_value(argc, argv, i, "--platform", v)) {
-      setenv("OFA_PLATFORM", v.c_str(), 1);
-    } else if (take_value(argc, argv, i, "--slot", v)) {
-      auto n = syntax::number(v, 9, "--slot");
-      if (!n.ok()) usage_error(n.error());
-      o.slot = static_cast<uint32_t>(n.value());
-    } else if (take_value(argc, argv, i, "--timeout", v)) {
-      auto d = syntax::duration(v, "--timeout");
-      if (!d.ok()) usage_error(d.error());
-      o.timeout = d.value();
-      o.timeout_given = true;
-    } else if (take_value(argc, argv, i, "--count", v)) {
-      auto n = syntax::number(v, UINT32_MAX, "--count");
-      if (!n.ok()) usage_error(n.error());
-      o.count = n.value();
-    } else if (a.starts_with("--")) {
-      usage_error("unknown option " + std::string(a));
-    } else if (o.command.empty()) {
-      o.command = a;
-    } else {
-      o.args.emplace_back(a);
-    }
+  const tools::ToolOption own[] = {
+      tools::flag("--dry-run", o.dry_run),
+      {"--count", true,
+       [&o](std::string_view v) { return syntax::set_number(o.count, v, UINT32_MAX, "--count"); }},
+  };
+  std::span<char* const> words(argv, static_cast<size_t>(argc));
+  if (auto bad = tools::parse_options("ofa-mgr", words.subspan(words.empty() ? 0 : 1), o, own)) {
+    std::fprintf(stderr, "%s\n", bad->c_str());
+    std::exit(kUsage);
   }
+  tools::export_paths(o);
   return o;
 }
 

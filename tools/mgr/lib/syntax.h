@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "codec.h"
+#include "common/numbers.h"
 #include "messages.h"
 
 namespace ofa::mgr::syntax {
@@ -28,8 +29,8 @@ KeyValue split_key(std::string_view word);
 // Splits at a separator, keeping empty pieces out.
 std::vector<std::string> split(std::string_view s, char sep);
 
-// Decimal or 0x hexadecimal, at most `max`. `what` names the field in the error.
-Result<uint64_t> number(std::string_view s, uint64_t max, std::string_view what);
+using tools::duration;
+using tools::number;
 // Reads a number into `field`; the error text, or nothing.
 template <class T>
 std::optional<std::string> set_number(T& field, std::string_view s, uint64_t max,
@@ -48,8 +49,6 @@ struct Ipv4 {
 Result<Ipv4> ipv4(std::string_view s, std::string_view what);
 // "3", "3,5", "1-4,9": port ids 0 to 288.
 Result<std::vector<uint32_t>> port_list(std::string_view s, std::string_view what);
-// "2", "1.5", "1.5s", "500ms": seconds.
-Result<double> duration(std::string_view s, std::string_view what);
 // Hex bytes, blanks and ':' allowed between pairs.
 Result<Bytes> hex_bytes(std::string_view s);
 

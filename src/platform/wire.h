@@ -1,8 +1,9 @@
 // Bounds-checked big-endian reader and writer for every byte that crosses a socket or a file.
 //
 // Both keep a sticky failure flag: a read or write that would pass the end of the buffer does
-// nothing (a read yields 0), sets the flag and leaves the position where it was. Callers check
-// ok() once after a run of fields instead of testing each one.
+// nothing (a read yields 0), sets the flag and leaves the position where it was. From then on
+// every read yields 0 (or nothing) and every write or seek does nothing, even one that would fit,
+// so callers check ok() once after a run of fields instead of testing each one.
 #pragma once
 
 #include <algorithm>
@@ -55,7 +56,7 @@ class Reader {
     return true;
   }
   bool seek(size_t off) {
-    if (off > buf_.size()) return fail();
+    if (!ok_ || off > buf_.size()) return fail();
     pos_ = off;
     return true;
   }
@@ -82,9 +83,9 @@ class Reader {
     ok_ = false;
     return *this;
   }
-  bool need(size_t n) { return has(n) ? true : fail(); }
+  bool need(size_t n) { return ok_ && has(n) ? true : fail(); }
   uint64_t peek(size_t off, size_t n) {
-    if (off > buf_.size() || n > buf_.size() - off) {
+    if (!ok_ || off > buf_.size() || n > buf_.size() - off) {
       fail();
       return 0;
     }
@@ -146,7 +147,7 @@ class Writer {
     return *this;
   }
   bool seek(size_t off) {
-    if (off > buf_.size()) return fail();
+    if (!ok_ || off > buf_.size()) return fail();
     pos_ = off;
     return true;
   }
@@ -162,9 +163,9 @@ class Writer {
     ok_ = false;
     return false;
   }
-  bool need(size_t n) { return n <= remaining() ? true : fail(); }
+  bool need(size_t n) { return ok_ && n <= remaining() ? true : fail(); }
   bool poke(size_t off, uint64_t v, size_t n) {
-    if (off > buf_.size() || n > buf_.size() - off) return fail();
+    if (!ok_ || off > buf_.size() || n > buf_.size() - off) return fail();
     for (size_t i = 0; i < n; ++i)
       buf_[off + n - 1 - i] = static_cast<uint8_t>(v >> (8 * i));
     return true;

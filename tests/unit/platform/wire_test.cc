@@ -36,6 +36,14 @@ TEST(WireWriter, OverrunWritesNothingAndSticks) {
   EXPECT_EQ(buf[5], 0xaa);
   EXPECT_FALSE(w.u16_at(5, 1));
   EXPECT_FALSE(w.u8_at(6, 1));
+  // Sticky: writes that would fit write nothing either.
+  EXPECT_FALSE(w.u8_at(5, 1));
+  EXPECT_FALSE(w.seek(0));
+  const std::array<uint8_t, 1> one{1};
+  w.u8(1).zeros(1).bytes(one).text("a", 1);
+  EXPECT_FALSE(w.ok());
+  EXPECT_EQ(w.offset(), 4u);
+  EXPECT_EQ(buf[4], 0xaa);
   EXPECT_EQ(buf[5], 0xaa);
 }
 
@@ -52,7 +60,8 @@ TEST(WireReader, ReadsBackWhatTheWriterWrote) {
   EXPECT_EQ(r.remaining(), 32u - 26u);
 }
 
-// Every kind of read past the end yields zero, leaves the position and sets the flag.
+// Every kind of read past the end yields zero, leaves the position and sets the flag; from then
+// on reads that would fit yield zero too.
 TEST(WireReader, EveryOverrunIsRefused) {
   const std::array<uint8_t, 3> buf{1, 2, 3};
   struct Case {
@@ -80,6 +89,11 @@ TEST(WireReader, EveryOverrunIsRefused) {
     EXPECT_TRUE(c.op(r)) << c.what;
     EXPECT_FALSE(r.ok()) << c.what;
     EXPECT_EQ(r.offset(), 1u) << c.what;
+    EXPECT_EQ(r.u8(), 0u) << c.what;
+    EXPECT_EQ(r.u8_at(0), 0u) << c.what;
+    EXPECT_TRUE(r.text(1).empty() && !r.skip(1) && !r.seek(0) && !r.sub(1).ok()) << c.what;
+    EXPECT_EQ(r.offset(), 1u) << c.what;
+    EXPECT_FALSE(r.ok()) << c.what;
   }
 }
 

@@ -1,20 +1,44 @@
 #!/usr/bin/env bash
-# Builds and runs every test: the normal build, the AddressSanitizer + UndefinedBehaviorSanitizer
-# build, the unit tests once more under valgrind, and every fuzzer from its seeds (fixed seed).
+# Checks the format of every tracked C++ file and the includes against the layers, then builds and
+# runs every test: the normal build, the AddressSanitizer + UndefinedBehaviorSanitizer build, the
+# Clang build (built, not run), the unit tests once more under valgrind, and every fuzzer from its
+# seeds (fixed seed).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/deps.sh
 
+jobs=$(nproc)
+mkdir -p build
+log=build/test-step.log
+
+# Runs a step with its output in $log; on failure shows the end of it and stops.
+quiet() {
+  if ! "$@" >"$log" 2>&1; then
+    tail -n 40 "$log"
+    echo "failed: $* (all of its output: $log)"
+    exit 1
+  fi
+}
+
+echo "== format (clang-format --dry-run -Werror)"
+if ! git ls-files -z '*.cc' '*.h' | xargs -0 clang-format --dry-run -Werror >"$log" 2>&1; then
+  echo "not clang-format clean ($(grep -c 'error:' "$log") places; clang-format -i FILE...):"
+  grep 'error:' "$log" | cut -d: -f1,2 | sort -u -t: -k1,1 | head -n 20 || true
+  exit 1
+fi
+
 echo "== layers (scripts/layers.txt)"
 ./scripts/check-layers.sh
 
-jobs=$(nproc)
-for preset in default asan; do
+for preset in default asan clang; do
   echo "== build ($preset)"
-  cmake --preset "$preset" >/dev/null
-  cmake --build --preset "$preset" -j "$jobs"
+  quiet cmake --preset "$preset"
+  quiet cmake --build --preset "$preset" -j "$jobs"
+  # The Clang build runs the same tests as the default one: it is built to catch its warnings.
+  if [ "$preset" = clang ]; then continue; fi
   echo "== test ($preset)"
-  ctest --preset "$preset" -j "$jobs"
+  quiet ctest --preset "$preset" -j "$jobs"
+  grep 'tests passed' "$log"
 done
 
 echo "== valgrind (unit tests, then the agent through a whole life)"
@@ -33,4 +57,4 @@ done
 echo "== fuzz (fixed seed, from the seeds in tests/fuzz/corpus)"
 ./scripts/fuzz.sh --runs 20000 || fail=1
 [ "$fail" -eq 0 ] || exit 1
-echo "all tests passed under the normal build, ASan/UBSan, valgrind and the fuzzers"
+echo "all tests passed: format, the normal build, ASan/UBSan, the Clang build, valgrind and the fuzzers"

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include "agent/status.h"
 #include "agent/trace.h"
@@ -100,7 +101,8 @@ void thread_add_unuse(thread_master* m, thread* t) {
   list_add(&m->unuse, t);
 }
 
-thread* thread_get(lib_globals* zg, uint8_t type, thread_func_t func, void* arg) {
+thread* thread_get(lib_globals* zg, uint8_t type, thread_func_t func, void* arg,
+                   const char* name) {
   thread_master* m = zg->master;
   thread* t = list_pop(&m->unuse);
   if (!t) {
@@ -117,6 +119,7 @@ thread* thread_get(lib_globals* zg, uint8_t type, thread_func_t func, void* arg)
   t->priority = THREAD_PRIORITY_MIDDLE;
   t->index = 0;
   std::memset(&t->u, 0, sizeof t->u);
+  t->name = name;
   return t;
 }
 
@@ -175,11 +178,11 @@ bool thread_check_fd_present(thread_master* m, int fd, short bit) {
   return fd > 0 && fd < THREAD_MAX_FD && (m->pollfd_set[fd].events & bit) != 0;
 }
 
-thread* add_fd_unit(lib_globals* zg, thread_func_t func, void* arg, int fd, uint8_t type,
-                    thread_list* list, short bit) {
+thread* add_fd_unit(lib_globals* zg, thread_func_t func, void* arg, int fd, const char* name,
+                    uint8_t type, thread_list* list, short bit) {
   if (!zg || !zg->master || fd < 0) return nullptr;
   THREAD_ASSERT((fd > 0) && (fd < 4096));
-  thread* t = thread_get(zg, type, func, arg);
+  thread* t = thread_get(zg, type, func, arg, name);
   if (!t) return nullptr;
   t->u.fd = fd;
   list_add(list, t);
@@ -193,10 +196,11 @@ timeval now_tv() {
   return timeutil_uptime();
 }
 
-thread* add_timer(lib_globals* zg, thread_func_t func, void* arg, timeval interval) {
+thread* add_timer(lib_globals* zg, thread_func_t func, void* arg, timeval interval,
+                  const char* name) {
   if (!zg || !zg->master) return nullptr;
   thread_master* m = zg->master;
-  thread* t = thread_get(zg, THREAD_TIMER, func, arg);
+  thread* t = thread_get(zg, THREAD_TIMER, func, arg, name);
   if (!t) return nullptr;
   timeval now = now_tv();
   long long sec = static_cast<long long>(now.tv_sec) + interval.tv_sec;
@@ -255,7 +259,7 @@ void drain_msgq(lib_globals* zg) {
       break;
     }
     thread_msgq_cb_t cb = msgQGetcb(m->asp_msgq, buf[4]);
-    thread* t = thread_get(zg, THREAD_EVENT, msgq_dispatch, buf);
+    thread* t = thread_get(zg, THREAD_EVENT, msgq_dispatch, buf, "msgq_dispatch");
     if (!t) {
       file_printf("dropped ASP message queue event");
       m->msgq_dropped++;
@@ -301,11 +305,47 @@ void move_ready(thread_master* m, thread_list* l, short bit) {
   }
 }
 
+// --- accounting ---------------------------------------------------------------------------------
+
+uint64_t (*g_clock_ns)() = nullptr;
+
+uint64_t monotonic_ns() {
+  timespec ts{};
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<uint64_t>(ts.tv_sec) * 1000000000u + static_cast<uint64_t>(ts.tv_nsec);
+}
+
+void account(thread_stat* s, uint64_t ns) {
+  s->calls++;
+  s->total_ns += ns;
+  if (ns > s->longest_ns) s->longest_ns = ns;
+}
+
+// The row of `func`: a known one, a new one, or the shared last row once the table is full.
+thread_stat* stat_row(thread_stats* st, thread_func_t func, const char* name) {
+  for (uint32_t i = 0; i < st->used; ++i) {
+    if (st->callback[i].func == func) return &st->callback[i];
+  }
+  thread_stat* row = &st->callback[st->used < THREAD_STATS_MAX ? st->used : THREAD_STATS_MAX - 1];
+  if (st->used == THREAD_STATS_MAX - 1) {
+    row->name = "(other)";
+    st->used = THREAD_STATS_MAX;
+  } else if (st->used < THREAD_STATS_MAX - 1) {
+    row->func = func;
+    row->name = name ? name : "?";
+    st->used++;
+  }
+  return row;
+}
+
 thread* thread_run(thread_master* m, thread* t, thread* out) {
   *out = *t;
   out->next = out->prev = nullptr;
   thread_add_unuse(m, t);
-  timeval now = now_tv();
+  // One clock read serves the watchdog and the start of the unit's run time.
+  out->start_ns = thread_clock_ns();
+  timeval now{static_cast<time_t>(out->start_ns / 1000000000u),
+              static_cast<suseconds_t>(out->start_ns % 1000000000u / 1000u)};
   if (now.tv_sec - m->last_heartbeat.tv_sec >= static_cast<time_t>(m->heartbeat_interval)) {
     thread_swd_timer_update(m, nullptr);
     m->last_heartbeat = now;
@@ -326,40 +366,45 @@ void free_list(thread_master* m, thread_list* l) {
 // --- adding
 // ---------------------------------------------------------------------------------------
 
-thread* thread_add_read(lib_globals* zg, thread_func_t func, void* arg, int fd) {
-  return add_fd_unit(zg, func, arg, fd, THREAD_READ, zg ? &zg->master->read : nullptr,
+thread*(thread_add_read)(lib_globals* zg, thread_func_t func, void* arg, int fd, const char* name) {
+  return add_fd_unit(zg, func, arg, fd, name, THREAD_READ, zg ? &zg->master->read : nullptr,
                      THREAD_POLLIN);
 }
 
-thread* thread_add_read_high(lib_globals* zg, thread_func_t func, void* arg, int fd) {
-  return add_fd_unit(zg, func, arg, fd, THREAD_READ_HIGH, zg ? &zg->master->read_high : nullptr,
-                     THREAD_POLLIN);
+thread*(thread_add_read_high)(lib_globals* zg, thread_func_t func, void* arg, int fd,
+                              const char* name) {
+  return add_fd_unit(zg, func, arg, fd, name, THREAD_READ_HIGH,
+                     zg ? &zg->master->read_high : nullptr, THREAD_POLLIN);
 }
 
-thread* thread_add_write(lib_globals* zg, thread_func_t func, void* arg, int fd) {
+thread*(thread_add_write)(lib_globals* zg, thread_func_t func, void* arg, int fd,
+                          const char* name) {
   if (!zg || !zg->master || fd < 0) return nullptr;
   if (fd > 0 && fd < THREAD_MAX_FD && thread_check_fd_present(zg->master, fd, THREAD_POLLOUT))
     return nullptr;
-  return add_fd_unit(zg, func, arg, fd, THREAD_WRITE, &zg->master->write, THREAD_POLLOUT);
+  return add_fd_unit(zg, func, arg, fd, name, THREAD_WRITE, &zg->master->write, THREAD_POLLOUT);
 }
 
-thread* thread_add_timer(lib_globals* zg, thread_func_t func, void* arg, long seconds) {
-  return add_timer(zg, func, arg, {seconds, 0});
+thread*(thread_add_timer)(lib_globals* zg, thread_func_t func, void* arg, long seconds,
+                          const char* name) {
+  return add_timer(zg, func, arg, {seconds, 0}, name);
 }
 
-thread* thread_add_timer_timeval(lib_globals* zg, thread_func_t func, void* arg, timeval tv) {
-  return add_timer(zg, func, arg, tv);
+thread*(thread_add_timer_timeval)(lib_globals* zg, thread_func_t func, void* arg, timeval tv,
+                                  const char* name) {
+  return add_timer(zg, func, arg, tv, name);
 }
 
-thread* thread_add_timer_msec(lib_globals* zg, thread_func_t func, void* arg, long msec) {
-  return add_timer(zg, func, arg, timeutil_msec2tv(msec));
+thread*(thread_add_timer_msec)(lib_globals* zg, thread_func_t func, void* arg, long msec,
+                               const char* name) {
+  return add_timer(zg, func, arg, timeutil_msec2tv(msec), name);
 }
 
 namespace {
-thread* add_valued(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val, uint8_t type,
-                   thread_list* (*list)(thread_master*)) {
+thread* add_valued(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val, const char* name,
+                   uint8_t type, thread_list* (*list)(thread_master*)) {
   if (!zg || !zg->master) return nullptr;
-  thread* t = thread_get(zg, type, func, arg);
+  thread* t = thread_get(zg, type, func, arg, name);
   if (!t) return nullptr;
   t->u.val = val;
   list_add(list(zg->master), t);
@@ -367,40 +412,47 @@ thread* add_valued(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val
 }
 }  // namespace
 
-thread* thread_add_event(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val) {
-  return add_valued(zg, func, arg, val, THREAD_EVENT, [](thread_master* m) { return &m->event; });
+thread*(thread_add_event)(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val,
+                          const char* name) {
+  return add_valued(zg, func, arg, val, name, THREAD_EVENT,
+                    [](thread_master* m) { return &m->event; });
 }
 
-thread* thread_add_event_low(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val) {
-  return add_valued(zg, func, arg, val, THREAD_EVENT_LOW,
+thread*(thread_add_event_low)(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val,
+                              const char* name) {
+  return add_valued(zg, func, arg, val, name, THREAD_EVENT_LOW,
                     [](thread_master* m) { return &m->event_low; });
 }
 
-thread* thread_add_read_pend(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val) {
-  return add_valued(zg, func, arg, val, THREAD_READ_PEND,
+thread*(thread_add_read_pend)(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val,
+                              const char* name) {
+  return add_valued(zg, func, arg, val, name, THREAD_READ_PEND,
                     [](thread_master* m) { return &m->read_pend; });
 }
 
-thread* thread_add_queue_low(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val) {
+thread*(thread_add_queue_low)(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val,
+                              const char* name) {
   if (!zg || !zg->master) return nullptr;
-  thread* t = thread_get(zg, THREAD_QUEUE, func, arg);
+  thread* t = thread_get(zg, THREAD_QUEUE, func, arg, name);
   if (!t) return nullptr;
   t->u.val = val;
   enqueue(zg->master, t, THREAD_PRIORITY_LOW);
   return t;
 }
 
-thread* thread_enqueue_read_middle(lib_globals* zg, thread_func_t func, void* arg, int fd) {
+thread*(thread_enqueue_read_middle)(lib_globals* zg, thread_func_t func, void* arg, int fd,
+                                    const char* name) {
   if (!zg || !zg->master || fd < 0) return nullptr;
-  thread* t = thread_get(zg, THREAD_QUEUE, func, arg);
+  thread* t = thread_get(zg, THREAD_QUEUE, func, arg, name);
   if (!t) return nullptr;
   t->u.fd = fd;
   enqueue(zg->master, t, THREAD_PRIORITY_MIDDLE);
   return t;
 }
 
-thread* thread_add_evio_item(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val) {
-  thread* t = thread_enqueue_read_middle(zg, func, arg, 0);
+thread*(thread_add_evio_item)(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val,
+                              const char* name) {
+  thread* t = (thread_enqueue_read_middle)(zg, func, arg, 0, name);
   if (!t) return nullptr;
   t->u.val = val;
   t->origin = THREAD_ORIGIN_EVIO;
@@ -464,8 +516,10 @@ void thread_cancel_event_low(lib_globals* zg, void* arg) {
   }
 }
 
-void thread_execute(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val) {
+void(thread_execute)(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val,
+                     const char* name) {
   thread t{};
+  t.name = name;
   t.zg = zg;
   t.master = zg ? zg->master : nullptr;
   t.func = func;
@@ -482,7 +536,14 @@ long thread_timer_remain_second(const thread* t) {
 }
 
 void thread_call(thread* t) {
-  if (t && t->func) t->func(t);
+  if (!t || !t->func) return;
+  if (!t->master) {
+    t->func(t);
+    return;
+  }
+  uint64_t start = t->start_ns ? t->start_ns : thread_clock_ns();
+  t->func(t);
+  account(stat_row(&t->master->stats, t->func, t->name), thread_clock_ns() - start);
 }
 
 thread* thread_fetch(lib_globals* zg, thread* out) {
@@ -532,8 +593,10 @@ thread* thread_fetch(lib_globals* zg, thread* out) {
         if (timeout_ms < 0 || swd_ms < timeout_ms) timeout_ms = swd_ms;
       }
     }
-    // 10. Wait.
+    // 10. Wait; the pass that began at the last wake-up ends here.
+    if (m->stats.pass_start_ns) account(&m->stats.pass, thread_clock_ns() - m->stats.pass_start_ns);
     int n = ::poll(m->poll_copy, static_cast<nfds_t>(nfds), timeout_ms);
+    m->stats.pass_start_ns = thread_clock_ns();
     if (n < 0) {
       if (errno == EINTR) continue;
       return nullptr;
@@ -623,6 +686,18 @@ void thread_master_stop(lib_globals* zg) {
   }
 }
 
+const thread_stats* thread_stats_get(const lib_globals* zg) {
+  return (zg && zg->master) ? &zg->master->stats : nullptr;
+}
+
+uint64_t thread_clock_ns() {
+  return g_clock_ns ? g_clock_ns() : monotonic_ns();
+}
+
+void thread_stats_set_clock(uint64_t (*now_ns)()) {
+  g_clock_ns = now_ns;
+}
+
 thread_master* thread_master_create() {
   auto* m = static_cast<thread_master*>(std::calloc(1, sizeof(thread_master)));
   if (!m) return nullptr;
@@ -635,6 +710,7 @@ thread_master* thread_master_create() {
   m->wakeup_pipe[0] = m->wakeup_pipe[1] = -1;
   m->swd_handle = -1;
   m->low_fd[0] = m->low_fd[1] = -1;
+  m->stats.pass.name = "(loop pass)";
   return m;
 }
 

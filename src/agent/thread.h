@@ -6,6 +6,11 @@
 // platform queue messages), queue_low (low events, debug channel). Timers are spread over four
 // lists, each sorted by expiry with equal times first in, first out. The poll set is indexed
 // directly by fd (1 to 4095).
+//
+// Accounting: every unit is added under its callback's name (the add macros pass the function's
+// spelling), and `thread_call` counts per callback the calls, the total and the longest run time on
+// CLOCK_MONOTONIC in nanoseconds. Each pass of the loop (from poll's return to the next wait, all the
+// work of one wake-up) is counted the same way. Always on; the table is bounded.
 #pragma once
 
 #include <poll.h>
@@ -61,6 +66,8 @@ struct thread {
     uintptr_t val;
     timeval expiry;
   } u;
+  const char* name;   // the callback's name, for the accounting
+  uint64_t start_ns;  // when thread_fetch handed the unit over (0: not handed over)
 };
 
 #define THREAD_ARG(t) ((t)->arg)
@@ -80,6 +87,25 @@ struct thread_evio_hooks {
   // Delivers ready items with thread_add_evio_item.
   void (*post_select)(void* ctx, lib_globals* zg);
   void* ctx;
+};
+
+// Run-time accounting of one callback (or of the loop's passes).
+struct thread_stat {
+  thread_func_t func;  // null for the shared overflow row and the passes
+  const char* name;
+  uint64_t calls;
+  uint64_t total_ns;
+  uint64_t longest_ns;
+};
+
+// Callbacks in the order they first ran; once THREAD_STATS_MAX - 1 are known, the rest share the
+// last row, named "(other)".
+inline constexpr uint32_t THREAD_STATS_MAX = 32;
+struct thread_stats {
+  thread_stat callback[THREAD_STATS_MAX];
+  uint32_t used;
+  thread_stat pass;       // named "(loop pass)"
+  uint64_t pass_start_ns;  // 0 while the loop waits
 };
 
 // Callback of a platform queue message: the 1072-byte buffer.
@@ -114,6 +140,7 @@ struct thread_master {
   int low_fd[2];      // fds whose ready units go to queue_low (debug channel, routing client)
   volatile int stop;  // set by thread_master_stop; thread_fetch then returns null
   uint32_t msgq_dropped;
+  thread_stats stats;
 };
 
 // Library globals: what the agent needs of the routing-suite library (the scheduler, a protocol
@@ -129,29 +156,57 @@ int lib_start(lib_globals* zg);
 void lib_stop(lib_globals* zg);  // frees the scheduler and the globals
 
 // --- adding units; each returns the unit, or null -------------------------------------------
-thread* thread_add_read(lib_globals* zg, thread_func_t func, void* arg, int fd);
-thread* thread_add_read_high(lib_globals* zg, thread_func_t func, void* arg, int fd);
-thread* thread_add_write(lib_globals* zg, thread_func_t func, void* arg, int fd);
-thread* thread_add_timer(lib_globals* zg, thread_func_t func, void* arg, long seconds);
-thread* thread_add_timer_timeval(lib_globals* zg, thread_func_t func, void* arg, timeval tv);
-thread* thread_add_timer_msec(lib_globals* zg, thread_func_t func, void* arg, long msec);
-thread* thread_add_event(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val);
-thread* thread_add_event_low(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val);
-inline thread* thread_add_low_event(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val) {
-  return thread_add_event_low(zg, func, arg, val);
-}
-thread* thread_add_queue_low(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val);
-thread* thread_add_read_pend(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val);
-thread* thread_enqueue_read_middle(lib_globals* zg, thread_func_t func, void* arg, int fd);
+// Each takes the callback's name last; the macro of the same name passes the callback's spelling,
+// so that callers write thread_add_read(zg, func, arg, fd).
+thread*(thread_add_read)(lib_globals* zg, thread_func_t func, void* arg, int fd, const char* name);
+thread*(thread_add_read_high)(lib_globals* zg, thread_func_t func, void* arg, int fd,
+                              const char* name);
+thread*(thread_add_write)(lib_globals* zg, thread_func_t func, void* arg, int fd, const char* name);
+thread*(thread_add_timer)(lib_globals* zg, thread_func_t func, void* arg, long seconds,
+                          const char* name);
+thread*(thread_add_timer_timeval)(lib_globals* zg, thread_func_t func, void* arg, timeval tv,
+                                  const char* name);
+thread*(thread_add_timer_msec)(lib_globals* zg, thread_func_t func, void* arg, long msec,
+                               const char* name);
+thread*(thread_add_event)(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val,
+                          const char* name);
+thread*(thread_add_event_low)(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val,
+                              const char* name);
+thread*(thread_add_queue_low)(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val,
+                              const char* name);
+thread*(thread_add_read_pend)(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val,
+                              const char* name);
+thread*(thread_enqueue_read_middle)(lib_globals* zg, thread_func_t func, void* arg, int fd,
+                                    const char* name);
 // A ready item of a bound worker service (origin 2), straight into queue_middle.
-thread* thread_add_evio_item(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val);
+thread*(thread_add_evio_item)(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val,
+                              const char* name);
+void(thread_execute)(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val,
+                     const char* name);
+
+#define thread_add_read(zg, func, arg, fd) (thread_add_read)(zg, func, arg, fd, #func)
+#define thread_add_read_high(zg, func, arg, fd) (thread_add_read_high)(zg, func, arg, fd, #func)
+#define thread_add_write(zg, func, arg, fd) (thread_add_write)(zg, func, arg, fd, #func)
+#define thread_add_timer(zg, func, arg, s) (thread_add_timer)(zg, func, arg, s, #func)
+#define thread_add_timer_timeval(zg, func, arg, tv) \
+  (thread_add_timer_timeval)(zg, func, arg, tv, #func)
+#define thread_add_timer_msec(zg, func, arg, ms) (thread_add_timer_msec)(zg, func, arg, ms, #func)
+#define thread_add_event(zg, func, arg, val) (thread_add_event)(zg, func, arg, val, #func)
+#define thread_add_event_low(zg, func, arg, val) (thread_add_event_low)(zg, func, arg, val, #func)
+#define thread_add_low_event(zg, func, arg, val) (thread_add_event_low)(zg, func, arg, val, #func)
+#define thread_add_queue_low(zg, func, arg, val) (thread_add_queue_low)(zg, func, arg, val, #func)
+#define thread_add_read_pend(zg, func, arg, val) (thread_add_read_pend)(zg, func, arg, val, #func)
+#define thread_enqueue_read_middle(zg, func, arg, fd) \
+  (thread_enqueue_read_middle)(zg, func, arg, fd, #func)
+#define thread_add_evio_item(zg, func, arg, val) (thread_add_evio_item)(zg, func, arg, val, #func)
+#define thread_execute(zg, func, arg, val) (thread_execute)(zg, func, arg, val, #func)
 
 // --- removing, running ------------------------------------------------------------------------
 void thread_cancel(thread* t);
 void thread_cancel_event_low(lib_globals* zg, void* arg);
-void thread_execute(lib_globals* zg, thread_func_t func, void* arg, uintptr_t val);
 long thread_timer_remain_second(const thread* t);
 thread* thread_fetch(lib_globals* zg, thread* out);
+// Runs the unit and accounts its run time to its callback.
 void thread_call(thread* t);
 // How long a pass may wait at `now`: zero with ready units, the time to the earliest timer (0 s
 // 10 us when it is already due), false to wait for ever.
@@ -169,6 +224,12 @@ void thread_heartbeat_set(lib_globals* zg, uint32_t seconds);
 void thread_set_low_priority_fd(lib_globals* zg, int which, int fd);
 // Asks the loop to end: thread_fetch returns null at its next pass. Safe from a signal handler.
 void thread_master_stop(lib_globals* zg);
+
+// --- accounting ---------------------------------------------------------------------------------
+const thread_stats* thread_stats_get(const lib_globals* zg);
+// The clock of the accounting, CLOCK_MONOTONIC in ns; a test may set its own (null: the real one).
+uint64_t thread_clock_ns();
+void thread_stats_set_clock(uint64_t (*now_ns)());
 
 thread_master* thread_master_create();
 void thread_master_finish(thread_master* m);

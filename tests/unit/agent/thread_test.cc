@@ -1,5 +1,5 @@
 // Scheduler: timer order, fd limits, one-pass readiness, low-event trickle, waits, the platform
-// queue and its cross-thread wake-up.
+// queue and its cross-thread wake-up, the per-callback accounting.
 #include "agent/thread.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +7,7 @@
 
 #include <climits>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/msg_queue.h"
@@ -217,6 +218,51 @@ TEST(ThreadCancel, EventLowByArgumentFromBothLists) {
   EXPECT_EQ(s.m()->event_low.count, 1u);
   EXPECT_EQ(s.m()->queue_low.count, 0u);
   EXPECT_EQ(s.m()->unuse.count, 2u);
+}
+
+// --- accounting ---------------------------------------------------------------------------------
+
+uint64_t g_ns = 1;
+uint64_t fake_ns() {
+  return g_ns;
+}
+int work(thread* t) {
+  g_ns += reinterpret_cast<uintptr_t>(t->arg);
+  return 0;
+}
+template <size_t N>
+int numbered(thread*) {
+  return 0;
+}
+
+TEST(ThreadStats, CallsTotalLongestByNameThenPassesAndOverflow) {
+  Sched s;
+  thread_stats_set_clock(fake_ns);
+  thread_add_event(s.zg, work, tag(5000), 0);
+  thread_add_event(s.zg, work, tag(7000), 0);
+  s.next();  // one wake-up runs both
+  s.next();
+  thread_add_timer(s.zg, noop, nullptr, 0);
+  s.next();  // the next wait ends the pass
+  const thread_stats* st = thread_stats_get(s.zg);
+  ASSERT_EQ(st->used, 2u);
+  EXPECT_STREQ(st->callback[0].name, "work");
+  EXPECT_EQ(st->callback[0].calls, 2u);
+  EXPECT_EQ(st->callback[0].total_ns, 12000u);
+  EXPECT_EQ(st->callback[0].longest_ns, 7000u);
+  EXPECT_STREQ(st->callback[1].name, "noop");
+  EXPECT_EQ(st->callback[1].calls, 1u);
+  EXPECT_EQ(st->pass.calls, 1u);
+  EXPECT_EQ(st->pass.longest_ns, 12000u);
+  // Past the table's size, callbacks share its last row.
+  [&]<size_t... I>(std::index_sequence<I...>) {
+    (thread_execute(s.zg, numbered<I>, nullptr, 0), ...);
+  }(std::make_index_sequence<40>{});
+  EXPECT_EQ(st->used, THREAD_STATS_MAX);
+  EXPECT_EQ(st->callback[30].func, &numbered<28>);
+  EXPECT_STREQ(st->callback[31].name, "(other)");
+  EXPECT_EQ(st->callback[31].calls, 11u);
+  thread_stats_set_clock(nullptr);
 }
 
 // --- the platform queue ---------------------------------------------------------------------

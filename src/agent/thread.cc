@@ -101,8 +101,7 @@ void thread_add_unuse(thread_master* m, thread* t) {
   list_add(&m->unuse, t);
 }
 
-thread* thread_get(lib_globals* zg, uint8_t type, thread_func_t func, void* arg,
-                   const char* name) {
+thread* thread_get(lib_globals* zg, uint8_t type, thread_func_t func, void* arg, const char* name) {
   thread_master* m = zg->master;
   thread* t = list_pop(&m->unuse);
   if (!t) {

@@ -9,8 +9,8 @@
 //
 // Accounting: every unit is added under its callback's name (the add macros pass the function's
 // spelling), and `thread_call` counts per callback the calls, the total and the longest run time on
-// CLOCK_MONOTONIC in nanoseconds. Each pass of the loop (from poll's return to the next wait, all the
-// work of one wake-up) is counted the same way. Always on; the table is bounded.
+// CLOCK_MONOTONIC in nanoseconds. Each pass of the loop (from poll's return to the next wait, all
+// the work of one wake-up) is counted the same way. Always on; the table is bounded.
 #pragma once
 
 #include <poll.h>
@@ -104,7 +104,7 @@ inline constexpr uint32_t THREAD_STATS_MAX = 32;
 struct thread_stats {
   thread_stat callback[THREAD_STATS_MAX];
   uint32_t used;
-  thread_stat pass;       // named "(loop pass)"
+  thread_stat pass;        // named "(loop pass)"
   uint64_t pass_start_ns;  // 0 while the loop waits
 };
 

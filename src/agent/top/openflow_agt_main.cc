@@ -18,6 +18,7 @@
 #include "chip/hsl_transport.h"
 #include "chip/if_table.h"
 #include "chip/nl_module.h"
+#include "debug/qcf_client.h"
 #include "foundation/kprintf.h"
 #include "manager/msg_catalogue.h"
 #include "manager/mxl.h"
@@ -90,6 +91,7 @@ int ofa_stats_timer(thread* t) {
 
 // Frees what start-up made; the platform's restart story does not need it, a clean stop does.
 void release_all() {
+  ofa_qcf_exit();
   of_mxl_close();
   for (ofNLSock* sock : {&ofHslCmdSock, &ofHslEventSock, &ofHslMgrSock}) {
     if (sock->fd >= 0) ofNLClose(sock);
@@ -207,10 +209,14 @@ int openflowAgt_corvu_init() {
   return 0;
 }
 
-int openflowAgt_local_main(int /*argc*/, char** /*argv*/) {
+int openflowAgt_local_main(int argc, char** argv) {
   const std::string name_text = pcb_name();
   const char* name = name_text.c_str();
-  // Wiring point: the configuration manager's client (debug requests) starts here.
+  if (ofa_qcf_init(argc, argv) == 0) {
+    file_printf("OPENFLOWAG: Qcf-Client Initialized\n");
+  } else {
+    file_printf("OPENFLOWAG: Qcf-Client Initialization failed \n");
+  }
   int rc = ASPInit(name, getMySwitch(), 0, 0, 0);
   if (rc != 0) {
     std::fprintf(stderr, "%s: ASP/IOT initialization failed, rc:%d\n", name, rc);

@@ -257,7 +257,8 @@ TEST(ThreadStats, CallsTotalLongestByNameThenPassesAndOverflow) {
   // Past the table's size, callbacks share its last row.
   [&]<size_t... I>(std::index_sequence<I...>) {
     (thread_execute(s.zg, numbered<I>, nullptr, 0), ...);
-  }(std::make_index_sequence<40>{});
+  }
+  (std::make_index_sequence<40>{});
   EXPECT_EQ(st->used, THREAD_STATS_MAX);
   EXPECT_EQ(st->callback[30].func, &numbered<28>);
   EXPECT_STREQ(st->callback[31].name, "(other)");

@@ -1,0 +1,102 @@
+#include "client.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "platform/run_dir.h"
+#include "platform/wire.h"
+
+namespace ofa::ofactl {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+class Fd {
+ public:
+  explicit Fd(int fd) : fd_(fd) {}
+  ~Fd() {
+    if (fd_ >= 0) ::close(fd_);
+  }
+  Fd(const Fd&) = delete;
+  Fd& operator=(const Fd&) = delete;
+  int get() const { return fd_; }
+
+ private:
+  int fd_;
+};
+
+// Reads exactly out.size() bytes before `deadline`; an error text, or nothing.
+std::optional<std::string> read_exact(int fd, std::span<uint8_t> out, Clock::time_point deadline,
+                                      const std::string& path) {
+  size_t got = 0;
+  while (got < out.size()) {
+    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+    pollfd p{fd, POLLIN, 0};
+    int n = left.count() > 0 ? ::poll(&p, 1, static_cast<int>(left.count())) : 0;
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return "no answer from " + path + " in time";
+    ssize_t r = ::recv(fd, out.data() + got, out.size() - got, 0);
+    if (r < 0 && errno == EINTR) continue;
+    if (r <= 0) return "the agent at " + path + " closed the connection without an answer";
+    got += static_cast<size_t>(r);
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::string agent_path(uint32_t slot) {
+  return platform::qcf_path("ofagt_p" + std::to_string(slot));
+}
+
+std::variant<Reply, Failure> ask(uint32_t slot, uint32_t code, const std::string& text,
+                                 double timeout) {
+  const std::string path = agent_path(slot);
+  if (text.size() > kRequestMax - 4) return Failure{"request longer than 4092 bytes"};
+  const std::string no_agent =
+      "no agent at " + path + ": is openflowAgtd running for slot " + std::to_string(slot) + "?";
+  sockaddr_un sun{};
+  sun.sun_family = AF_UNIX;
+  if (path.size() >= sizeof sun.sun_path) return Failure{path + ": path too long for a socket"};
+  std::memcpy(sun.sun_path, path.c_str(), path.size() + 1);
+  Fd fd(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (fd.get() < 0) return Failure{std::string("socket: ") + std::strerror(errno)};
+  if (::connect(fd.get(), reinterpret_cast<sockaddr*>(&sun), sizeof sun) != 0) {
+    return Failure{no_agent};
+  }
+  std::vector<uint8_t> frame(8 + text.size());
+  wire::Writer(frame).u32(static_cast<uint32_t>(4 + text.size())).u32(code).text(text, text.size());
+  if (::send(fd.get(), frame.data(), frame.size(), MSG_NOSIGNAL) !=
+      static_cast<ssize_t>(frame.size())) {
+    return Failure{no_agent};
+  }
+  auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                     std::chrono::duration<double>(timeout));
+  uint8_t head[8];
+  if (auto err = read_exact(fd.get(), head, deadline, path)) return Failure{*err};
+  wire::Reader r(head, sizeof head);
+  uint32_t length = r.u32();
+  uint32_t got_code = r.u32();
+  if (length < 4 || length > kReplyMax || got_code != code) {
+    return Failure{"unreadable answer from " + path + " (length " + std::to_string(length) +
+                   ", code " + std::to_string(got_code) + ")"};
+  }
+  std::string body(length - 4, '\0');
+  if (auto err = read_exact(fd.get(), {reinterpret_cast<uint8_t*>(body.data()), body.size()},
+                            deadline, path)) {
+    return Failure{*err};
+  }
+  return Reply{std::move(body)};
+}
+
+}  // namespace ofa::ofactl

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs openflowAgtd under valgrind through a whole life on the default switch: start-up, the
 # stages, registration with the manager, chip up with its regions and default entries, a few
-# manager messages, and a stop by SIGTERM. Fails when valgrind reports an error or a leak.
+# manager messages, a debug client request, and a stop by SIGTERM. Fails when valgrind reports an
+# error or a leak.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build}
@@ -42,6 +43,7 @@ wait "$listener"
 entries() { grep -q "Programmed default l2psel entry" "$OFA_DEBUG_LOG"; }
 wait_for 60 entries
 "$build/tools/mgr/ofa-mgr" run examples/scenarios/demo.scn >/dev/null
+"$build/tools/ofactl/ofactl" sched >/dev/null
 kill -TERM "$agent"
 rc=0
 wait "$agent" || rc=$?
@@ -50,4 +52,4 @@ if [ "$rc" -ne 0 ] || [ -s "$run/valgrind.txt" ]; then
   cat "$run/valgrind.txt"
   exit 1
 fi
-echo "valgrind-agent: openflowAgtd start, registration, chip up, messages and stop: clean"
+echo "valgrind-agent: openflowAgtd start, registration, chip up, messages, debug request and stop: clean"

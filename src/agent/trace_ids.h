@@ -5,7 +5,7 @@
 //   10000 manager messages          19000  hardware adapter
 //   11000 message handlers          20000  ard backend
 //   13000 start-up and chip up      21000  ard2 backend
-//                                   22000  zim backend
+//   17000 debug client              22000  zim backend
 //
 // A subsystem adds its ids in its own group when it lands.
 #pragma once
@@ -37,4 +37,7 @@ enum ofa_trace_id : uint32_t {
   OFA_TR_HW_RESOURCE_DONE = 13016,
   OFA_TR_NETLINK_INIT_DONE = 13018,
   OFA_TR_TRACE_INITIALIZED = 13019,
+
+  // 17000: debug client (connections closed or refused).
+  OFA_TR_QCF_CLIENT_FAULT = 17001,
 };

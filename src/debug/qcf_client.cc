@@ -5,19 +5,20 @@
 #include <string>
 
 #include "agent/agent_globals.h"
+#include "agent/status.h"
 #include "agent/thread.h"
 #include "agent/trace.h"
+#include "agent/trace_ids.h"
 #include "debug/sched_show.h"
 #include "platform/qcf.h"
 
 namespace {
 
-constexpr uint32_t kTraceClientFault = 17001;
 constexpr int kDebugChannelFd = 0;  // the scheduler's low-priority fd slot of the debug channel
 
 int ofa_sched_handler(std::span<const uint8_t> /*msg*/, std::string* reply) {
   *reply = ofa_show_sched(thread_stats_get(openflowAgtPcb.lib));
-  return 0;
+  return OFA_OK;
 }
 
 // The answer of each request code.
@@ -29,13 +30,13 @@ constexpr struct {
 };
 
 void ofa_qcf_fault(const char* what) {
-  ofa_trace(OFACORE, 5, 0, kTraceClientFault, "%s", what);
+  ofa_trace(OFACORE, 5, 0, OFA_TR_QCF_CLIENT_FAULT, "%s", what);
 }
 
 int ofa_qcf_channel_read(thread* t) {
   dce_qcf_client_process(THREAD_FD(t));
   thread_add_read(t->zg, ofa_qcf_channel_read, nullptr, THREAD_FD(t));
-  return 0;
+  return OFA_OK;
 }
 
 }  // namespace
@@ -60,7 +61,7 @@ int ofa_qcf_init(int argc, char** argv) {
   } else {
     file_printf("OF agent failed to initialize as lumen client, rc: %d", rc);
   }
-  return 0;
+  return OFA_OK;
 }
 
 void ofa_qcf_exit() {

@@ -356,8 +356,7 @@ void dce_qcf_client_process(int fd) {
 }
 
 int qcf_initialize_client(const char* name) {
-  if (g_chan[0] < 0) return -2;
-  if (!name || g_listen >= 0) return -1;
+  if (g_chan[0] < 0 || !name || g_listen >= 0) return -1;
   std::string path = ofa::platform::qcf_path(name);
   g_listen = listen_on(path);
   if (g_listen < 0) return -1;

@@ -45,8 +45,8 @@ int dce_qcf_client_post_msg(uint32_t token);
 // Main thread: serves what the client thread has posted (requests, faults); never blocks.
 void dce_qcf_client_process(int fd);
 
-// Binds qcf/<name> and starts the client thread. 0; -1 when a live process holds the socket or it
-// cannot be made; -2 without a comm channel.
+// Binds qcf/<name> and starts the client thread. 0; -1 without a comm channel, or when a live
+// process holds the socket or it cannot be made.
 int qcf_initialize_client(const char* name);
 // Stops the client thread, closes every connection and the comm channel, removes the socket.
 void qcf_client_shutdown();

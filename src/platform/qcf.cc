@@ -222,7 +222,7 @@ void serve() {
     }
     if (::poll(p.data(), p.size(), -1) < 0) {
       if (errno == EINTR) continue;
-      return;
+      break;
     }
     for (size_t i = 2; i < p.size(); ++i) {
       Conn& c = conns[owner[i - 2]];
@@ -232,22 +232,19 @@ void serve() {
       } else {
         read_conn(c, owner[i - 2]);
       }
-      // A reply written whole lets the next frame of this client be read.
     }
-    if (p[1].revents) {
-      uint8_t b[4];
-      while (::recv(g_chan[1], b, sizeof b, MSG_DONTWAIT) == sizeof b) {
-        uint32_t token = ofa::wire::Reader(b, sizeof b).u32();
-        if (token == kStopToken) {
-          for (Conn& c : conns)
-            close_conn(c);
-          return;
-        }
-        answer(conns, token);
-      }
+    bool stop = false;
+    uint8_t b[4];
+    while (p[1].revents && !stop && ::recv(g_chan[1], b, sizeof b, MSG_DONTWAIT) == sizeof b) {
+      uint32_t token = ofa::wire::Reader(b, sizeof b).u32();
+      stop = token == kStopToken;
+      if (!stop) answer(conns, token);
     }
+    if (stop) break;
     if (p[0].revents) accept_client(conns);
   }
+  for (Conn& c : conns)
+    close_conn(c);
 }
 
 // Binds and listens on `path`; a socket left by a process that is gone is replaced, one held by a

@@ -8,6 +8,7 @@
 #include "client.h"
 #include "common/options.h"
 #include "platform/platform_file.h"
+#include "platform/run_dir.h"
 #include "table.h"
 
 namespace {
@@ -39,7 +40,8 @@ constexpr const char* kHelp =
     "  --timeout T    how long to wait for the answer (default 5s; 2, 1.5s, 500ms)\n"
     "  --json         the answer as JSON lines, one object per row\n"
     "\n"
-    "Exit: 0 answered, 1 no agent, no answer in time or an unreadable answer, 2 usage error.\n";
+    "Exit: 0 answered, 1 no agent, no answer in time or an unreadable answer, 2 usage error or\n"
+    "a run directory refused (not the user's own, or writable by group or others).\n";
 
 int fail(const std::string& message) {
   std::fprintf(stderr, "ofactl: %s\n", message.c_str());
@@ -67,6 +69,10 @@ int main(int argc, char** argv) {
     return kUsage;
   }
   tools::export_paths(o);
+  if (auto refused = platform::check_run_dir()) {
+    std::fprintf(stderr, "ofactl: %s\n", refused->c_str());
+    return kUsage;
+  }
   uint32_t slot = 0;
   if (o.slot) {
     slot = *o.slot;

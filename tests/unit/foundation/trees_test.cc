@@ -173,12 +173,13 @@ TEST_F(AvlTreeTest, TraverseStopsOnNegativeAndAllowsDeletingCurrent) {
   EXPECT_EQ(calls, 10);
   EXPECT_EQ(values(tree_), (std::vector<int>{1, 3, 5, 7, 9}));
 
+  static int second, third;
   auto three = [](void* item, void* a1, void* a2, void* a3) {
     static_cast<std::vector<int*>*>(a1)->push_back(static_cast<int*>(item));
-    return a2 == a1 && a3 == a1 ? 0 : -1;
+    return a2 == &second && a3 == &third ? 0 : -1;
   };
   std::vector<int*> seen;
-  EXPECT_EQ(avl_traverse3(tree_, three, &seen, &seen, &seen), 0);
+  EXPECT_EQ(avl_traverse3(tree_, three, &seen, &second, &third), 0);
   EXPECT_EQ(seen, (std::vector<int*>{&items_[1], &items_[3], &items_[5], &items_[7], &items_[9]}));
 }
 

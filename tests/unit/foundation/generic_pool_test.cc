@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "fake_clock.h"
@@ -24,65 +25,40 @@ TEST(PoolSizes, RoundUpAndGrowFactor) {
   EXPECT_EQ(got, (std::vector<uint32_t>{1, 1, 2, 4, 8, 16, 20, 20, 20}));
 }
 
-std::vector<void*> take(generic_pool* pool, int n) {
-  std::vector<void*> out;
-  for (int i = 0; i < n; ++i)
-    out.push_back(generic_get_mem_from_pool(pool));
-  return out;
-}
-
-TEST(GenericPool, GroupPoolGrowsByRoundedBlockAndStopsAtLimit) {
-  generic_pool pool;
-  ASSERT_EQ(init_generic_pool(&pool, 512, 80, GENERIC_POOL_FIXED_GROWTH), 1);
-  set_generic_pool_upper_limit(&pool, 1024);
-  EXPECT_EQ(pool.unit_size, 80u);
-  EXPECT_EQ(pool.total_number, 512u);
-  auto first = take(&pool, 512);
-  EXPECT_EQ(pool.block_count, 1u);
-  ASSERT_NE(generic_get_mem_from_pool(&pool), nullptr);  // the 513th
-  EXPECT_EQ(pool.block_count, 2u);
-  EXPECT_EQ(pool.total_number, 1331u);  // + 819: 512 x 80 bytes rounds to 64 KiB
-  auto rest = take(&pool, 1024 - 513);
-  for (void* p : rest)
-    ASSERT_NE(p, nullptr);
-  EXPECT_EQ(generic_get_pool_allocated_number(&pool), 1024u);
-  EXPECT_EQ(generic_get_mem_from_pool(&pool), nullptr);
-  EXPECT_EQ(pool.alloc_failure, 0u);  // the limit is not a failure
-  generic_free_mem_to_pool(&pool, first[0]);
-  EXPECT_EQ(generic_get_mem_from_pool(&pool), first[0]);
-  free_generic_pool(&pool);
-  EXPECT_EQ(pool.block_count, 0u);
-  EXPECT_EQ(pool.total_number, 0u);
-}
-
-TEST(GenericPool, NoGrowFlagAndLiftingIt) {
-  generic_pool pool;
-  ASSERT_EQ(init_generic_pool(&pool, 4, 16, GENERIC_POOL_NO_GROW), 1);
-  take(&pool, 4);
-  EXPECT_EQ(generic_get_mem_from_pool(&pool), nullptr);
-  EXPECT_EQ(pool.alloc_failure, 1u);
-  set_generic_pool_upper_limit(&pool, 4);  // not above total: still no growth
-  EXPECT_NE(pool.flag & GENERIC_POOL_NO_GROW, 0u);
-  set_generic_pool_upper_limit(&pool, 8);
-  EXPECT_EQ(pool.flag & GENERIC_POOL_NO_GROW, 0u);
-  EXPECT_NE(generic_get_mem_from_pool(&pool), nullptr);
-  // 4 more fit below the limit, so the block is rounded up to 1 KiB; the limit still holds.
-  EXPECT_EQ(pool.total_number, 68u);
-  for (void* p : take(&pool, 3))
-    EXPECT_NE(p, nullptr);
-  EXPECT_EQ(generic_get_mem_from_pool(&pool), nullptr);
-  free_generic_pool(&pool);
-}
-
-TEST(GenericPool, GrowthPastTheLimitTakesOnlyWhatIsLeft) {
-  generic_pool pool;
-  ASSERT_EQ(init_generic_pool(&pool, 4, 16, GENERIC_POOL_FIXED_GROWTH), 1);
-  set_generic_pool_upper_limit(&pool, 6);
-  for (void* p : take(&pool, 6))
-    EXPECT_NE(p, nullptr);
-  EXPECT_EQ(pool.total_number, 6u);  // 4 + 4 would pass 6: the block holds the 2 left
-  EXPECT_EQ(generic_get_mem_from_pool(&pool), nullptr);
-  free_generic_pool(&pool);
+// Growth: take elements until the pool refuses one; the limit, the no-grow flag and the block
+// count each stop it.
+TEST(GenericPool, GrowsUntilTheLimit) {
+  struct Case {
+    uint32_t initial, unit, flags, limit;
+    int taken;
+    uint32_t total, blocks, failures, flags_after;
+  };
+  const Case cases[] = {
+      // 512 x 80 bytes rounds to 64 KiB: the second block holds 819.
+      {512, 80, GENERIC_POOL_FIXED_GROWTH, 1024, 1024, 1331, 2, 0, GENERIC_POOL_FIXED_GROWTH},
+      // 4 + 4 would pass 6: the second block holds the 2 left.
+      {4, 16, GENERIC_POOL_FIXED_GROWTH, 6, 6, 6, 2, 0, GENERIC_POOL_FIXED_GROWTH},
+      // 0 means no limit: 1, then 63 blocks of 128.
+      {1, 8, GENERIC_POOL_FIXED_GROWTH, 0, 8065, 8065, 64, 1, GENERIC_POOL_FIXED_GROWTH},
+      // A limit not above the total leaves the flag; a higher one lifts it, and the block of
+      // 4 more is rounded up to 1 KiB.
+      {4, 16, GENERIC_POOL_NO_GROW, 4, 4, 4, 1, 0, GENERIC_POOL_NO_GROW},
+      {4, 16, GENERIC_POOL_NO_GROW, 8, 8, 68, 2, 0, 0},
+  };
+  for (const Case& c : cases) {
+    generic_pool pool;
+    ASSERT_EQ(init_generic_pool(&pool, c.initial, c.unit, c.flags), 1);
+    set_generic_pool_upper_limit(&pool, c.limit);
+    int taken = 0;
+    while (generic_get_mem_from_pool(&pool) != nullptr && taken < 10000)
+      ++taken;
+    EXPECT_EQ(
+        std::make_tuple(taken, pool.total_number, pool.block_count, pool.alloc_failure, pool.flag),
+        std::make_tuple(c.taken, c.total, c.blocks, c.failures, c.flags_after))
+        << c.initial << " limit " << c.limit;
+    free_generic_pool(&pool);
+    EXPECT_EQ(std::make_pair(pool.block_count, pool.total_number), std::make_pair(0u, 0u));
+  }
 }
 
 TEST(GenericPool, NoFirstBlockFillsOnFirstGet) {
@@ -91,21 +67,6 @@ TEST(GenericPool, NoFirstBlockFillsOnFirstGet) {
   EXPECT_EQ(pool.total_number, 0u);
   ASSERT_NE(generic_get_mem_from_pool(&pool), nullptr);
   EXPECT_EQ(pool.total_number, 64u);
-  free_generic_pool(&pool);
-}
-
-TEST(GenericPool, StopsAfter64Blocks) {
-  generic_pool pool;
-  ASSERT_EQ(init_generic_pool(&pool, 1, 8, GENERIC_POOL_FIXED_GROWTH), 1);
-  set_generic_pool_upper_limit(&pool, 0);  // 0 means no limit
-  EXPECT_EQ(generic_get_pool_upper_limit(&pool), 0xFFFFFFFFu);
-  auto all = take(&pool, 8065);  // 1, then 63 blocks of 128
-  for (void* p : all)
-    ASSERT_NE(p, nullptr);
-  EXPECT_EQ(pool.block_count, 64u);
-  EXPECT_EQ(pool.total_number, 8065u);
-  EXPECT_EQ(generic_get_mem_from_pool(&pool), nullptr);
-  EXPECT_EQ(pool.alloc_failure, 1u);
   free_generic_pool(&pool);
 }
 

@@ -20,8 +20,8 @@
 #include "foundation/dce_avl_tree.h"
 
 // Walks a whole AVL tree (either kind) and checks its invariants: parent links and side flags,
-// balance = height(right) - height(left) within -1..+1 (when balanced), rank = 1 + left size, and
-// the in-order sequence sorted by the tree's own compare.
+// balance = height(right) - height(left) within -1..+1 (when balanced), rank = 1 + left size. The
+// callers compare the in-order sequence it gives with their model.
 namespace tree_check {
 
 inline bool is_right(const avl_node* n) {
@@ -31,43 +31,34 @@ inline bool is_right(const dce_avl_node* n) {
   return n->is_right != 0;
 }
 
-struct Result {
-  int size = 0;
-  int height = 0;
-};
-
 // Gives size and height of the subtree; records the first broken invariant in *error.
 template <class N>
-Result walk(const N* n, const N* parent, bool check_balance, std::vector<const N*>* order,
-            std::string* error) {
-  if (n == nullptr) return {};
-  if (n->parent != parent && error->empty()) *error = "bad parent link";
-  if (parent != nullptr && is_right(n) != (parent->right == n) && error->empty())
-    *error = "bad side flag";
-  Result l = walk<N>(n->left, n, check_balance, order, error);
+std::pair<int, int> walk(const N* n, const N* parent, bool balanced, std::vector<const N*>* order,
+                         std::string* error) {
+  if (n == nullptr) return {0, 0};
+  auto [left_size, left_height] = walk<N>(n->left, n, balanced, order, error);
   order->push_back(n);
-  Result r = walk<N>(n->right, n, check_balance, order, error);
-  if (n->rank != 1 + l.size && error->empty()) *error = "bad rank";
-  int diff = r.height - l.height;
-  if (check_balance && (diff < -1 || diff > 1 || n->balance != diff) && error->empty())
-    *error = "bad balance";
-  return {l.size + r.size + 1, 1 + std::max(l.height, r.height)};
+  auto [right_size, right_height] = walk<N>(n->right, n, balanced, order, error);
+  int diff = right_height - left_height;
+  const char* broken = n->parent != parent ? "bad parent link"
+                       : parent != nullptr && is_right(n) != (parent->right == n)  ? "bad side flag"
+                       : n->rank != 1 + left_size                                  ? "bad rank"
+                       : balanced && (diff < -1 || diff > 1 || n->balance != diff) ? "bad balance"
+                                                                                   : nullptr;
+  if (broken != nullptr && error->empty()) *error = broken;
+  return {left_size + right_size + 1, 1 + std::max(left_height, right_height)};
 }
 
 // Checks an avl_tree; gives its items in order.
 inline std::vector<void*> check(const avl_tree* tree) {
   std::vector<const avl_node*> order;
   std::string error;
-  Result res = walk<avl_node>(tree->root, nullptr, true, &order, &error);
+  int size = walk<avl_node>(tree->root, nullptr, true, &order, &error).first;
   EXPECT_EQ(error, "");
-  EXPECT_EQ(res.size, tree->count);
+  EXPECT_EQ(size, tree->count);
   std::vector<void*> items;
-  for (size_t i = 0; i < order.size(); ++i) {
-    if (i > 0) {
-      EXPECT_LE(tree->compare(order[i - 1]->info, order[i]->info), 0) << "order at " << i;
-    }
-    items.push_back(order[i]->info);
-  }
+  for (const avl_node* n : order)
+    items.push_back(n->info);
   return items;
 }
 
@@ -78,15 +69,8 @@ inline std::vector<void*> check(const dce_avl_tree* tree) {
   walk<dce_avl_node>(tree->root, nullptr, tree->rebalance != 0, &order, &error);
   EXPECT_EQ(error, "");
   std::vector<void*> records;
-  auto key = [&](const dce_avl_node* n) {
-    return reinterpret_cast<const char*>(n) - tree->node_offset + tree->key_offset;
-  };
-  for (size_t i = 0; i < order.size(); ++i) {
-    if (i > 0) {
-      EXPECT_LT(tree->compare(key(order[i - 1]), key(order[i])), 0) << "order at " << i;
-    }
-    records.push_back(dce_avl_record(tree, const_cast<dce_avl_node*>(order[i])));
-  }
+  for (const dce_avl_node* n : order)
+    records.push_back(dce_avl_record(tree, const_cast<dce_avl_node*>(n)));
   EXPECT_EQ(tree->first, order.empty() ? nullptr : order.front());
   EXPECT_EQ(tree->last, order.empty() ? nullptr : order.back());
   return records;
@@ -134,30 +118,13 @@ class AvlTreeTest : public ::testing::Test {
 
 TEST(AvlTreeNull, NullTreeGivesNull) {
   int key = 1;
-  EXPECT_EQ(avl_search(nullptr, &key), nullptr);
-  EXPECT_EQ(avl_top(nullptr), nullptr);
-  EXPECT_EQ(avl_getfirst(nullptr), nullptr);
-  EXPECT_EQ(avl_get_tree_size(nullptr), 0);
-  EXPECT_EQ(avl_insert(nullptr, &key), -1);
-  EXPECT_EQ(avl_remove(nullptr, &key), -1);
   avl_tree* tree = nullptr;
-  EXPECT_EQ(avl_create(&tree, 0, nullptr), -1);
-}
-
-TEST_F(AvlTreeTest, ReversedCompareStepsByNodeFromHighest) {
-  avl_tree* rev = nullptr;
-  ASSERT_EQ(avl_create(&rev, 0, [](const void* a, const void* b) { return cmp_int(b, a); }), 0);
-  for (int k : {3, 9, 1, 7, 5})
-    ASSERT_EQ(avl_insert(rev, &items_[k]), 0);
-  std::vector<int> seen;
-  for (avl_node* n = avl_getnext(rev, nullptr); n != nullptr; n = avl_getnext(rev, n))
-    seen.push_back(value(n));
-  EXPECT_EQ(seen, (std::vector<int>{9, 7, 5, 3, 1}));
-  seen.clear();
-  for (avl_node* n = avl_getprev(rev, nullptr); n != nullptr; n = avl_getprev(rev, n))
-    seen.push_back(value(n));
-  EXPECT_EQ(seen, (std::vector<int>{1, 3, 5, 7, 9}));
-  avl_tree_free(&rev, nullptr);
+  EXPECT_EQ(
+      (std::vector<avl_node*>{avl_search(nullptr, &key), avl_top(nullptr), avl_getfirst(nullptr)}),
+      std::vector<avl_node*>(3, nullptr));
+  EXPECT_EQ((std::vector<int>{avl_get_tree_size(nullptr), avl_insert(nullptr, &key),
+                              avl_remove(nullptr, &key), avl_create(&tree, 0, nullptr)}),
+            (std::vector<int>{0, -1, -1, -1}));
 }
 
 TEST_F(AvlTreeTest, PreOrderNextVisitsAllButNotSorted) {
@@ -165,7 +132,6 @@ TEST_F(AvlTreeTest, PreOrderNextVisitsAllButNotSorted) {
   std::vector<int> seen;
   for (avl_node* n = avl_top(tree_); n != nullptr; n = avl_next(n))
     seen.push_back(value(n));
-  EXPECT_EQ(seen.front(), value(avl_top(tree_)));
   EXPECT_FALSE(std::is_sorted(seen.begin(), seen.end()));
   std::sort(seen.begin(), seen.end());
   EXPECT_EQ(seen, values(tree_));
@@ -180,11 +146,8 @@ TEST_F(AvlTreeTest, DeleteKeepsOtherNodesInPlace) {
   int root = value(avl_top(tree_));
   ASSERT_EQ(avl_delete_node(tree_, nodes[root]), 0);
   tree_check::check(tree_);
-  for (int k = 0; k < 32; ++k) {
-    if (k == root) continue;
-    EXPECT_EQ(nodes[k]->info, &items_[k]);
-    EXPECT_EQ(avl_search(tree_, &items_[k]), nodes[k]);
-  }
+  for (int k = 0; k < 32; ++k)
+    EXPECT_EQ(avl_search(tree_, &items_[k]), k == root ? nullptr : nodes[k]) << k;
 }
 
 TEST_F(AvlTreeTest, TraverseStopsOnNegativeAndAllowsDeletingCurrent) {
@@ -210,17 +173,14 @@ TEST_F(AvlTreeTest, TraverseStopsOnNegativeAndAllowsDeletingCurrent) {
   EXPECT_EQ(calls, 10);
   EXPECT_EQ(values(tree_), (std::vector<int>{1, 3, 5, 7, 9}));
 
-  auto sum3 = [](void* item, void* a1, void* a2, void* a3) {
-    *static_cast<int*>(a1) += *static_cast<int*>(item);
-    *static_cast<int*>(a2) += 1;
-    *static_cast<int*>(a3) = *static_cast<int*>(item);
-    return 0;
+  static int second, third;
+  auto three = [](void* item, void* a1, void* a2, void* a3) {
+    static_cast<std::vector<int*>*>(a1)->push_back(static_cast<int*>(item));
+    return a2 == &second && a3 == &third ? 0 : -1;
   };
-  int sum = 0, count = 0, last = -1;
-  EXPECT_EQ(avl_traverse3(tree_, sum3, &sum, &count, &last), 0);
-  EXPECT_EQ(sum, 25);
-  EXPECT_EQ(count, 5);
-  EXPECT_EQ(last, 9);
+  std::vector<int*> seen;
+  EXPECT_EQ(avl_traverse3(tree_, three, &seen, &second, &third), 0);
+  EXPECT_EQ(seen, (std::vector<int*>{&items_[1], &items_[3], &items_[5], &items_[7], &items_[9]}));
 }
 
 TEST_F(AvlTreeTest, PaginateStopsAtOutputLimitAndResumes) {
@@ -230,20 +190,15 @@ TEST_F(AvlTreeTest, PaginateStopsAtOutputLimitAndResumes) {
     return 1000;
   };
   std::vector<int> seen;
-  int out = 0;
-  avl_node* next = nullptr;
-  EXPECT_EQ(avl_paginate_traverse3(tree_, nullptr, thousand, &seen, nullptr, nullptr, &out, &next),
-            0);
-  EXPECT_EQ(seen, (std::vector<int>{0, 1, 2, 3, 4}));  // 5000 >= 4096
-  ASSERT_NE(next, nullptr);
-  EXPECT_EQ(value(next), 5);
-  out = 0;
-  seen.clear();
-  avl_paginate_traverse3(tree_, next, thousand, &seen, nullptr, nullptr, &out, &next);
-  out = 0;
-  avl_paginate_traverse3(tree_, next, thousand, &seen, nullptr, nullptr, &out, &next);
-  EXPECT_EQ(seen, (std::vector<int>{5, 6, 7, 8, 9, 10, 11}));
-  EXPECT_EQ(next, nullptr);
+  std::vector<size_t> page_ends;  // a page ends once 4096 is reached: after 5 items
+  for (avl_node* next = nullptr; page_ends.empty() || (next != nullptr && page_ends.size() < 9);) {
+    int out = 0;
+    EXPECT_EQ(avl_paginate_traverse3(tree_, next, thousand, &seen, nullptr, nullptr, &out, &next),
+              0);
+    page_ends.push_back(seen.size());
+  }
+  EXPECT_EQ(page_ends, (std::vector<size_t>{5, 10, 12}));
+  EXPECT_EQ(seen, std::vector<int>(items_.begin(), items_.begin() + 12));
 }
 
 TEST(AvlTreePrealloc, RunsOutAtMaxNodesAndReusesAfterCleanup) {
@@ -306,12 +261,10 @@ TEST(DceCompare, WidthsAndOrdinarySense) {
   uint32_t a32 = 1, b32 = 0xFFFFFFFF;
   uint16_t a16 = 2, b16 = 0xFFFF;
   uint8_t a8 = 3, b8 = 0xFF;
-  EXPECT_EQ(dce_compare_uint32(&a32, &b32), -1);
-  EXPECT_EQ(dce_compare_uint32(&b32, &a32), 1);
-  EXPECT_EQ(dce_compare_uint32(&a32, &a32), 0);
-  EXPECT_EQ(dce_compare_uint16(&a16, &b16), -1);
-  EXPECT_EQ(dce_compare_uint16(&b16, &b16), 0);
-  EXPECT_EQ(dce_compare_uint8(&b8, &a8), 1);
+  EXPECT_EQ((std::vector<int>{dce_compare_uint32(&a32, &b32), dce_compare_uint32(&b32, &b32),
+                              dce_compare_uint16(&a16, &b16), dce_compare_uint16(&b16, &b16),
+                              dce_compare_uint8(&b8, &a8)}),
+            (std::vector<int>{-1, 0, -1, 0, 1}));
 }
 
 constexpr int kOps = 100000;
@@ -389,16 +342,24 @@ TEST_P(AvlDiffTest, MatchesMultimap) {
     if (op % 1000 == 999) {
       std::vector<void*> in_order = tree_check::check(tree);
       ASSERT_FALSE(::testing::Test::HasFailure()) << op;
-      size_t i = 0;
+      std::vector<int> keys, by_node, back, expect;
+      for (void* item : in_order)
+        keys.push_back(*static_cast<int*>(item));
+      for (avl_node* n = avl_getnext(tree, nullptr); n != nullptr; n = avl_getnext(tree, n))
+        by_node.push_back(key_of(n));
+      for (avl_node* n = avl_getprev(tree, nullptr); n != nullptr; n = avl_getprev(tree, n))
+        back.insert(back.begin(), key_of(n));
       for (const auto& [k, item] : model)
-        ASSERT_EQ(*static_cast<int*>(in_order[i++]), k);
+        expect.push_back(k);
+      ASSERT_EQ(keys, expect) << op;
+      ASSERT_EQ(by_node, expect) << op;  // node steps follow the tree's sense
+      ASSERT_EQ(back, expect) << op;
     }
   }
   avl_tree_free(&tree, nullptr);
 }
 
-INSTANTIATE_TEST_SUITE_P(Senses, AvlDiffTest, ::testing::Values(false, true),
-                         [](const auto& info) { return info.param ? "Reversed" : "Ordinary"; });
+INSTANTIATE_TEST_SUITE_P(Reversed, AvlDiffTest, ::testing::Bool());
 
 struct DiffRec {
   uint32_t pad;
@@ -417,9 +378,8 @@ TEST_P(DceDiffTest, MatchesMap) {
     recs[i].id = i;
   std::map<uint32_t, DiffRec*> model;
   std::mt19937 rng(GetParam() ? 99 : 7);
-  auto id = [](void* r) { return r ? static_cast<int64_t>(static_cast<DiffRec*>(r)->id) : -1; };
-  auto model_id = [&](std::map<uint32_t, DiffRec*>::iterator it) {
-    return it == model.end() ? -1 : static_cast<int64_t>(it->first);
+  auto rec = [&](std::map<uint32_t, DiffRec*>::iterator it) -> void* {
+    return it == model.end() ? nullptr : it->second;
   };
 
   for (int op = 0; op < kOps; ++op) {
@@ -437,31 +397,28 @@ TEST_P(DceDiffTest, MatchesMap) {
       }
       ASSERT_EQ(dce_avl_find(&tree, &key), nullptr);
     } else if (kind < 9) {
-      ASSERT_EQ(id(dce_avl_find(&tree, &key)), present ? static_cast<int64_t>(key) : -1);
-      ASSERT_EQ(id(dce_avl_find_or_find_next(&tree, &key, 0)), model_id(model.lower_bound(key)));
-      ASSERT_EQ(id(dce_avl_find_or_find_next(&tree, &key, 1)), model_id(model.upper_bound(key)));
+      ASSERT_EQ(dce_avl_find(&tree, &key), rec(model.find(key))) << op;
+      ASSERT_EQ(dce_avl_find_or_find_next(&tree, &key, 0), rec(model.lower_bound(key))) << op;
+      ASSERT_EQ(dce_avl_find_or_find_next(&tree, &key, 1), rec(model.upper_bound(key))) << op;
     } else if (present) {
       auto it = model.find(key);
-      ASSERT_EQ(id(dce_avl_next(&tree, &recs[key].link)), model_id(std::next(it)));
-      ASSERT_EQ(id(dce_avl_prev(&tree, &recs[key].link)),
-                it == model.begin() ? -1 : static_cast<int64_t>(std::prev(it)->first));
+      ASSERT_EQ(dce_avl_next(&tree, &recs[key].link), rec(std::next(it))) << op;
+      ASSERT_EQ(dce_avl_prev(&tree, &recs[key].link),
+                it == model.begin() ? nullptr : std::prev(it)->second)
+          << op;
     }
-    ASSERT_EQ(id(dce_avl_first(&tree)),
-              model.empty() ? -1 : static_cast<int64_t>(model.begin()->first));
-    ASSERT_EQ(id(dce_avl_last(&tree)),
-              model.empty() ? -1 : static_cast<int64_t>(model.rbegin()->first));
+    ASSERT_EQ(dce_avl_first(&tree), model.empty() ? nullptr : model.begin()->second);
+    ASSERT_EQ(dce_avl_last(&tree), model.empty() ? nullptr : model.rbegin()->second);
     if (op % 1000 == 999) {
-      std::vector<void*> in_order = tree_check::check(&tree);
+      std::vector<void*> in_order = tree_check::check(&tree), expect;
       ASSERT_FALSE(::testing::Test::HasFailure()) << op;
-      ASSERT_EQ(in_order.size(), model.size());
-      size_t i = 0;
-      for (const auto& [k, rec] : model)
-        ASSERT_EQ(in_order[i++], rec);
+      for (const auto& [k, r] : model)
+        expect.push_back(r);
+      ASSERT_EQ(in_order, expect) << op;
     }
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Rebalance, DceDiffTest, ::testing::Values(true, false),
-                         [](const auto& info) { return info.param ? "On" : "Off"; });
+INSTANTIATE_TEST_SUITE_P(Rebalance, DceDiffTest, ::testing::Bool());
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "golden_requests.h"
 
 #include <array>
-#include <sstream>
 #include <stdexcept>
 
 // Rows leave out the simulator's side where it does not apply, and a zero answer.
@@ -443,25 +442,8 @@ const GoldenRequest& golden_request(const std::string& name) {
   throw std::out_of_range(name);
 }
 
-std::vector<uint8_t> hex(std::string_view digits) {
-  std::vector<uint8_t> out;
-  std::string d;
-  for (char c : digits)
-    if (c != ' ') d.push_back(c);
-  for (size_t i = 0; i + 1 < d.size(); i += 2)
-    out.push_back(static_cast<uint8_t>(std::stoul(d.substr(i, 2), nullptr, 16)));
-  return out;
-}
-
 std::vector<uint8_t> golden_bytes(const GoldenRequest& g) {
-  std::vector<uint8_t> out(g.extent, 0);
-  std::stringstream groups(g.bytes);
-  for (std::string group; std::getline(groups, group, '|');) {
-    size_t colon = group.find(':');
-    auto bytes = hex(group.substr(colon + 1));
-    std::copy(bytes.begin(), bytes.end(), out.begin() + std::stol(group.substr(0, colon)));
-  }
-  return out;
+  return sparse(g.extent, g.bytes);
 }
 
 }  // namespace ofa::test

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "chip/chip_req.h"
+#include "hex.h"
 
 namespace ofa::test {
 
@@ -37,9 +38,6 @@ inline void PrintTo(const GoldenRequest& g, std::ostream* os) {
 
 const std::vector<GoldenRequest>& golden_requests();
 const GoldenRequest& golden_request(const std::string& name);
-
-// Bytes from hex digits, spaces ignored.
-std::vector<uint8_t> hex(std::string_view digits);
 
 // The bytes the golden fields describe, `extent` long.
 std::vector<uint8_t> golden_bytes(const GoldenRequest& g);

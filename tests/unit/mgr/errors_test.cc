@@ -9,7 +9,7 @@
 #include <sstream>
 
 #include "codec.h"
-#include "frame.h"
+#include "hex.h"
 #include "scenario.h"
 
 namespace ofa::mgr {
@@ -147,8 +147,9 @@ void PrintTo(const BadDatagram& c, std::ostream* os) {
   *os << c.name;
 }
 
-std::vector<uint8_t> with_header(uint32_t type, size_t body, size_t length_field) {
-  return test::Frame(4 + body).u32(0, (type << 22) | static_cast<uint32_t>(length_field)).b;
+// `size` bytes that open with the header word `header` (type in bits 31-22, length in 15-0).
+std::vector<uint8_t> with_header(size_t size, std::string header) {
+  return ofa::test::sparse(size, "0: " + header);
 }
 
 class DecodeErrors : public ::testing::TestWithParam<BadDatagram> {};
@@ -166,28 +167,26 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         BadDatagram{"short_header", {0x00, 0xc0}, "too short for a 4-byte header"},
         BadDatagram{"bad_type", {0x03, 0x40, 0x00, 0x00}, "type 13 is not a message type"},
-        BadDatagram{"overrun", with_header(3, 10, 124), "overruns the datagram (10 bytes left)"},
-        BadDatagram{"status_short", with_header(3, 120, 120),
+        BadDatagram{"overrun", with_header(14, "00C0007C"),
+                    "overruns the datagram (10 bytes left)"},
+        BadDatagram{"status_short", with_header(124, "00C00078"),
                     "flow status: body of 120 bytes, too short: expected 124"},
-        BadDatagram{"status_long", with_header(3, 130, 130), "too long: expected 124"},
-        BadDatagram{"register_long", with_header(11, 12, 12), "registration: body of 12"},
-        BadDatagram{"register_inner",
-                    test::Frame(12).u32(0, (11u << 22) | 8).u32(4, (11u << 22) | 5).b,
+        BadDatagram{"status_long", with_header(134, "00C00082"), "too long: expected 124"},
+        BadDatagram{"register_long", with_header(16, "02C0000C"), "registration: body of 12"},
+        BadDatagram{"register_inner", ofa::test::hex("02C00008 02C00005 00000000"),
                     "is not type 11 of length 4"},
-        BadDatagram{"flow_stats_short", with_header(5, 24, 24), "flow statistics"},
-        BadDatagram{"queue_stats_long", with_header(6, 336, 336), "queue statistics"},
-        BadDatagram{"meter_stats_short", with_header(4, 1700, 1700), "meter statistics"},
-        BadDatagram{"meter_stats_count",
-                    test::Frame(4 + 1732).u32(0, (4u << 22) | 1732).u32(4, 28).b,
+        BadDatagram{"flow_stats_short", with_header(28, "01400018"), "flow statistics"},
+        BadDatagram{"queue_stats_long", with_header(340, "01800150"), "queue statistics"},
+        BadDatagram{"meter_stats_short", with_header(1704, "010006A4"), "meter statistics"},
+        BadDatagram{"meter_stats_count", with_header(1736, "010006C4 0000001C"),
                     "count 28 exceeds the 27"},
-        BadDatagram{"flow_short", with_header(7, 200, 200), "needs at least 236"},
+        BadDatagram{"flow_short", with_header(204, "01C000C8"), "needs at least 236"},
         // One v4 member in 4 bytes.
-        BadDatagram{"flow_member",
-                    test::Frame(4 + 240).u32(0, (7u << 22) | 240).u8(4 + 8, 4).u16(4 + 136, 1).b,
+        BadDatagram{"flow_member", with_header(244, "01C000F0 | 12: 04 | 140: 0001"),
                     "member 0 at offset 236 needs 80"},
-        BadDatagram{"group_short", with_header(9, 1055, 1055), "group operation"},
-        BadDatagram{"meter_short", with_header(2, 39, 39), "needs at least 40"},
-        BadDatagram{"config_short", with_header(0, 3719, 3719), "needs at least 3720"}),
+        BadDatagram{"group_short", with_header(1059, "0240041F"), "group operation"},
+        BadDatagram{"meter_short", with_header(43, "00800027"), "needs at least 40"},
+        BadDatagram{"config_short", with_header(3723, "00000E87"), "needs at least 3720"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 TEST(DecodeErrors, MessagesBeforeABadOneAreKept) {

@@ -11,14 +11,12 @@
 
 #include "codec.h"
 #include "format.h"
-#include "frame.h"
+#include "hex.h"
 #include "scenario.h"
 #include "syntax.h"
 
 namespace ofa::mgr {
 namespace {
-
-using test::Frame;
 
 // Parses an operation line, checks that its bytes decode to the same message, gives the bytes.
 std::vector<uint8_t> round_trip(const std::string& line, const ParseContext& ctx) {
@@ -49,19 +47,16 @@ std::string encode_line(const std::string& line) {
   return hex_text(bytes);
 }
 
-std::string hex(const Frame& f) {
-  return hex_text(f.b);
+// Big-endian value of `width` bytes at `off`.
+uint64_t get(const std::vector<uint8_t>& b, size_t off, size_t width) {
+  uint64_t v = 0;
+  for (size_t i = 0; i < width; ++i)
+    v = (v << 8) | b.at(off + i);
+  return v;
 }
 
-// Type in bits 31-22, length in 15-0.
-constexpr uint32_t header(uint32_t type, uint32_t length) {
-  return (type << 22) | length;
-}
-
-TEST(Golden, HeaderPutsTypeInTheTopTenBits) {
-  EXPECT_EQ(make_header(kMsgFlow, 316), 0x01C0013Cu);
-  EXPECT_EQ(header_type(0x0300002C), 12u);
-  EXPECT_EQ(header_length(0x0300002C), 44u);
+std::string sparse_hex(size_t size, std::string_view groups) {
+  return hex_text(ofa::test::sparse(size, groups));
 }
 
 // The names printed are the agent's own, byte for byte (MODIFY_FLOW ends in a blank).
@@ -74,175 +69,119 @@ TEST(Golden, NamesOfTypesAndSubTypes) {
   EXPECT_EQ(sub_type_name(35), "UNKNOWN");
 }
 
+// Datagram offsets: the header word (type in bits 31-22, length in 15-0) at 0, the body from 4.
+// A flow: sub-type at 4, version at 12, more-fragments 16, flow id 20, controller word (cid in
+// its first byte) 24, xid 28, in_port_id 42, in_vlan_id 44, in_tagged 48, dst_mac 60, its mask
+// 76, ether_type 84, nw_src and mask 88, ip_protocol 104, tp_dst 110, fid and mvid (none: 65535,
+// 2048) 112, forward 117, wildcards 120, priority 124, member_count 140, rule_kind 142,
+// action_key 144, meter 148; members from 240.
 TEST(Golden, FlowAddVersion4WithOneMember) {
-  Frame f(4 + 316);
-  f.u32(0, header(7, 316));
-  f.u32(4 + 0, 1);            // sub-type ADD_FLOW in the first word
-  f.u8(4 + 8, 4);             // version
-  f.u32(4 + 16, 10);          // flow id
-  f.u32(4 + 20, 0x02000000);  // cid 2 in the first byte of the controller word
-  f.u32(4 + 24, 7);           // xid
-  f.u16(4 + 38, 3);           // in_port_id
-  f.u32(4 + 40, 100);         // in_vlan_id
-  f.u32(4 + 44, 1);           // in_tagged
-  f.raw(4 + 56, {0x00, 0x11, 0x22, 0x33, 0x44, 0x55});  // dst_mac
-  f.raw(4 + 72, {0xff, 0xff, 0xff, 0xff, 0xff, 0xff});  // dst_mac_mask
-  f.u16(4 + 80, 0x0800);
-  f.u32(4 + 84, 0x0a000000).u32(4 + 88, 0xff000000);  // nw_src 10.0.0.0/8
-  f.u8(4 + 100, 6);
-  f.u16(4 + 106, 80);
-  f.u16(4 + 108, 65535).u16(4 + 110, 2048);  // fid, mvid: none
-  f.u8(4 + 113, 1);                          // forward
-  // Every wildcard bit but in_port, in_vlan, dst_mac, ether_type, src_ip, ip_protocol, dst_port.
-  f.u32(4 + 116, 0x21a38644);
-  f.u32(4 + 120, 100);  // priority
-  f.u16(4 + 136, 1);    // member_count
-  f.u8(4 + 138, 2);     // rule_kind: an L3 rule
-  f.u32(4 + 140, 55);   // action_key
-  // Member at 236, version 4 layout, L = 4 (stride 80).
-  size_t m = 4 + 236;
-  f.u16(m + 0, 4).u16(m + 4, 5).u32(m + 8, 4096);
-  f.u8(m + 16, 15);                    // vlan_upbits none
-  f.u8(m + 36, 192);                   // nw_tos none
-  f.u32(m + 44, 0xffffff01);           // group id -255
-  f.u8(m + 62, 255).u8(m + 63, 255);   // TTL and queue none
-  f.u32(m + 72, 4096).u8(m + 77, 15);  // inner VLAN none
+  // Member (version 4, L = 4, stride 80): length, out port 5, out VLAN 4096, vlan_upbits none
+  // (15) at +16, nw_tos none (192) at +36, group -255 at +44, TTL and queue none at +62, inner
+  // VLAN none at +72.
   EXPECT_EQ(encode_line("flow add id=10 priority=100 xid=7 cid=2 action_key=55 "
                         "in_port=3,dl_vlan=100,dl_dst=00:11:22:33:44:55,dl_type=0x0800,"
                         "nw_src=10.0.0.0/8,nw_proto=6,tp_dst=80 actions=output:5"),
-            hex(f));
+            sparse_hex(320,
+                       "0: 01C0013C 00000001 | 12: 04 | 20: 0000000A 02000000 00000007 | "
+                       "40: 00000003 00000064 00000001 | 60: 001122334455 | "
+                       "76: FFFFFFFFFFFF 0000 0800 0000 0A000000 FF000000 | "
+                       "104: 06000000 00000050 FFFF0800 00010000 21A38644 00000064 | "
+                       "140: 00010200 00000037 | 240: 0004 0000 0005 0000 00001000 | "
+                       "256: 0F | 276: C0 | 284: FFFFFF01 | 300: 0000FFFF | "
+                       "312: 00001000 000F"));
 }
 
 TEST(Golden, FlowVersion4MemberActions) {
-  Frame f(4 + 316);
-  f.u32(0, header(7, 316)).u32(4, 4).u8(4 + 8, 4).u32(4 + 12, 1).u32(4 + 16, 20);
-  f.u16(4 + 38, 65535).u16(4 + 108, 65535).u16(4 + 110, 2048).u8(4 + 113, 1);
-  f.u32(4 + 116, 0x31a3a6fd).u16(4 + 136, 1).u8(4 + 138, 1).u32(4 + 144, 9);  // meter 9
-  size_t m = 4 + 236;
-  f.u16(m + 0, 4).u16(m + 4, 65535).u32(m + 8, 200);
-  f.u8(m + 16, 3).u8(m + 17, 1);            // vlan_upbits 3, tagged
-  f.raw(m + 28, {0x02, 0, 0, 0, 0, 0x01});  // set_dst_mac
-  f.u8(m + 36, 192).u32(m + 44, 7);         // group 7
-  f.u16(m + 60, 0x7000);                    // push, set VLAN, decrement TTL
-  f.u8(m + 62, 255).u8(m + 63, 3);          // queue 3
-  f.u16(m + 66, 0x88a8);
-  f.u32(m + 72, 4096).u8(m + 77, 15);
+  // Member: vlan_upbits 3 and tagged at +16, set_dst_mac at +28, group 7 at +44, push, set VLAN
+  // and decrement TTL (0x7000) at +60, queue 3 at +63, the pushed type at +66.
   EXPECT_EQ(encode_line("flow modify id=20 more actions=push_vlan:0x88a8,set_vlan_vid:200,"
                         "set_vlan_pcp:3,mod_dl_dst:02:00:00:00:00:01,dec_ttl,set_queue:3,"
                         "meter:9,group:7"),
-            hex(f));
+            sparse_hex(320,
+                       "0: 01C0013C 00000004 | 12: 04000000 00000001 00000014 | "
+                       "40: 0000FFFF | 112: FFFF0800 00010000 31A3A6FD | 140: 00010100 | "
+                       "148: 00000009 | 240: 00040000 FFFF0000 000000C8 | 256: 0301 | "
+                       "268: 02000000 00010000 C0 | 284: 00000007 | 300: 7000FF03 000088A8 | "
+                       "312: 00001000 000F"));
 }
 
 TEST(Golden, FlowVersion1MembersStepBy48PlusL) {
-  // Two members with L = 8: the second stands at 236 + 56; body = 236 + 2 * 56 = 348.
-  Frame f(4 + 348);
-  f.u32(0, header(7, 348)).u32(4, 1).u8(4 + 8, 1).u32(4 + 16, 30);
-  f.u16(4 + 38, 65535).u16(4 + 108, 65535).u16(4 + 110, 2048).u8(4 + 113, 1).u8(4 + 114, 1);
-  f.u32(4 + 116, 0x31a3a6fd).u16(4 + 136, 2).u8(4 + 138, 1);
-  for (size_t m : {size_t{4 + 236}, size_t{4 + 236 + 56}}) {
-    f.u16(m + 0, 8).u32(m + 8, 4096).u8(m + 20, 15).u8(m + 40, 192);
-  }
-  size_t m1 = 4 + 236, m2 = m1 + 56;
-  f.u16(m1 + 4, 65533);              // CONTROLLER
-  f.u16(m2 + 4, 7).u32(m2 + 16, 2);  // out_tagged 2 (VLAN stripped), low byte of word 16
-  f.u8(m2 + 48, 0x80);               // the member flag: top bit of the word at 48
+  // Two members with L = 8 at 240 and 296: CONTROLLER (65533) first; then out port 7 with
+  // out_tagged 2 (VLAN stripped) in the low byte of +16, and the member flag in the top bit of +48.
   EXPECT_EQ(encode_line("flow add id=30 version=1 member_len=8 actions=CONTROLLER,strip_vlan,"
                         "member_flag,output:7"),
-            hex(f));
+            sparse_hex(352,
+                       "0: 01C0015C 00000001 | 12: 01 | 20: 0000001E | 40: 0000FFFF | "
+                       "112: FFFF0800 00010100 31A3A6FD | 140: 00020100 | "
+                       "240: 0008 0000 FFFD 0000 00001000 | 260: 0F | 280: C0 | "
+                       "296: 0008 0000 0007 0000 00001000 | 312: 00000002 0F | 336: C0 | "
+                       "344: 80"));
 }
 
 TEST(Golden, FlowVersion4StrideIs76PlusL) {
   auto step = parse_step("flow add id=1 member_len=12 actions=output:1,output:2", {});
   ASSERT_TRUE(step.ok());
   const auto& b = std::get<SendStep>(*step.value()).datagrams.at(0).bytes();
-  ASSERT_EQ(b.size(), 4u + 236 + 2 * 88);
-  EXPECT_EQ(test::get(b, 4 + 236 + 4, 2), 1u);
-  EXPECT_EQ(test::get(b, 4 + 236 + 88, 2), 12u);     // second length word
-  EXPECT_EQ(test::get(b, 4 + 236 + 88 + 4, 2), 2u);  // second out port
+  // Size, then the first member's out port, the second's length word and out port.
+  EXPECT_EQ((std::vector<uint64_t>{b.size(), get(b, 244, 2), get(b, 328, 2), get(b, 332, 2)}),
+            (std::vector<uint64_t>{416, 1, 12, 2}));
 }
 
 TEST(Golden, FlowDeleteIsPaddedToTheLeastLength) {
-  Frame f(4 + 316);
-  f.u32(0, header(7, 316)).u32(4, 3).u8(4 + 8, 4).u32(4 + 16, 10).u32(4 + 24, 99);
-  f.u16(4 + 38, 65535).u16(4 + 108, 65535).u16(4 + 110, 2048).u8(4 + 113, 1);
-  f.u32(4 + 116, 0x31a3a6fd).u8(4 + 138, 1);
-  EXPECT_EQ(encode_line("flow delete id=10 xid=99"), hex(f));
+  EXPECT_EQ(encode_line("flow delete id=10 xid=99"),
+            sparse_hex(320,
+                       "0: 01C0013C 00000003 | 12: 04 | 20: 0000000A | 28: 00000063 | "
+                       "40: 0000FFFF | 112: FFFF0800 00010000 31A3A6FD | 140: 00000100"));
 }
 
-TEST(Golden, GroupWithBuckets) {
-  Frame f(4 + 1056);
-  f.u32(0, header(9, 1056));
-  f.u32(4 + 0, 19).u32(4 + 8, 5).u32(4 + 12, 2).u32(4 + 16, 4000).u32(4 + 20, 12);
-  f.u32(4 + 24, 1).u32(4 + 28, 0);  // SELECT
-  f.u16(4 + 32, 3).u32(4 + 36, 100).raw(4 + 40, {0x00, 0x11, 0x22, 0x33, 0x44, 0x55});
-  f.u16(4 + 48, 4).u32(4 + 52, 4096);
-  EXPECT_EQ(encode_line("group add id=5 type=select mgid=4000 nhop=12 "
-                        "bucket=output:3,vlan:100,mac:00:11:22:33:44:55 bucket=output:4"),
-            hex(f));
+// Group: sub-type 4, id 12, mgid 20, nhop 24, then buckets of 16 bytes from 36 (port, VLAN, MAC);
+// delete all is id 0xFFFFFFFF. Meter: sub-type 4, id 12,
+// flags 16 (kbps | burst), then the drop band and the remark band. The VLAN family carries its
+// sub-type in the second word.
+TEST(Golden, GroupsMetersAndTheVlanFamily) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"group add id=5 type=select mgid=4000 nhop=12 "
+       "bucket=output:3,vlan:100,mac:00:11:22:33:44:55 bucket=output:4",
+       sparse_hex(1060,
+                  "0: 02400420 00000013 | 12: 00000005 00000002 00000FA0 0000000C 00000001 | "
+                  "36: 00030000 00000064 001122334455 0000 00040000 00001000")},
+      {"group delete id=all", sparse_hex(1060, "0: 02400420 00000015 | 12: FFFFFFFF")},
+      {"meter add id=1 kbps burst band=type=drop,rate=1000 "
+       "band=type=dscp_remark,rate=500,burst_size=100,prec_level=2",
+       sparse_hex(44,
+                  "0: 00800028 00000016 | 12: 00000001 00000005 000003E8 | "
+                  "28: 000001F4 00000064 00000002 00000002")},
+      {"vlan add vlan=100 iivid=4000",
+       sparse_hex(20, "0: 02800010 | 8: 0000001C 00000FA0 00000064")},
+      {"port-vlan delete port=3 vlan=100",
+       sparse_hex(20, "0: 02000010 | 8: 0000001B 00000003 00000064")},
+      {"evt add port=3 iivid=4000 type=vlan in_vlan=100 tag_action=3 out_vlan=200",
+       sparse_hex(48,
+                  "0: 0300002C | 8: 0000001E | 20: 00000001 00000064 00000FA0 00000003 | "
+                  "40: 000000C8 00000003")},
+      {"sync-complete", sparse_hex(320, "0: 0040013C")},
+  };
+  for (const auto& [line, bytes] : rows)
+    EXPECT_EQ(encode_line(line), bytes) << line;
 }
 
-TEST(Golden, GroupDeleteAll) {
-  Frame f(4 + 1056);
-  f.u32(0, header(9, 1056)).u32(4, 21).u32(4 + 8, 0xffffffff);
-  EXPECT_EQ(encode_line("group delete id=all"), hex(f));
-}
-
-TEST(Golden, MeterTwoBands) {
-  Frame f(4 + 40);
-  f.u32(0, header(2, 40)).u32(4, 22).u32(4 + 8, 1).u32(4 + 12, 1 | 4);
-  f.u32(4 + 16, 1000).u32(4 + 20, 0).u32(4 + 24, 500).u32(4 + 28, 100).u32(4 + 32, 2);
-  f.u32(4 + 36, 2);
-  EXPECT_EQ(encode_line("meter add id=1 kbps burst band=type=drop,rate=1000 "
-                        "band=type=dscp_remark,rate=500,burst_size=100,prec_level=2"),
-            hex(f));
-}
-
-TEST(Golden, VlanFamilyCarriesTheSubTypeInTheSecondWord) {
-  Frame vlan(4 + 16);
-  vlan.u32(0, header(10, 16)).u32(4 + 4, 28).u32(4 + 8, 4000).u32(4 + 12, 100);
-  EXPECT_EQ(encode_line("vlan add vlan=100 iivid=4000"), hex(vlan));
-  Frame pv(4 + 16);
-  pv.u32(0, header(8, 16)).u32(4 + 4, 27).u32(4 + 8, 3).u32(4 + 12, 100);
-  EXPECT_EQ(encode_line("port-vlan delete port=3 vlan=100"), hex(pv));
-  Frame evt(4 + 44);
-  evt.u32(0, header(12, 44)).u32(4 + 4, 30).u32(4 + 16, 1).u32(4 + 20, 100);
-  evt.u32(4 + 24, 4000).u32(4 + 28, 3).u32(4 + 36, 200).u32(4 + 40, 3);
-  EXPECT_EQ(encode_line("evt add port=3 iivid=4000 type=vlan in_vlan=100 tag_action=3 "
-                        "out_vlan=200"),
-            hex(evt));
-}
-
-TEST(Golden, ConfigPortEnable) {
-  Frame f(4 + 3720);
-  f.u32(0, header(0, 3720)).u32(4, 10).u8(4 + 4, 1);
-  f.u32(4 + 16, 1u << 3).u32(4 + 16 + 4, 1u << 8);    // ports 3 and 40
-  f.u32(4 + 696, 1u << 3).u32(4 + 696 + 4, 1u << 8);  // both Layer3
-  f.u16(4 + 3666, 100).text(4 + 3668, "ethernet1/3");
-  f.u32(4 + 3700, (6u << 26) | (2u << 22) | (3u << 15));  // port 3 of slot 2
-  f.raw(4 + 3708, {0x00, 0xaa, 0xbb, 0xcc, 0xdd, 0xee}).u32(4 + 3716, 77);
-  EXPECT_EQ(encode_line("port enable 3,40 l3 pvid=100 mac=00:aa:bb:cc:dd:ee nhop=77"), hex(f));
-}
-
+// Config (3724 bytes): sub-command 4, add 8, then the port mask from 20 (the port id for online),
+// the Layer3 mask from 700, the protected-VLAN hybrid mask from 2740, pvid 3670, ifname 3672,
+// the port's ifindex 3704 (port 3 of slot 2), MAC 3712, nhop 3720.
 TEST(Golden, ConfigSubCommands) {
-  Frame online(4 + 3720);
-  online.u32(0, header(0, 3720)).u32(4, 34).u16(4 + 16, 7);  // the port id replaces the mask
-  EXPECT_EQ(encode_line("port online 7"), hex(online));
-  Frame dflt(4 + 3720);
-  dflt.u32(0, header(0, 3720)).u32(4, 13).u8(4 + 4, 0).u32(4 + 8, 1);
-  EXPECT_EQ(encode_line("default-action controller"), hex(dflt));
-  Frame of(4 + 3720);
-  of.u32(0, header(0, 3720)).u32(4, 6).u8(4 + 4, 1);
-  EXPECT_EQ(encode_line("openflow enable"), hex(of));
-  Frame prot(4 + 3720);
-  prot.u32(0, header(0, 3720)).u32(4, 16).u8(4 + 4, 1).u32(4 + 16, 1u << 5);
-  prot.u32(4 + 2736, 1u << 30).u32(4 + 2740, 1u << 5).u16(4 + 3666, 10);
-  EXPECT_EQ(encode_line("protected-vlan add 5 hybrid=5 pvid=10"), hex(prot));
-}
-
-TEST(Golden, SyncCompleteIs316ZeroBytes) {
-  Frame f(4 + 316);
-  f.u32(0, header(1, 316));
-  EXPECT_EQ(encode_line("sync-complete"), hex(f));
+  const std::pair<std::string, std::string> rows[] = {
+      {"port enable 3,40 l3 pvid=100 mac=00:aa:bb:cc:dd:ee nhop=77",
+       "0: 00000E88 0000000A 01 | 20: 00000008 00000100 | 700: 00000008 00000100 | "
+       "3668: 00000064 65746865726E6574312F33 | 3704: 18818000 | 3712: 00AABBCCDDEE 0000 0000004D"},
+      {"port online 7", "0: 00000E88 00000022 | 20: 0007"},
+      {"default-action controller", "0: 00000E88 0000000D | 12: 00000001"},
+      {"openflow enable", "0: 00000E88 00000006 01"},
+      {"protected-vlan add 5 hybrid=5 pvid=10",
+       "0: 00000E88 00000010 01 | 20: 00000020 | 2740: 40000000 00000020 | 3668: 0000000A"},
+  };
+  for (const auto& [line, groups] : rows)
+    EXPECT_EQ(encode_line(line), sparse_hex(3724, groups)) << line;
 }
 
 TEST(Golden, FragmentsSplitTheMembersAndMarkAllButTheLast) {
@@ -250,18 +189,14 @@ TEST(Golden, FragmentsSplitTheMembersAndMarkAllButTheLast) {
   ASSERT_TRUE(step.ok()) << step.error();
   const auto& dgs = std::get<SendStep>(*step.value()).datagrams;
   ASSERT_EQ(dgs.size(), 2u);
-  const auto& a = dgs[0].bytes();
-  const auto& b = dgs[1].bytes();
-  ASSERT_EQ(a.size(), 4u + 236 + 2 * 80);
-  ASSERT_EQ(b.size(), 4u + 316);
-  EXPECT_EQ(test::get(a, 4 + 12, 4), 1u);  // more fragments
-  EXPECT_EQ(test::get(b, 4 + 12, 4), 0u);  // the last one
-  EXPECT_EQ(test::get(a, 4 + 16, 4), 7u);
-  EXPECT_EQ(test::get(b, 4 + 16, 4), 7u);  // same flow id
-  EXPECT_EQ(test::get(a, 4 + 136, 2), 2u);
-  EXPECT_EQ(test::get(b, 4 + 136, 2), 1u);
-  EXPECT_EQ(test::get(a, 4 + 236 + 80 + 4, 2), 2u);  // second member of the first fragment
-  EXPECT_EQ(test::get(b, 4 + 236 + 4, 2), 3u);       // third member opens the last
+  // Size, more fragments, flow id, member count, first member's out port.
+  auto fields = [](const std::vector<uint8_t>& d) {
+    return std::vector<uint64_t>{d.size(), get(d, 16, 4), get(d, 20, 4), get(d, 140, 2),
+                                 get(d, 244, 2)};
+  };
+  EXPECT_EQ(fields(dgs[0].bytes()), (std::vector<uint64_t>{400, 1, 7, 2, 1}));
+  EXPECT_EQ(fields(dgs[1].bytes()), (std::vector<uint64_t>{320, 0, 7, 1, 3}));
+  EXPECT_EQ(get(dgs[0].bytes(), 324, 2), 2u);  // second member of the first fragment
 }
 
 TEST(Golden, RawBytesWithZeroFill) {
@@ -273,10 +208,11 @@ TEST(Golden, PackPutsMessagesBackToBack) {
       parse_scenario("pack\nvlan add vlan=1 iivid=2\nport-vlan add port=1 vlan=1\nend\n", "t", {});
   ASSERT_TRUE(sc.ok()) << sc.error();
   ASSERT_EQ(sc.value().steps.size(), 1u);
-  const auto& b = std::get<SendStep>(sc.value().steps[0].action).datagrams.at(0).bytes();
-  ASSERT_EQ(b.size(), 40u);
-  EXPECT_EQ(test::get(b, 0, 4), header(10, 16));
-  EXPECT_EQ(test::get(b, 20, 4), header(8, 16));  // no alignment between messages
+  // No alignment between the messages.
+  EXPECT_EQ(hex_text(std::get<SendStep>(sc.value().steps[0].action).datagrams.at(0).bytes()),
+            sparse_hex(40,
+                       "0: 02800010 | 8: 0000001C 00000002 00000001 02000010 | "
+                       "28: 0000001A 00000001 00000001"));
 }
 
 // ---- further lines: text -> message -> bytes -> message, fields by name ----------------
@@ -345,38 +281,40 @@ INSTANTIATE_TEST_SUITE_P(
 // ---- agent to manager: hand-made datagrams decode to the stated fields ------------------
 
 TEST(GoldenAgent, DecodeAndEncodeBothWays) {
-  Frame status(128), reg(12), flow_stats(32), queue_stats(336), meter_stats(1736);
-  status.u32(0, header(3, 124)).u32(8, 10).u32(12, 0x01000000).u32(16, 7).u32(20, 1);
-  status.u32(28, 1).u64(32, 0x100000005).u64(40, 0x100000009).text(48, "PSEUDO_SUCCESS: no port");
-  reg.u32(0, header(11, 8)).u32(4, header(11, 4)).u32(8, 1);  // a double envelope
-  flow_stats.u32(0, 0x0140001C).u16(4, 1).u32(8, 10).u64(16, 5).u64(24, 0x1'0000'0140);
-  queue_stats.u32(0, header(6, 332)).u16(4, 1).u16(8, 3);
   QueueStatsMsg queues;
   queues.port_id = 3;
-  for (uint32_t q = 0; q < 8; ++q) {
-    queue_stats.u32(16 + 40 * q + 4, q)
-        .u64(16 + 40 * q + 8, 1000 + q)
-        .u64(16 + 40 * q + 16, 10 + q);
+  for (uint32_t q = 0; q < 8; ++q)
     queues.queues[q] = QueueRecord{q, 1000 + q, 10 + q};
-  }
-  // Room for 27 meter records; two are used.
-  meter_stats.u32(0, header(4, 1732)).u32(4, 2).u32(8, 1).u64(8 + 16, 640).u64(8 + 40, 64);
-  meter_stats.u32(72, 2).u64(72 + 16, 128).u64(72 + 56, 32);
-  MeterStatsMsg meters;
+  MeterStatsMsg meters;  // room for 27 records; two are used
   meters.records = {MeterRecord{1, 0, 640, 0, 0, 64, 0, 0}, MeterRecord{2, 0, 128, 0, 0, 0, 0, 32}};
-  const std::pair<const Frame*, Message> rows[] = {
-      {&status,
+  const std::pair<std::vector<uint8_t>, Message> rows[] = {
+      {ofa::test::sparse(128,
+                         "0: 00C0007C | 8: 0000000A 01000000 00000007 00000001 | "
+                         "28: 00000001 00000001 00000005 00000001 00000009 "
+                         "50534555444F5F535543434553533A206E6F20706F7274"),
        StatusMsg{10, 0x01000000, 7, 1, 1, 0x100000005, 0x100000009, "PSEUDO_SUCCESS: no port"}},
-      {&reg, RegisterMsg{1}},
-      {&flow_stats, FlowStatsMsg{1, 10, 5, 0x1'0000'0140}},
-      {&queue_stats, queues},
-      {&meter_stats, meters}};
-  for (const auto& [frame, message] : rows) {
-    auto d = decode_datagram(frame->b);
-    ASSERT_EQ(d.size(), 1u) << hex(*frame);
+      {ofa::test::hex("02C00008 02C00004 00000001"), RegisterMsg{1}},  // a double envelope
+      {ofa::test::sparse(32, "0: 0140001C 00010000 0000000A | 20: 00000005 00000001 00000140"),
+       FlowStatsMsg{1, 10, 5, 0x1'0000'0140}},
+      {ofa::test::sparse(
+           336,
+           "0: 0180014C 00010000 00030000 | 28: 000003E8 | 36: 0000000A | "
+           "60: 00000001 | 68: 000003E9 | 76: 0000000B | 100: 00000002 | 108: 000003EA | "
+           "116: 0000000C | 140: 00000003 | 148: 000003EB | 156: 0000000D | "
+           "180: 00000004 | 188: 000003EC | 196: 0000000E | 220: 00000005 | 228: 000003ED | "
+           "236: 0000000F | 260: 00000006 | 268: 000003EE | 276: 00000010 | "
+           "300: 00000007 | 308: 000003EF | 316: 00000011"),
+       queues},
+      {ofa::test::sparse(1736,
+                         "0: 010006C4 00000002 00000001 | 28: 00000280 | 52: 00000040 | "
+                         "72: 00000002 | 92: 00000080 | 132: 00000020"),
+       meters}};
+  for (const auto& [bytes, message] : rows) {
+    auto d = decode_datagram(bytes);
+    ASSERT_EQ(d.size(), 1u) << hex_text(bytes);
     ASSERT_TRUE(std::holds_alternative<Message>(d[0])) << std::get<DecodeError>(d[0]).reason;
-    EXPECT_EQ(std::get<Message>(d[0]), message) << hex(*frame);
-    EXPECT_EQ(hex_text(encode(message).value()), hex(*frame));
+    EXPECT_EQ(std::get<Message>(d[0]), message) << hex_text(bytes);
+    EXPECT_EQ(hex_text(encode(message).value()), hex_text(bytes));
   }
 }
 

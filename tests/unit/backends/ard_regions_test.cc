@@ -8,6 +8,7 @@
 #include "backends/ard/ard_regions.h"
 #include "chip/chip_req.h"
 #include "chip_env.h"
+#include "hex.h"
 
 namespace {
 
@@ -107,20 +108,12 @@ TEST_F(ArdDefaults, UpdateTouchesHandleOneOfRegionThirtyOnly) {
   hsl().requests.clear();
   ASSERT_EQ(ard_upd_def_entries(c, 1), 0);
   ASSERT_EQ(hsl().requests.size(), 2u);
-  const auto& l2 = req(0);
-  EXPECT_EQ(l2.command, OF_CMD_L2FLOW_UPD);
-  EXPECT_EQ(l2.bytes.size(), 84u);
-  EXPECT_EQ(l2.word(28), 1u);
-  EXPECT_EQ(l2.byte(32), 30u);
-  EXPECT_EQ(l2.byte(33), 1u);
-  EXPECT_EQ(l2.byte(60), 2u);
-  EXPECT_EQ(l2.word(64), 0x9u);
-  const auto& l3 = req(1);
-  EXPECT_EQ(l3.command, OF_CMD_L3FLOW_UPD);
-  EXPECT_EQ(l3.bytes.size(), 80u);
-  EXPECT_EQ(l3.byte(40), 3u);
-  EXPECT_EQ(l3.word(56), 0x200u);
-  EXPECT_EQ(l3.word(60), 0x80000000u);
+  EXPECT_EQ(req(0).bytes, ofa::test::sparse(84,
+                                            "0: 07270051 | 8: 00000054 00000054 | "
+                                            "28: 00000001 1E01 | 60: 02 | 64: 00000009"));
+  EXPECT_EQ(req(1).bytes, ofa::test::sparse(80,
+                                            "0: 072700B9 | 8: 00000050 00000050 | "
+                                            "28: 00000001 1E01 | 40: 03 | 56: 00000200 80000000"));
   hsl().requests.clear();
   hsl().fail = {0};
   std::string out = printed([&] { EXPECT_EQ(ard_upd_def_entries(c, 0), -106); });

@@ -133,10 +133,8 @@ TEST_F(Rsm, WarmRecoveryZimMakesEveryChip) {
   for (uint32_t c = 0; c < 3; ++c) {
     of_chip_entry* e = ofLookupChip(c);  // slot 2 is the first slot of the chip table
     ASSERT_NE(e, nullptr) << c;
-    EXPECT_EQ(e->local_chip_id, c);
-    EXPECT_EQ(e->ifindex, 0x84000000u | (2u << 22) | (c << 7));
-    EXPECT_EQ(e->chip_type, 3u);
-    EXPECT_EQ(e->is_local, 1u);
+    EXPECT_EQ((std::vector<uint32_t>{e->local_chip_id, e->ifindex, e->chip_type, e->is_local}),
+              (std::vector<uint32_t>{c, 0x84800000u + 0x80 * c, 3, 1}));
   }
 }
 
@@ -158,16 +156,11 @@ TEST_F(Rsm, HardwareResourcesFromTheDefault) {
   ASSERT_EQ(ofa_get_hw_resrc_info(), 0);
   const ofa_hw_resources& hw = openflowAgtPcb.hw;
   EXPECT_EQ(hw.of_flags & OF_PROFILE, OF_PROFILE);
-  EXPECT_EQ(hw.l2tcam_size, 4096u);
-  EXPECT_EQ(hw.iivid_min, 7168u);
-  EXPECT_EQ(hw.dflt_iivid, 7172u);
-  EXPECT_EQ(hw.dflt_mgid, 8004u);
-  EXPECT_EQ(hw.all_ports_iivid, 7173u);
-  EXPECT_EQ(hw.all_ports_mgid, 8005u);
-  EXPECT_EQ(hw.policer_end, 3960u);
-  EXPECT_EQ(hw.nhop_start, 0x10000000u);
-  EXPECT_EQ(openflowAgtPcb.my_slot, 1u);
-  EXPECT_EQ(hw.slot_params.chip_count, 1u);
+  EXPECT_EQ(
+      (std::vector<uint32_t>{hw.l2tcam_size, hw.iivid_min, hw.dflt_iivid, hw.dflt_mgid,
+                             hw.all_ports_iivid, hw.all_ports_mgid, hw.policer_end, hw.nhop_start,
+                             openflowAgtPcb.my_slot, hw.slot_params.chip_count}),
+      (std::vector<uint32_t>{4096, 7168, 7172, 8004, 7173, 8005, 3960, 0x10000000, 1, 1}));
 }
 
 TEST_F(Rsm, OtherHardwareProfileIsDormant) {

@@ -10,6 +10,7 @@
 
 #include "agent/rsm_state.h"
 #include "agent/trace.h"
+#include "hex.h"
 #include "platform/evrec.h"
 #include "platform/run_dir.h"
 #include "processes.h"
@@ -80,8 +81,7 @@ TEST_F(Mxl, RegistrationIsTwelveBytesDoubleEnvelope) {
   ssize_t n =
       recvfrom(mp_, buf, sizeof buf, MSG_DONTWAIT, reinterpret_cast<sockaddr*>(&from), &flen);
   ASSERT_EQ(n, 12);
-  EXPECT_EQ(std::vector<uint8_t>(buf, buf + 12),
-            (std::vector<uint8_t>{0x02, 0xc0, 0x00, 0x08, 0x02, 0xc0, 0x00, 0x04, 0, 0, 0, 1}));
+  EXPECT_EQ(std::vector<uint8_t>(buf, buf + 12), ofa::test::hex("02C00008 02C00004 00000001"));
   EXPECT_EQ(std::string(from.sun_path), agent_path_);
   EXPECT_EQ(of_corvu_state.mi.tx_ok, 1u);
   EXPECT_NE(log().find("Sent msg type MXL_MSGTYPE_OPENFLOW_LP_REGISTER_EVENT(11) of length 8"),

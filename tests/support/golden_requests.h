@@ -32,10 +32,6 @@ struct GoldenRequest {
   int32_t status = 0;  // the simulator's answer
 };
 
-inline void PrintTo(const GoldenRequest& g, std::ostream* os) {
-  *os << g.name;
-}
-
 const std::vector<GoldenRequest>& golden_requests();
 const GoldenRequest& golden_request(const std::string& name);
 

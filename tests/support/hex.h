@@ -34,14 +34,3 @@ inline std::vector<uint8_t> sparse(size_t extent, std::string_view text) {
 }
 
 }  // namespace ofa::test
-#include <cstdio>
-namespace ofa::test {
-inline std::string DUMP(const std::vector<uint8_t>& b) {
-  std::string o; char buf[64]; bool in=false;
-  for (size_t i=0;i<b.size();i+=4){uint32_t w=0; size_t n=std::min<size_t>(4,b.size()-i); for(size_t k=0;k<n;k++) w=(w<<8)|b[i+k];
-    if(w){ if(!in){snprintf(buf,sizeof buf,"%s%zu:",o.empty()?"":" |",i);o+=buf;in=true;}
-      snprintf(buf,sizeof buf," %0*X",(int)(2*n),w);o+=buf;} else in=false;}
-  fprintf(stderr,"SPARSE %zu %s\n",b.size(),o.c_str());
-  return o;
-}
-}

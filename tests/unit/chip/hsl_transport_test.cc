@@ -53,10 +53,6 @@ struct RecvCase {
   uint32_t payload = 0;
 };
 
-void PrintTo(const RecvCase& c, std::ostream* os) {
-  *os << c.name;
-}
-
 std::vector<uint8_t> error_record() {
   auto e = record(36, OF_NLMSG_ERROR, 9);
   ofa::wire::Writer w(e);

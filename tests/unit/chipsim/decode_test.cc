@@ -63,10 +63,6 @@ struct DecodeCase {
   uint32_t target = kChip;
 };
 
-std::ostream& operator<<(std::ostream& os, const DecodeCase& c) {
-  return os << c.name;
-}
-
 Req port_wide(uint32_t len) {
   Req r(0x04272003, len);
   r.u32(28, kPort).u32(36, (1u << 26) | (1u << 22)).u32(40, (1u << 29) | (1u << 22)).u32(48, 4004);
@@ -285,10 +281,6 @@ struct FixedLength {
   uint32_t len;
   Family family;
 };
-void PrintTo(const FixedLength& c, std::ostream* os) {
-  *os << std::hex << c.command << std::dec << " len " << c.len << " family "
-      << static_cast<int>(c.family);
-}
 
 class Lengths : public ::testing::TestWithParam<FixedLength> {};
 

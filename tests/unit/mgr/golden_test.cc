@@ -220,7 +220,6 @@ TEST(Golden, PackPutsMessagesBackToBack) {
 struct Case {
   const char* line;
   const char* fields;  // "name=value ..." as the decoded field rows show them
-  friend void PrintTo(const Case& c, std::ostream* os) { *os << c.line; }
 };
 class RoundTrip : public ::testing::TestWithParam<Case> {};
 

@@ -1,18 +1,11 @@
 // The server on real sockets in a temporary run directory: ioctls over the command socket, the
 // start-up events on the agent's event socket, and the control socket.
-#include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
 #include <thread>
 
 #include "chipsim_test_util.h"
 #include "model/status.h"
 #include "platform/run_dir.h"
+#include "processes.h"
 #include "server/server.h"
 
 namespace ofa::chipsim::test {
@@ -21,31 +14,18 @@ namespace {
 constexpr uint32_t kSlot = 3;
 constexpr uint32_t kSlotChip = platform::chip_ifindex(kSlot, 0);
 
-int unix_socket(int type, const std::string& path, bool bind_it) {
+int connect_to(int type, const std::string& path) {
   int fd = ::socket(AF_UNIX, type, 0);
-  sockaddr_un a{};
-  a.sun_family = AF_UNIX;
-  std::snprintf(a.sun_path, sizeof a.sun_path, "%s", path.c_str());
-  int rc = bind_it ? ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a)
-                   : ::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-  if (rc < 0) {
-    ::close(fd);
-    return -1;
-  }
-  return fd;
+  sockaddr_un a = ofa::test::unix_addr(path);
+  if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0) return fd;
+  ::close(fd);
+  return -1;
 }
 
-bool readable(int fd, int ms) {
-  pollfd p{fd, POLLIN, 0};
-  return ::poll(&p, 1, ms) == 1;
-}
-
-class ServerTest : public ::testing::Test {
+class ServerTest : public ofa::test::RunDir {
  protected:
   void SetUp() override {
-    char tmpl[] = "/tmp/chipsim-test-XXXXXX";
-    ASSERT_NE(::mkdtemp(tmpl), nullptr);
-    dir_ = tmpl;
+    RunDir::SetUp();
     ::setenv("OFA_RUN_DIR", dir_.c_str(), 1);
     ModelConfig cfg = config(Family::ard);
     cfg.chips = {{kSlot, 0, 1}};
@@ -56,7 +36,7 @@ class ServerTest : public ::testing::Test {
     auto err = server_->open();
     ASSERT_FALSE(err) << *err;
     // The agent's end of the events, bound before the agent connects.
-    events_ = unix_socket(SOCK_DGRAM, platform::hsl_event_path(kSlot), true);
+    events_ = ofa::test::bind_dgram(platform::hsl_event_path(kSlot));
     ASSERT_GE(events_, 0);
     thread_ = std::thread([this] { server_->run(stop_); });
   }
@@ -65,10 +45,9 @@ class ServerTest : public ::testing::Test {
     if (thread_.joinable()) thread_.join();
     if (events_ >= 0) ::close(events_);
     server_.reset();
-    std::filesystem::remove_all(dir_);
+    RunDir::TearDown();
   }
 
-  std::string dir_;
   std::unique_ptr<Model> model_;
   std::unique_ptr<Control> control_;
   std::unique_ptr<Server> server_;
@@ -78,44 +57,43 @@ class ServerTest : public ::testing::Test {
 };
 
 TEST_F(ServerTest, IoctlsEventsAndControl) {
-  int cmd = unix_socket(SOCK_SEQPACKET, platform::hsl_cmd_path(kSlot), false);
+  int cmd = connect_to(SOCK_SEQPACKET, platform::hsl_cmd_path(kSlot));
   ASSERT_GE(cmd, 0);
   // One ioctl: the answer comes back in place, status at 72.
   auto msg = message(kSlotChip, region_add(10, 10, 24, 2, 4).b);
   ASSERT_EQ(::send(cmd, msg.data(), msg.size(), 0), static_cast<ssize_t>(msg.size()));
-  std::vector<uint8_t> reply(kMaxMessage);
-  ASSERT_TRUE(readable(cmd, 5000));
-  ssize_t n = ::recv(cmd, reply.data(), reply.size(), 0);
-  ASSERT_EQ(n, static_cast<ssize_t>(msg.size()));
-  EXPECT_EQ(wire::Reader(reply).u32_at(72), 0u);
-  EXPECT_TRUE(std::equal(msg.begin(), msg.begin() + 72, reply.begin()));
+  auto reply = ofa::test::recv_within(cmd, 5000);
+  ASSERT_TRUE(reply.has_value());
+  ASSERT_EQ(reply->size(), msg.size());
+  EXPECT_EQ(wire::Reader(*reply).u32_at(72), 0u);
+  EXPECT_TRUE(std::equal(msg.begin(), msg.begin() + 72, reply->begin()));
   // A message longer than the 4096-byte buffer is refused, and the simulator goes on.
   std::vector<uint8_t> big(5000, 0);
   ASSERT_GT(::send(cmd, big.data(), big.size(), 0), 0);
-  ASSERT_TRUE(readable(cmd, 5000));
-  n = ::recv(cmd, reply.data(), reply.size(), 0);
-  ASSERT_EQ(n, 4096);
-  EXPECT_EQ(static_cast<int32_t>(wire::Reader(reply).u32_at(72)), status::kProtocol);
+  reply = ofa::test::recv_within(cmd, 5000);
+  ASSERT_TRUE(reply.has_value());
+  ASSERT_EQ(reply->size(), 4096u);
+  EXPECT_EQ(static_cast<int32_t>(wire::Reader(*reply).u32_at(72)), status::kProtocol);
 
   // The start-up events follow the connection: slot-up, then chip-up.
   std::vector<uint32_t> got;
-  for (int i = 0; i < 2 && readable(events_, 5000); ++i) {
-    std::vector<uint8_t> d(4096);
-    ssize_t k = ::recv(events_, d.data(), d.size(), 0);
-    ASSERT_EQ(k, 552);
-    got.push_back(wire::Reader(d).u32_at(48));
-    EXPECT_EQ(wire::Reader(d).u32_at(52), kSlot);
+  for (int i = 0; i < 2; ++i) {
+    auto d = ofa::test::recv_within(events_, 5000);
+    ASSERT_TRUE(d.has_value() && d->size() == 552u);
+    got.push_back(wire::Reader(*d).u32_at(48));
+    EXPECT_EQ(wire::Reader(*d).u32_at(52), kSlot);
   }
   EXPECT_EQ(got, (std::vector<uint32_t>{5, 3}));
 
   // Two control lines in one write get two answers.
-  int ctl = unix_socket(SOCK_STREAM, platform::hsl_ctl_path(kSlot), false);
+  int ctl = connect_to(SOCK_STREAM, platform::hsl_ctl_path(kSlot));
   ASSERT_GE(ctl, 0);
   std::string lines = "stats\nevent chip-down\n";
   ASSERT_EQ(::send(ctl, lines.data(), lines.size(), 0), static_cast<ssize_t>(lines.size()));
   std::string answers;
   char buf[8192];
-  while (std::count(answers.begin(), answers.end(), '\n') < 2 && readable(ctl, 5000)) {
+  pollfd p{ctl, POLLIN, 0};
+  while (std::count(answers.begin(), answers.end(), '\n') < 2 && ::poll(&p, 1, 5000) == 1) {
     ssize_t k = ::recv(ctl, buf, sizeof buf, 0);
     if (k <= 0) break;
     answers.append(buf, static_cast<size_t>(k));

@@ -175,13 +175,11 @@ TEST_F(Rsm, OtherHardwareProfileIsDormant) {
 }
 
 TEST(Family, IndexFromModel) {
-  EXPECT_EQ(of_family_index(131), OF_FAMILY_ARD);
-  EXPECT_EQ(of_family_index(155), OF_FAMILY_ARD);
-  EXPECT_EQ(of_family_index(164), OF_FAMILY_ARD2);
-  EXPECT_EQ(of_family_index(1004), OF_FAMILY_ZIM);
-  EXPECT_EQ(of_family_index(1011), OF_FAMILY_ZIM);
-  EXPECT_EQ(of_family_index(1012), OF_FAMILY_NONE);
-  EXPECT_EQ(of_family_index(0), OF_FAMILY_NONE);
+  std::vector<uint32_t> got;
+  for (uint32_t model : {131, 155, 164, 1004, 1011, 1012, 0})
+    got.push_back(of_family_index(model));
+  EXPECT_EQ(got, (std::vector<uint32_t>{OF_FAMILY_ARD, OF_FAMILY_ARD, OF_FAMILY_ARD2, OF_FAMILY_ZIM,
+                                        OF_FAMILY_ZIM, OF_FAMILY_NONE, OF_FAMILY_NONE}));
   EXPECT_EQ(of_l2psel_reg_dflt_max[OF_FAMILY_ARD2], 145u);
   EXPECT_EQ(of_dflt_ivid_offset[OF_FAMILY_NONE], 0u);
 }

@@ -59,13 +59,11 @@ TEST_F(Trace, WordsLevelAndIdStored) {
   ofa_trace(OFACORE, 5, 3, 13009, "tcam_pid:%d route_pid:%d %s", 7, 3, s);
   auto recs = trace_module_records(ofa_trace_handle(OFACORE));
   ASSERT_EQ(recs.size(), 1u);
-  EXPECT_EQ(recs[0].module, 335u);
-  EXPECT_EQ(recs[0].id, 13009u);
-  EXPECT_EQ(recs[0].level, 5u);
-  EXPECT_EQ(recs[0].words[0], 7u);
-  EXPECT_EQ(recs[0].words[1], 3u);
-  EXPECT_EQ(recs[0].words[2], static_cast<uint32_t>(reinterpret_cast<uintptr_t>(s)));
-  EXPECT_EQ(recs[0].words[3], 0u);
+  const auto& r = recs[0];
+  EXPECT_EQ((std::vector<uint32_t>{r.module, r.id, r.level, r.words[0], r.words[1], r.words[2],
+                                   r.words[3]}),
+            (std::vector<uint32_t>{335, 13009, 5, 7, 3,
+                                   static_cast<uint32_t>(reinterpret_cast<uintptr_t>(s)), 0}));
   EXPECT_EQ(log_body().substr(24), ": 13009: tcam_pid:7 route_pid:3 text\n");
 }
 

@@ -442,8 +442,4 @@ const GoldenRequest& golden_request(const std::string& name) {
   throw std::out_of_range(name);
 }
 
-std::vector<uint8_t> golden_bytes(const GoldenRequest& g) {
-  return sparse(g.extent, g.bytes);
-}
-
 }  // namespace ofa::test

@@ -35,7 +35,4 @@ struct GoldenRequest {
 const std::vector<GoldenRequest>& golden_requests();
 const GoldenRequest& golden_request(const std::string& name);
 
-// The bytes the golden fields describe, `extent` long.
-std::vector<uint8_t> golden_bytes(const GoldenRequest& g);
-
 }  // namespace ofa::test

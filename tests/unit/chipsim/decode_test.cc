@@ -24,7 +24,7 @@ Family family_of(of_req_family f) {
 }
 
 Answer send_golden(Model& m, const ofa::test::GoldenRequest& g) {
-  return call(m, ofa::test::golden_bytes(g));
+  return call(m, ofa::test::sparse(g.extent, g.bytes));
 }
 
 std::vector<ofa::test::GoldenRequest> decoded_goldens() {

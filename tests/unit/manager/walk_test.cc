@@ -89,11 +89,10 @@ TEST_F(Walk, TwoMessagesHandledInOrder) {
   EXPECT_EQ(g_calls[1].len, 2u);
   EXPECT_EQ(trace_ids(), (std::vector<uint32_t>{10001, 10001}));
   auto recs = trace_module_records(ofa_trace_handle(OFAMSG));
-  EXPECT_EQ(recs[0].words[1], 7u);   // type
-  EXPECT_EQ(recs[0].words[2], 7u);   // message size: length + 4
-  EXPECT_EQ(recs[0].words[3], 13u);  // bytes left
-  EXPECT_EQ(recs[0].words[4], 3u);   // slot
-  EXPECT_EQ(recs[1].words[3], 6u);
+  // Type, message size (length + 4), bytes left, slot; the second message's bytes left.
+  EXPECT_EQ((std::vector<uint32_t>{recs[0].words[1], recs[0].words[2], recs[0].words[3],
+                                   recs[0].words[4], recs[1].words[3]}),
+            (std::vector<uint32_t>{7, 7, 13, 3, 6}));
 }
 
 TEST_F(Walk, BadTypeAfterGoodMessage) {

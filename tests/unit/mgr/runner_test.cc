@@ -3,29 +3,25 @@
 // expectation says what was expected and what came; the load run's counts, latencies, window,
 // priority orders and percentiles.
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <set>
 #include <thread>
 
 #include "bench.h"
 #include "endpoint.h"
+#include "processes.h"
 #include "runner.h"
 
 namespace ofa::mgr {
 namespace {
 
-class Runner : public ::testing::Test {
+class Runner : public ofa::test::RunDir {
  protected:
   void SetUp() override {
-    char tmpl[] = "/tmp/ofa-mgr-test-XXXXXX";
-    dir_ = mkdtemp(tmpl);
+    RunDir::SetUp();
     setenv("OFA_RUN_DIR", dir_.c_str(), 1);
     auto ep = MpEndpoint::bind(mp_path());
     ASSERT_TRUE(ep.ok()) << ep.error();
@@ -39,7 +35,7 @@ class Runner : public ::testing::Test {
     mp_.reset();
     agent_.reset();
     std::fclose(out_);
-    std::filesystem::remove_all(dir_);
+    RunDir::TearDown();
   }
 
   void agent_sends(const Message& m) {
@@ -63,7 +59,6 @@ class Runner : public ::testing::Test {
     return s;
   }
 
-  std::string dir_;
   std::unique_ptr<MpEndpoint> mp_, agent_;
   FILE* out_ = nullptr;
 };
@@ -171,11 +166,8 @@ TEST_F(Runner, TheEndPointIsNotShared) {
 TEST_F(Runner, AStaleSocketFileIsReplaced) {
   std::string path = mp_path();
   mp_.reset();
-  int fd = ::socket(AF_UNIX, SOCK_DGRAM, 0);  // leaves a file nobody serves
-  sockaddr_un a{};
-  a.sun_family = AF_UNIX;
-  std::snprintf(a.sun_path, sizeof a.sun_path, "%s", path.c_str());
-  ASSERT_EQ(::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a), 0);
+  int fd = ofa::test::bind_dgram(path);  // closed, it leaves a file nobody serves
+  ASSERT_GE(fd, 0);
   ::close(fd);
   auto again = MpEndpoint::bind(path);
   EXPECT_TRUE(again.ok()) << again.error();

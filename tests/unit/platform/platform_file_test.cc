@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "hex.h"
+
 namespace {
 
 using namespace ofa::platform;
@@ -65,19 +67,11 @@ chip.0.type = 1
 
 TEST(PlatformFile, ResourceRecordWordsAtTheirOffsets) {
   Platform p = parse_ok(default_platform_text());
-  auto rec = resource_record(p);
-  ASSERT_EQ(rec.size(), 128u);
-  auto word = [&](size_t off) {
-    return uint32_t(rec[off]) << 24 | uint32_t(rec[off + 1]) << 16 | uint32_t(rec[off + 2]) << 8 |
-           rec[off + 3];
-  };
-  EXPECT_EQ(word(96), p.resources.mgid_start);
-  EXPECT_EQ(word(100), p.resources.mgid_end);
-  EXPECT_EQ(word(104), p.resources.iivid_min);
-  EXPECT_EQ(word(108), p.resources.iivid_max);
-  EXPECT_EQ(word(112), p.resources.policer_start);
-  EXPECT_EQ(word(116), p.resources.policer_end);
-  EXPECT_EQ(word(0), 0u);
+  // Two limits at 52, then the MGID, IIVID and policer ranges from 96.
+  EXPECT_EQ(resource_record(p),
+            ofa::test::sparse(128,
+                              "52: 00001000 00001000 | "
+                              "96: 00001F40 0000233A 00001C00 00001FFA 00000001 00000F78"));
 }
 
 struct BadCase {

@@ -314,18 +314,15 @@ INSTANTIATE_TEST_SUITE_P(
 // The header's own length rules, whatever the command.
 TEST(Header, LengthRules) {
   Model m(config(Family::ard));
-  Req odd = region_add(10, 10, 24, 2, 4);
-  odd.u32(12, 50);  // reply length not a multiple of 4
-  EXPECT_EQ(status_of(m, odd), status::kInvalid);
-  Req huge = region_add(10, 10, 24, 2, 4);
-  huge.u32(12, 0x100004);
-  EXPECT_EQ(status_of(m, huge), status::kInvalid);
-  Req tiny(0x07270220, 24);
-  EXPECT_EQ(status_of(m, tiny), status::kInvalid);
-  // The request length says more than came.
-  Req lying = region_add(10, 10, 24, 2, 4);
-  lying.u32(8, 96);
-  EXPECT_EQ(status_of(m, lying), status::kInvalid);
+  // A reply length not a multiple of 4, a reply length past the limit, a request length that says
+  // more than came.
+  const std::pair<size_t, uint32_t> words[] = {{12, 50}, {12, 0x100004}, {8, 96}};
+  for (auto [off, value] : words) {
+    Req r = region_add(10, 10, 24, 2, 4);
+    r.u32(off, value);
+    EXPECT_EQ(status_of(m, r), status::kInvalid) << off << ": " << value;
+  }
+  EXPECT_EQ(status_of(m, Req(0x07270220, 24)), status::kInvalid);  // shorter than the header
   EXPECT_TRUE(m.chips().at(kChip).regions.empty());
 }
 

@@ -31,6 +31,9 @@ struct GoldenRequest {
   std::string decoded;
   int32_t status = 0;  // the simulator's answer
 };
+inline void PrintTo(const GoldenRequest& g, std::ostream* os) {
+  *os << g.name;
+}
 
 const std::vector<GoldenRequest>& golden_requests();
 const GoldenRequest& golden_request(const std::string& name);

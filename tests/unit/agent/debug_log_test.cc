@@ -96,6 +96,9 @@ struct ForeignCase {
   const char* name;
   std::string text;
 };
+void PrintTo(const ForeignCase& c, std::ostream* os) {
+  *os << c.name;
+}
 
 class DebugLogForeign : public DebugLog, public ::testing::WithParamInterface<ForeignCase> {};
 

@@ -53,6 +53,9 @@ struct RecvCase {
   std::string words;  // printed
   uint32_t payload = 0;
 };
+void PrintTo(const RecvCase& c, std::ostream* os) {
+  *os << c.name;
+}
 
 std::vector<uint8_t> error_record() {
   auto e = record(36, OF_NLMSG_ERROR, 9);

@@ -62,6 +62,9 @@ struct DecodeCase {
   std::function<void(const ChipState&)> check = nullptr;
   uint32_t target = kChip;
 };
+void PrintTo(const DecodeCase& c, std::ostream* os) {
+  *os << c.name;
+}
 
 Req port_wide(uint32_t len) {
   Req r(0x04272003, len);
@@ -281,6 +284,9 @@ struct FixedLength {
   uint32_t len;
   Family family;
 };
+void PrintTo(const FixedLength& c, std::ostream* os) {
+  *os << "command " << c.command << " length " << c.len;
+}
 
 class Lengths : public ::testing::TestWithParam<FixedLength> {};
 

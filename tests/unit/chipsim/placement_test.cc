@@ -40,6 +40,9 @@ struct Violation {
   int32_t status;
   uint64_t Stats::*counter;
 };
+void PrintTo(const Violation& c, std::ostream* os) {
+  *os << c.name;
+}
 
 class Violations : public Placement, public ::testing::WithParamInterface<Violation> {};
 

@@ -19,6 +19,9 @@ struct BadLine {
   const char* line;
   const char* reason;  // a part of the reason
 };
+void PrintTo(const BadLine& c, std::ostream* os) {
+  *os << c.line;
+}
 
 class SyntaxErrors : public ::testing::TestWithParam<BadLine> {};
 
@@ -140,6 +143,9 @@ struct BadDatagram {
   std::vector<uint8_t> bytes;
   const char* reason;
 };
+void PrintTo(const BadDatagram& c, std::ostream* os) {
+  *os << c.name;
+}
 
 // `size` bytes that open with the header word `header` (type in bits 31-22, length in 15-0).
 std::vector<uint8_t> with_header(size_t size, std::string header) {

@@ -221,6 +221,9 @@ struct Case {
   const char* line;
   const char* fields;  // "name=value ..." as the decoded field rows show them
 };
+void PrintTo(const Case& c, std::ostream* os) {
+  *os << c.line;
+}
 class RoundTrip : public ::testing::TestWithParam<Case> {};
 
 TEST_P(RoundTrip, DecodedFieldsMatch) {

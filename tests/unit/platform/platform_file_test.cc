@@ -79,6 +79,9 @@ struct BadCase {
   const char* text;
   const char* error;
 };
+void PrintTo(const BadCase& c, std::ostream* os) {
+  *os << c.name;
+}
 
 // Slots 0 to 2 with 32 chips each, then the 97th chip, on line 103.
 const std::string kNinetySevenChips = [] {

@@ -247,18 +247,6 @@ void Model::clear_faults(std::optional<uint32_t> command) {
   std::erase_if(faults_, [&](const Fault& f) { return !command || f.command == *command; });
 }
 
-int32_t Model::request(uint32_t target, std::span<uint8_t> req, size_t received) {
-  ChipState* c = chip(target);
-  if (!c) {
-    ++stats_.requests;
-    ++stats_.errors;
-    error_line("no chip with interface index " + hex(target));
-    wire::Writer(req).u32_at(24, static_cast<uint32_t>(status::kNoDevice));
-    return status::kNoDevice;
-  }
-  return run_request(*this, *c, req, received, nullptr, true, 0);
-}
-
 size_t Model::ioctl(std::span<uint8_t> msg, size_t received) {
   ++stats_.messages;
   received = std::min(received, msg.size());

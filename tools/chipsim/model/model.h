@@ -86,11 +86,6 @@ class Model {
   // of `msg` to send back.
   size_t ioctl(std::span<uint8_t> msg, size_t received);
 
-  // One request addressed to the chip `target`: `req` starts at the command word and has the
-  // room the reply may use; `received` bytes of it came in. Answers the status (also written in
-  // the request's status word).
-  int32_t request(uint32_t target, std::span<uint8_t> req, size_t received);
-
   // One JSON line per ioctl (the decoded request and the status answered).
   void set_request_log(std::function<void(const std::string&)> sink) { log_ = std::move(sink); }
   // One text line per refused request.

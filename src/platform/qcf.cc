@@ -194,25 +194,37 @@ void answer(std::array<Conn, QCF_MAX_CLIENTS>& conns, uint32_t k) {
   write_conn(c, k);
 }
 
-void accept_client(std::array<Conn, QCF_MAX_CLIENTS>& conns) {
+// False when the listening socket must rest before the next accept: out of descriptors or
+// memory, a pending connection would wake the poll at once and the thread would spin.
+bool accept_client(std::array<Conn, QCF_MAX_CLIENTS>& conns) {
   int fd = ::accept4(g_listen, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-  if (fd < 0) return;
+  if (fd < 0) {
+    if (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR || errno == ECONNABORTED)
+      return true;
+    fault(std::string("debug client not accepted: ") + std::strerror(errno));
+    return false;
+  }
   for (Conn& c : conns) {
     if (c.fd < 0 && !c.busy) {
       c.fd = fd;
-      return;
+      return true;
     }
   }
   ::close(fd);
   fault("debug client refused: " + std::to_string(QCF_MAX_CLIENTS) + " clients already");
+  return true;
 }
+
+// How long the listening socket rests after a failed accept.
+constexpr int kAcceptRestMs = 100;
 
 void serve() {
   std::array<Conn, QCF_MAX_CLIENTS> conns;
   std::vector<pollfd> p;
   std::vector<size_t> owner;
+  bool rest = false;
   for (;;) {
-    p.assign({{g_listen, POLLIN, 0}, {g_chan[1], POLLIN, 0}});
+    p.assign({{g_listen, static_cast<short>(rest ? 0 : POLLIN), 0}, {g_chan[1], POLLIN, 0}});
     owner.clear();
     for (size_t k = 0; k < conns.size(); ++k) {
       const Conn& c = conns[k];
@@ -220,7 +232,7 @@ void serve() {
       p.push_back({c.fd, static_cast<short>(c.out.empty() ? POLLIN : POLLOUT), 0});
       owner.push_back(k);
     }
-    if (::poll(p.data(), p.size(), -1) < 0) {
+    if (::poll(p.data(), p.size(), rest ? kAcceptRestMs : -1) < 0) {
       if (errno == EINTR) continue;
       break;
     }
@@ -241,7 +253,7 @@ void serve() {
       if (!stop) answer(conns, token);
     }
     if (stop) break;
-    if (p[0].revents) accept_client(conns);
+    rest = (p[0].revents & POLLIN) && !accept_client(conns);
   }
   for (Conn& c : conns)
     close_conn(c);

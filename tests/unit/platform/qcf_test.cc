@@ -1,15 +1,18 @@
 // The debug client socket: frames that are answered and frames that close their connection (with a
-// fault told to the main thread) while the other connections go on; the client limit.
+// fault told to the main thread) while the other connections go on; the client limit; a process
+// out of descriptors.
 #include "platform/qcf.h"
 
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <mutex>
@@ -180,6 +183,36 @@ TEST_F(Qcf, SeventeenthClientRefused) {
   EXPECT_TRUE(fault_seen("refused: 16 clients already"));
   send_all(clients.front(), request("still"));
   EXPECT_EQ(reply(clients.front()), "echo:still");
+}
+
+// With no descriptor left the pending connection cannot be accepted: the thread says so and rests
+// instead of spinning on it, and takes the connection once descriptors are free again.
+TEST_F(Qcf, OutOfDescriptorsTheClientWaitsItsTurn) {
+  const char* preload = std::getenv("LD_PRELOAD");
+  if (preload && std::strstr(preload, "vgpreload"))
+    GTEST_SKIP()
+        << "valgrind keeps its own descriptor limit and closes what the kernel accepts past it";
+  int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  open_.push_back(fd);
+  rlimit saved{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &saved), 0);
+  rlimit low = saved;
+  low.rlim_cur = static_cast<rlim_t>(fd) + 8;
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &low), 0);
+  std::vector<int> filler;
+  for (int d; (d = ::dup(fd)) >= 0;)
+    filler.push_back(d);
+  sockaddr_un sun{};
+  sun.sun_family = AF_UNIX;
+  std::string path = ofa::platform::qcf_path("ofagt_p1");
+  std::memcpy(sun.sun_path, path.c_str(), path.size() + 1);
+  ASSERT_EQ(::connect(fd, reinterpret_cast<sockaddr*>(&sun), sizeof sun), 0);
+  EXPECT_TRUE(fault_seen("debug client not accepted: Too many open files"));
+  for (int d : filler)
+    ::close(d);
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &saved), 0);
+  send_all(fd, request("later"));
+  EXPECT_EQ(reply(fd), "echo:later");
 }
 
 }  // namespace

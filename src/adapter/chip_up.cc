@@ -7,36 +7,8 @@
 #include "agent/status.h"
 #include "agent/trace.h"
 #include "agent/trace_ids.h"
+#include "chip/chip_flow_tree.h"
 #include "chip/chip_table.h"
-#include "foundation/avl_tree.h"
-
-int of_chip_cmp_flows(const void* a, const void* b) {
-  auto* x = static_cast<const of_chip_flow_node*>(a);
-  auto* y = static_cast<const of_chip_flow_node*>(b);
-  if (x->priority != y->priority) return x->priority > y->priority ? -1 : 1;
-  if (x->flow_id != y->flow_id) return x->flow_id > y->flow_id ? -1 : 1;
-  return 0;
-}
-
-int of_chip_init_flow_table(of_chip_entry* chip) {
-  file_printf("init Flow Table");
-  if (!chip->l2_flow_tree) {
-    int rc = avl_create(&chip->l2_flow_tree, 0, of_chip_cmp_flows);
-    if (rc != 0) {
-      file_printf("Failed to initialize l2flow chip table, error = %d", rc);
-      return OFA_E_NO_MEMORY;
-    }
-  }
-  if (!chip->l3_flow_tree) {
-    int rc = avl_create(&chip->l3_flow_tree, 0, of_chip_cmp_flows);
-    if (rc != 0) {
-      // The L3 tree's failure is reported with the L2 words.
-      file_printf("Failed to initialize l2flow chip table, error = %d", rc);
-      return OFA_E_NO_MEMORY;
-    }
-  }
-  return 0;
-}
 
 int ofa_region_add(of_chip_entry* chip) {
   of_chip_fn fn = of_chip_op(of_chip_reg_add_ioctl_fn);

@@ -9,6 +9,7 @@
 #include "agent/reset.h"
 #include "agent/status.h"
 #include "agent/trace.h"
+#include "chip/chip_flow_tree.h"
 #include "chip/chip_req.h"
 #include "chip/hsl_transport.h"
 #include "foundation/avl_tree.h"
@@ -370,8 +371,7 @@ void ofResetChipTables() {
   if (ofChipTable) {
     avl_tree_free(&ofChipTable, [](void* item) {
       auto* c = static_cast<of_chip_entry*>(item);
-      if (c->l2_flow_tree) avl_tree_free(&c->l2_flow_tree, nullptr);
-      if (c->l3_flow_tree) avl_tree_free(&c->l3_flow_tree, nullptr);
+      of_chip_free_flow_table(c);
       delete c;
     });
   }

@@ -2,6 +2,7 @@
 #include <ctime>
 
 #include "agent/thread.h"
+#include "agent/timebase.h"
 
 namespace {
 constexpr long kUsecPerSec = 1000000;
@@ -73,4 +74,19 @@ timeval timeutil_uptime() {
   timespec ts{};
   clock_gettime(CLOCK_MONOTONIC, &ts);
   return {ts.tv_sec, ts.tv_nsec / 1000};
+}
+
+// ---- time base -----------------------------------------------------------------------------------
+
+uint64_t g_timebase_freq = 1000000000ull;
+
+uint64_t ofa_read_timebase() {
+  timespec ts{};
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<uint64_t>(ts.tv_sec) * 1000000000ull + static_cast<uint64_t>(ts.tv_nsec);
+}
+
+uint64_t ofa_timebase_ms() {
+  uint64_t per_ms = g_timebase_freq / 1000;
+  return per_ms ? ofa_read_timebase() / per_ms : 0;
 }

@@ -21,6 +21,7 @@ inline constexpr uint32_t OFA_DEBUG_FILE = 0x80000;
 inline constexpr uint32_t OFA_DEBUG_CONSOLE = 0x40000;
 inline constexpr uint32_t OFA_DEBUG_CHANNEL = 0x20000;
 inline constexpr uint32_t OFA_DEBUG_START = 0xc0080000;
+inline constexpr uint32_t OFA_DEBUG_ON = 0x80000000;  // bit 31: the debug prints of every topic
 
 inline constexpr size_t OFA_TRACE_TEXT_MAX = 200;
 inline constexpr size_t OFA_TRACE_LINE_MAX = 240;
@@ -36,6 +37,12 @@ int file_printf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // file_printf without the debug channel.
 int debug_uprintf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 int file_vprintf(const char* format, va_list ap);
+// file_printf while debug prints are on (bit 31 of debugOpenflow); the arguments are not evaluated
+// otherwise.
+#define ofa_debug_printf(...)                                \
+  do {                                                       \
+    if (debugOpenflow & OFA_DEBUG_ON) file_printf(__VA_ARGS__); \
+  } while (0)
 
 // Trace rings and the debug log; 0 or -1.
 int openflowAgt_trace_init();

@@ -39,8 +39,8 @@ int debug_uprintf(const char* format, ...) __attribute__((format(printf, 1, 2)))
 int file_vprintf(const char* format, va_list ap);
 // file_printf while debug prints are on (bit 31 of debugOpenflow); the arguments are not evaluated
 // otherwise.
-#define ofa_debug_printf(...)                                \
-  do {                                                       \
+#define ofa_debug_printf(...)                                   \
+  do {                                                          \
     if (debugOpenflow & OFA_DEBUG_ON) file_printf(__VA_ARGS__); \
   } while (0)
 

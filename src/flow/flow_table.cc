@@ -86,7 +86,8 @@ uint32_t openflow_walk_flows(of_flow_walk_fn fn, void* arg) {
   return hashFastGenericTraverseUnsorted(of_flow_id_table, walk_one, 0, 0xffffffffu, &ctx);
 }
 
-// ---- flow table ----------------------------------------------------------------------------------
+// ---- flow table
+// ----------------------------------------------------------------------------------
 
 int of_cmp_flows(const void* key, const void* node) {
   auto* k = static_cast<const of_flow_node*>(key);

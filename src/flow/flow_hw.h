@@ -1,0 +1,29 @@
+// The per-port steps shared by add, modify and delete: which kind a port makes of a flow, and the
+// port-specific add and modify with their local and remote forms.
+#pragma once
+
+#include <cstdint>
+
+struct fd_entry;
+struct port_hw_data;
+struct of_if_entry;
+
+// A fresh hardware record for the flow: port id, flow id, priority, chips 0 to 2 empty.
+port_hw_data* of_new_port_hw_data(const fd_entry* flow, uint16_t port_id);
+
+int openflow_generic_mode_port_specific_hw_add(uint16_t port_id, fd_entry* flow, port_hw_data* hw,
+                                               uint8_t* change);
+int openflow_generic_mode_remote_port_specific_hw_add(uint16_t port_id, fd_entry* flow,
+                                                      port_hw_data* hw, uint8_t* change);
+int openflow_generic_mode_port_specific_hw_mod(uint16_t port_id, fd_entry* flow, port_hw_data* hw,
+                                               uint8_t* change);
+int openflow_generic_mode_remote_port_specific_hw_mod(uint16_t port_id, fd_entry* flow,
+                                                      port_hw_data* hw, uint8_t* change);
+
+// The generic flow's port walk: whether a local OpenFlow port fits the flow's rule_kind (1), does
+// not (0; the "not a valid" line is logged), or is no OpenFlow port of this LP (-1).
+int of_generic_port_fits(const of_if_entry* port, const fd_entry* flow);
+// Skipped, or counts as a noted OpenFlow port of this LP.
+bool of_port_is_local_openflow(const of_if_entry* port);
+// The reply and flag of a flow on a port of another LP (mvid none: pseudo success).
+void of_flow_remote_reply(fd_entry* flow);

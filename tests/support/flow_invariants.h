@@ -1,0 +1,13 @@
+// Whether the flow engine's tables agree with each other: one line per disagreement, none when
+// they do. What the engine lets drift on purpose (a chain's count lowered by a flow that leaves a
+// chain it never joined; the chip-tree nodes of entries a chip refused to delete) is not checked.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace ofa::test {
+
+std::vector<std::string> flow_invariants();
+
+}  // namespace ofa::test

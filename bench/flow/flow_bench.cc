@@ -1,0 +1,216 @@
+// Flow adds in process: the flow engine, the `ard` handlers and the transport, with the chip
+// model of ofa-chipsim behind the ioctl as a kernel call would be. For each size and priority
+// order it prints the cost of an add (and the model's share of it), the latency percentiles, the
+// agent's memory per flow and the time of DELETE_FLOWS. Flows beyond the 49999 the chip holds go
+// to a port of another slot (database only). Run with the debug log off unless --log-at names a
+// size to repeat with the log on.
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cinttypes>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "adapter/chip_up.h"
+#include "adapter/tcam_id_pool.h"
+#include "agent/agent_globals.h"
+#include "agent/debug_log.h"
+#include "agent/flow_record.h"
+#include "agent/reset.h"
+#include "agent/trace.h"
+#include "chip/chip_table.h"
+#include "chip/hsl_transport.h"
+#include "chip/if_table.h"
+#include "codec.h"
+#include "control/platform_config.h"
+#include "flow/flow_engine.h"
+#include "messages.h"
+#include "model/model.h"
+#include "platform/ifindex.h"
+#include "platform/platform_file.h"
+#include "platform/system.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* kPlatform =
+    "[switch]\nmodel = 131\nhw_profile = 7\nl2_tcam_size = 50023\nl3_tcam_size = 50023\n"
+    "my_slot = 1\n[ports]\ncount = 48\n[slot 1]\nchip.0.type = 1\nchip.0.ports = 1-24\n"
+    "chip.1.type = 1\nchip.1.ports = 25-48\n[slot 2]\nchip.0.type = 1\nchip.0.ports = 1-48\n";
+constexpr uint32_t kOnChip = 49999;
+constexpr uint16_t kLocalPort = 3;
+constexpr uint16_t kRemotePort = 100;
+
+ofa::chipsim::Model* g_model = nullptr;
+Clock::duration g_model_time{};
+
+int model_ioctl(int, uint8_t* buf, uint32_t len, uint32_t cap) {
+  auto t0 = Clock::now();
+  size_t n = g_model->ioctl(std::span<uint8_t>(buf, cap), len);
+  g_model_time += Clock::now() - t0;
+  return n > 0 ? 0 : -1;
+}
+
+long rss_kb() {
+  long pages = 0, resident = 0;
+  FILE* f = std::fopen("/proc/self/statm", "r");
+  if (!f) return 0;
+  if (std::fscanf(f, "%ld %ld", &pages, &resident) != 2) resident = 0;
+  std::fclose(f);
+  return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+void port(uint16_t id, uint32_t slot, uint32_t fp) {
+  of_if_entry* e = ofProcessPortAdd(ofa::platform::port_ifindex(slot, fp), "bench", id);
+  if (e) e->of_enabled = 1;
+}
+
+// A fresh agent: two local chips up in the model, a local and a remote OpenFlow port.
+bool start_agent(ofa::chipsim::Model** model) {
+  ofa_reset_all();
+  auto parsed = ofa::platform::parse_platform(kPlatform, "bench");
+  auto* p = std::get_if<ofa::platform::Platform>(&parsed);
+  if (!p) return false;
+  ofa_sys_set(*p);
+  static ofa::chipsim::Model* owned = nullptr;
+  delete owned;
+  owned = new ofa::chipsim::Model(ofa::chipsim::model_config(*p));
+  *model = g_model = owned;
+  ofNLSetIoctlHook(model_ioctl);
+  openflowAgtPcb.model = 131;
+  openflowAgtPcb.my_slot = 1;
+  openflowAgtPcb.hw.of_flags = OF_PROFILE;
+  openflowAgtPcb.hw.l2tcam_size = openflowAgtPcb.hw.l3tcam_size = 50023;
+  ofInitSlotTable();
+  ofInitChipTable();
+  ofInitIfTable();
+  openflow_modules[OF_MODULE_AGT].chip_up = ofa_chip_up;
+  openflow_lp_init_tcam_id_pool();
+  openflow_flow_db_init();
+  g_openflow_lp.mode = OFA_MODE_GENERIC;
+  for (uint32_t c = 0; c < 2; ++c) {
+    of_chip_event_record rec;
+    rec.event = OF_HSL_EVENT_CHIP_UP;
+    rec.slot = 1;
+    rec.local_chip_id = c;
+    rec.flat_chip_id = c;
+    rec.ifindex = ofa::platform::chip_ifindex(1, c);
+    rec.chip_type = 1;
+    if (ofProcessChipAdd(&rec, 0) != 0) return false;
+  }
+  port(kLocalPort, 1, kLocalPort);
+  port(kRemotePort, 2, 4);
+  return true;
+}
+
+std::vector<std::vector<uint8_t>> messages(uint32_t n, const std::string& order) {
+  std::mt19937 rng(7);
+  std::vector<std::vector<uint8_t>> out;
+  out.reserve(n);
+  for (uint32_t i = 0; i < n; ++i) {
+    ofa::mgr::FlowMsg m;
+    m.flow_id = i + 1;
+    m.in_port_id = i < kOnChip ? kLocalPort : kRemotePort;
+    m.wildcards = ofa::mgr::kWcAll & ~1u & ~OF_WC_ETHER_TYPE;
+    m.ether_type = 0x0800;
+    m.priority = order == "ascending" ? i : order == "descending" ? n - i : rng();
+    m.action_key = 0x10000 + i;
+    m.stats_flag = 1;
+    ofa::mgr::FlowMember out_member;
+    out_member.out_port_id = 5;
+    m.members.push_back(out_member);
+    auto r = ofa::mgr::encode_body(m);
+    out.push_back(r.ok() ? r.value() : std::vector<uint8_t>{});
+  }
+  return out;
+}
+
+struct Figures {
+  double us_per_add = 0, model_share = 0, p50 = 0, p99 = 0, bytes_per_flow = 0, delete_ms = 0;
+  uint32_t failed = 0;
+};
+
+Figures run(uint32_t n, const std::string& order) {
+  Figures f;
+  ofa::chipsim::Model* model = nullptr;
+  if (!start_agent(&model)) {
+    std::fprintf(stderr, "agent start failed\n");
+    std::exit(1);
+  }
+  auto msgs = messages(n, order);
+  std::vector<double> lat;
+  lat.reserve(n);
+  long rss0 = rss_kb();
+  g_model_time = {};
+  auto t0 = Clock::now();
+  for (const auto& m : msgs) {
+    auto a = Clock::now();
+    if (openflow_generic_mode_add_flow(m) != 1) ++f.failed;
+    lat.push_back(std::chrono::duration<double, std::micro>(Clock::now() - a).count());
+  }
+  double total = std::chrono::duration<double, std::micro>(Clock::now() - t0).count();
+  long rss1 = rss_kb();
+  f.us_per_add = total / n;
+  f.model_share = 100.0 * std::chrono::duration<double, std::micro>(g_model_time).count() / total;
+  std::sort(lat.begin(), lat.end());
+  f.p50 = lat[lat.size() / 2];
+  f.p99 = lat[std::min(lat.size() - 1, lat.size() * 99 / 100)];
+  f.bytes_per_flow = 1024.0 * static_cast<double>(rss1 - rss0) / n;
+  auto d0 = Clock::now();
+  openflow_delete_all_flows();
+  f.delete_ms = std::chrono::duration<double, std::milli>(Clock::now() - d0).count();
+  const auto& st = model->stats();
+  if (st.placement_violations() != 0)
+    std::fprintf(stderr, "placement violations: %" PRIu64 "\n", st.placement_violations());
+  return f;
+}
+
+std::vector<uint32_t> parse_sizes(const char* text) {
+  std::vector<uint32_t> out;
+  for (const char* p = text; *p;) {
+    out.push_back(static_cast<uint32_t>(std::strtoul(p, const_cast<char**>(&p), 10)));
+    if (*p == ',') ++p;
+  }
+  return out;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<uint32_t> sizes = {1000, 10000, 49999, 200000};
+  uint32_t log_at = 0;
+  for (int i = 1; i + 1 < argc; i += 2) {
+    std::string a = argv[i];
+    if (a == "--sizes") sizes = parse_sizes(argv[i + 1]);
+    if (a == "--log-at") log_at = static_cast<uint32_t>(std::atoi(argv[i + 1]));
+  }
+  std::printf("flow adds in process (ard, chip model behind the ioctl, debug log off)\n");
+  std::printf("%-8s %-10s %9s %9s %7s %8s %8s %9s %10s %6s\n", "flows", "order", "us/add", "adds/s",
+              "model%", "p50 us", "p99 us", "B/flow", "delete ms", "failed");
+  for (uint32_t n : sizes)
+    for (const char* order : {"ascending", "descending", "random"}) {
+      Figures f = run(n, order);
+      std::printf("%-8u %-10s %9.2f %9.0f %6.1f%% %8.2f %8.2f %9.0f %10.1f %6u\n", n, order,
+                  f.us_per_add, 1e6 / f.us_per_add, f.model_share, f.p50, f.p99, f.bytes_per_flow,
+                  f.delete_ms, f.failed);
+    }
+  if (log_at) {
+    std::string path = "/tmp/ofa_flow_bench_log";
+    setenv("OFA_DEBUG_LOG", path.c_str(), 1);
+    openflowAgt_trace_init();
+    openflow_ofa_debug_init();
+    Figures f = run(log_at, "random");
+    std::printf("%-8u %-10s %9.2f %9.0f %6.1f%% %8.2f %8.2f   (debug log on)\n", log_at, "random",
+                f.us_per_add, 1e6 / f.us_per_add, f.model_share, f.p50, f.p99);
+    openflowAgt_trace_exit();
+    unlink(path.c_str());
+  }
+  return 0;
+}

@@ -22,21 +22,43 @@ bool flood_mgid(uint16_t out_port, const fd_entry& f, uint32_t* mgid) {
   return known;
 }
 
-void log_flood(uint16_t out_port, uint32_t mgid) {
-  if (out_port == OF_PORT_ALL)
-    file_printf("OFPP_ALL .... mgid:%d\n", mgid);
-  else
-    file_printf("OFPP_FLOOD .... mgid:%d\n", mgid);
-}
+// What an output action names: nothing (no port, the controller), a flood group, or a port.
+struct out_target {
+  enum { none, flood, to_port } kind = none;
+  bool mgid_known = false;
+  uint32_t mgid = 0;
+  const of_if_entry* port = nullptr;
+};
 
-// The output port's interface entry, or null after "Out port doesn't exist !!".
-const of_if_entry* out_port_entry(uint16_t out_port) {
-  const of_if_entry* port = ofLookupIfEntrybyPortId(out_port);
-  if (port)
-    file_printf("out port_id:%d egr_ifindex:%x\n", out_port, port->ifIndex);
-  else
+// After the `head` line, the target with its log line; false after "Out port doesn't exist !!".
+bool resolve_output(const of_flow_member& m, const fd_entry& f, const char* head, out_target* t) {
+  file_printf(head, m.out_port_id, m.group_id);
+  switch (m.out_port_id) {
+    case OF_PORT_NONE:
+      return true;
+    case OF_PORT_ALL:
+    case OF_PORT_FLOOD:
+      t->kind = out_target::flood;
+      t->mgid_known = flood_mgid(m.out_port_id, f, &t->mgid);
+      if (m.out_port_id == OF_PORT_ALL)
+        file_printf("OFPP_ALL .... mgid:%d\n", t->mgid);
+      else
+        file_printf("OFPP_FLOOD .... mgid:%d\n", t->mgid);
+      return true;
+    case OF_PORT_CONTROLLER:
+      file_printf("OPENFLOW_RESERVED_PORT_STC ....\n");
+      return true;
+    default:
+      break;
+  }
+  t->kind = out_target::to_port;
+  t->port = ofLookupIfEntrybyPortId(m.out_port_id);
+  if (!t->port) {
     file_printf("Out port doesn't exist !!\n");
-  return port;
+    return false;
+  }
+  file_printf("out port_id:%d egr_ifindex:%x\n", m.out_port_id, t->port->ifIndex);
+  return true;
 }
 
 void log_rewrites(const of_flow_member& m) {
@@ -53,31 +75,18 @@ uint32_t policer_of(const fd_entry& f, uint32_t flat_chip_id) {
 // ---- L2 ---------------------------------------------------------------------------------------
 
 int l2_output(const of_flow_member& m, const fd_entry& f, ard_flow_op op, of_l2_result* r) {
-  if (adding(op))
-    file_printf("OFA add out_port_id:%d group_id:%d", m.out_port_id, m.group_id);
-  else
-    file_printf("OFA modify out_port_id:%d group_id:%d", m.out_port_id, m.group_id);
-  uint32_t mgid = 0;
-  switch (m.out_port_id) {
-    case OF_PORT_NONE:
-      return 0;
-    case OF_PORT_ALL:
-    case OF_PORT_FLOOD:
-      if (flood_mgid(m.out_port_id, f, &mgid)) r->dest = mgid;
-      r->flags |= OF_L2_FLAG_ACTION_VALID | OF_L2_FLAG_DEST_MGID;
-      log_flood(m.out_port_id, mgid);
-      return 0;
-    case OF_PORT_CONTROLLER:
-      file_printf("OPENFLOW_RESERVED_PORT_STC ....\n");
-      return 0;
-    default:
-      break;
+  out_target t;
+  const char* head =
+      adding(op) ? "OFA add out_port_id:%d group_id:%d" : "OFA modify out_port_id:%d group_id:%d";
+  if (!resolve_output(m, f, head, &t)) return OFA_E_INVALID_ARG;
+  if (t.kind == out_target::flood) {
+    r->dest = t.mgid;
+    r->flags |= OF_L2_FLAG_ACTION_VALID | OF_L2_FLAG_DEST_MGID;
+  } else if (t.kind == out_target::to_port) {
+    r->dest = t.port->ifIndex;
+    r->flags |= OF_L2_FLAG_ACTION_VALID;
+    r->fwd_action = OF_L2_FWD_DEST;
   }
-  const of_if_entry* port = out_port_entry(m.out_port_id);
-  if (!port) return OFA_E_INVALID_ARG;
-  r->dest = port->ifIndex;
-  r->flags |= OF_L2_FLAG_ACTION_VALID;
-  r->fwd_action = OF_L2_FWD_DEST;
   return 0;
 }
 
@@ -103,33 +112,19 @@ void l2_group(const of_flow_member& m, const fd_entry& f, of_l2_result* r) {
 constexpr uint32_t kL3Forward = OF_L3_FA_ACTION_VALID | OF_L3_FA_DEST_VALID;
 
 int l3_output(const of_flow_member& m, const fd_entry& f, ard_flow_op op, of_l3_result* r) {
-  if (adding(op))
-    file_printf("OFA ADD out_port_id:%d group_id:%d", m.out_port_id, m.group_id);
-  else
-    file_printf("OFA modify out_port_id:%d group_id:%d", m.out_port_id, m.group_id);
-  uint32_t mgid = 0;
-  switch (m.out_port_id) {
-    case OF_PORT_NONE:
-      return 0;
-    case OF_PORT_ALL:
-    case OF_PORT_FLOOD:
-      r->flags_a |= kL3Forward;
-      if (flood_mgid(m.out_port_id, f, &mgid))
-        r->mcast = OF_L3_MC_VALID | of_l3_mc_mgid(mgid) | of_l3_mc_type(1) | OF_L3_MC_L2;
-      log_flood(m.out_port_id, mgid);
-      return 0;
-    case OF_PORT_CONTROLLER:
-      file_printf("OPENFLOW_RESERVED_PORT_STC ....\n");
-      return 0;
-    default:
-      break;
-  }
-  // A real port is reached through its own next hop, made at port enable.
-  const of_if_entry* port = out_port_entry(m.out_port_id);
-  if (!port) return OFA_E_INVALID_ARG;
+  out_target t;
+  const char* head =
+      adding(op) ? "OFA ADD out_port_id:%d group_id:%d" : "OFA modify out_port_id:%d group_id:%d";
+  if (!resolve_output(m, f, head, &t)) return OFA_E_INVALID_ARG;
+  if (t.kind == out_target::none) return 0;
   r->flags_a |= kL3Forward;
-  r->nhop_id = port->of_def_nhop_id;
-  r->flags_b |= OF_L3_FB_PORT_DEFAULT_NHOP;
+  if (t.kind == out_target::flood && t.mgid_known)
+    r->mcast = OF_L3_MC_VALID | of_l3_mc_mgid(t.mgid) | of_l3_mc_type(1) | OF_L3_MC_L2;
+  if (t.kind == out_target::to_port) {
+    // A real port is reached through its own next hop, made at port enable.
+    r->nhop_id = t.port->of_def_nhop_id;
+    r->flags_b |= OF_L3_FB_PORT_DEFAULT_NHOP;
+  }
   return 0;
 }
 

@@ -28,7 +28,6 @@ struct kind_words {
   const char* del_failed;
 };
 
-// The L3 update succeeds with the L2 words.
 constexpr kind_words kL2 = {of_flow_tree_kind::l2,
                             OF_CMD_L2FLOW_DEL,
                             OFA_TR_ARD_L2FLOW_ADDED,
@@ -52,7 +51,7 @@ constexpr kind_words kL3 = {of_flow_tree_kind::l3,
                             OFA_TR_ARD_L3FLOW_DEL_FAILED,
                             "Programmed l3v4 flow. id:%d chipid:%d hdl:%d",
                             "Unable to program l3v4 flow. id:%d chipid:%d hdl:%d rc:%d",
-                            "Updated l2 flow. id:%d chipid:%d hdl:%d",
+                            "Updated l2 flow. id:%d chipid:%d hdl:%d",  // the L2 words
                             "Deleted l3v4 flow. id:%d chipid:%d hdl:%d",
                             "Unable to delete l3v4 flow. id:%d chipid:%d hdl:%d rc:%d"};
 
@@ -84,15 +83,6 @@ void place(of_flow_tree_kind kind, of_chip_entry* chip, const fd_entry& f, const
               f.flow_id, *before, *after, *handle);
 }
 
-// The entry is in the chip: into the tree, with the handle of the chip's slot.
-int added(const kind_words& w, int rc, of_chip_entry* chip, const fd_entry& f,
-          const of_flow_hw_ref& hw, uint32_t handle) {
-  traced(rc, f, chip, handle, w.added_id, w.added, w.add_failed_id, w.failed);
-  // A node that cannot be had is logged by the tree; the chip holds the entry all the same.
-  if (rc == 0) of_chip_avl_flow_add(w.tree, chip, f.priority, f.flow_id, &hw);
-  return rc;
-}
-
 // Update and delete name the entry by the handle of slot 0, whatever the chip.
 uint32_t first_slot_handle(const of_flow_hw_ref& hw) {
   return static_cast<uint32_t>(hw.get(0));
@@ -105,10 +95,6 @@ int del(const kind_words& w, of_chip_entry* chip, const fd_entry& f, const of_fl
   traced(rc, f, chip, handle, w.deleted_id, w.deleted, w.del_failed_id, w.del_failed);
   if (rc == 0) of_chip_avl_flow_del(w.tree, chip, f.priority, f.flow_id);
   return rc;
-}
-
-void log_modify(const fd_entry& f, uint32_t handle) {
-  file_printf("OFA modify priority:%d flow_id:%d handle:%d\n", f.priority, f.flow_id, handle);
 }
 
 void l2_vlan_key(const fd_entry& f, of_l2flow_key* k) {
@@ -134,7 +120,8 @@ void l2_vlan_key(const fd_entry& f, of_l2flow_key* k) {
   }
 }
 
-void l2_key(const fd_entry& f, of_l2flow_key* k) {
+// Always true: a port-less entry has no in-port key.
+bool l2_key(const fd_entry& f, of_l2flow_key* k) {
   if (const of_if_entry* port = ofLookupIfEntrybyPortId(f.in_port_id)) {
     k->in_port = port->ifIndex;
     k->valid |= OF_L2_VALID_INPORT;
@@ -152,6 +139,7 @@ void l2_key(const fd_entry& f, of_l2flow_key* k) {
   k->dst_mac = f.dst_mac;
   k->src_mac_mask = f.src_mac_mask;
   k->dst_mac_mask = f.dst_mac_mask;
+  return true;
 }
 
 // False after "Port doesn't exist !!": an L3 entry needs its in port.
@@ -203,60 +191,71 @@ bool l3_key(const fd_entry& f, of_l3flow_key* k) {
   return true;
 }
 
+// What differs between the two kinds of entry.
+template <typename Params, typename Key, typename Result>
+struct kind_ops {
+  const kind_words& words;
+  bool (*key)(const fd_entry&, Key*);
+  int (*result)(const fd_entry&, const of_flow_actions&, uint32_t, ard_flow_op, Result*);
+  uint32_t (*build)(std::span<uint8_t>, const Params&);
+  uint32_t (*build_upd)(std::span<uint8_t>, uint32_t, uint8_t, const Result&);
+};
+constexpr kind_ops<of_l2flow_params, of_l2flow_key, of_l2_result> kL2Ops = {
+    kL2, l2_key, ard_l2_result, of_build_l2flow_req, of_build_l2flow_upd_req};
+constexpr kind_ops<of_l3flow_params, of_l3flow_key, of_l3_result> kL3Ops = {
+    kL3, l3_key, ard_l3_result, of_build_l3flow_req, of_build_l3flow_upd_req};
+
+template <typename P, typename K, typename R>
+int add(const kind_ops<P, K, R>& k, of_chip_entry* chip, const fd_entry& f,
+        const of_flow_actions& a, const of_flow_hw_ref& hw) {
+  const kind_words& w = k.words;
+  P p;
+  place(w.tree, chip, f, hw, &p.handle, &p.before, &p.after);
+  p.region = OF_REGION_FLOW;
+  if (!k.key(f, &p.key)) return OFA_E_INVALID_ARG;
+  int rc = k.result(f, a, chip->chip_id, ard_flow_op::add, &p.result);
+  if (rc != 0) return rc;
+  rc = traced(send(chip, k.build(ofNLReqArea(), p)), f, chip, p.handle, w.added_id, w.added,
+              w.add_failed_id, w.failed);
+  // A node that cannot be had is logged by the tree; the chip holds the entry all the same.
+  if (rc == 0) of_chip_avl_flow_add(w.tree, chip, f.priority, f.flow_id, &hw);
+  return rc;
+}
+
+template <typename P, typename K, typename R>
+int update(const kind_ops<P, K, R>& k, of_chip_entry* chip, const fd_entry& f,
+           const of_flow_actions& a, const of_flow_hw_ref& hw) {
+  const kind_words& w = k.words;
+  uint32_t handle = first_slot_handle(hw);
+  file_printf("OFA modify priority:%d flow_id:%d handle:%d\n", f.priority, f.flow_id, handle);
+  R r;
+  int rc = k.result(f, a, chip->chip_id, ard_flow_op::modify, &r);
+  if (rc != 0) return rc;
+  rc = send(chip, k.build_upd(ofNLReqArea(), handle, OF_REGION_FLOW, r));
+  return traced(rc, f, chip, handle, w.updated_id, w.updated, w.upd_failed_id, w.failed);
+}
+
 }  // namespace
 
 int ard_of_l2flow_add(of_chip_entry* chip, fd_entry* flow, of_flow_actions* actions,
                       of_flow_hw_ref* hw) {
-  of_l2flow_params p;
-  place(of_flow_tree_kind::l2, chip, *flow, *hw, &p.handle, &p.before, &p.after);
-  p.region = OF_REGION_FLOW;
-  l2_key(*flow, &p.key);
-  int rc = ard_l2_result(*flow, *actions, chip->chip_id, ard_flow_op::add, &p.result);
-  if (rc != 0) return rc;
-  rc = send(chip, of_build_l2flow_req(ofNLReqArea(), p));
-  return added(kL2, rc, chip, *flow, *hw, p.handle);
+  return add(kL2Ops, chip, *flow, *actions, *hw);
 }
-
 int ard_of_l2flow_upd(of_chip_entry* chip, fd_entry* flow, of_flow_actions* actions,
                       of_flow_hw_ref* hw) {
-  uint32_t handle = first_slot_handle(*hw);
-  log_modify(*flow, handle);
-  of_l2_result r;
-  int rc = ard_l2_result(*flow, *actions, chip->chip_id, ard_flow_op::modify, &r);
-  if (rc != 0) return rc;
-  rc = send(chip, of_build_l2flow_upd_req(ofNLReqArea(), handle, OF_REGION_FLOW, r));
-  return traced(rc, *flow, chip, handle, kL2.updated_id, kL2.updated, kL2.upd_failed_id,
-                kL2.failed);
+  return update(kL2Ops, chip, *flow, *actions, *hw);
 }
-
 int ard_of_l2flow_del(of_chip_entry* chip, fd_entry* flow, of_flow_hw_ref* hw) {
   return del(kL2, chip, *flow, *hw);
 }
-
 int ard_of_l3flow_ipv4add(of_chip_entry* chip, fd_entry* flow, of_flow_actions* actions,
                           of_flow_hw_ref* hw) {
-  of_l3flow_params p;
-  place(of_flow_tree_kind::l3, chip, *flow, *hw, &p.handle, &p.before, &p.after);
-  p.region = OF_REGION_FLOW;
-  if (!l3_key(*flow, &p.key)) return OFA_E_INVALID_ARG;
-  int rc = ard_l3_result(*flow, *actions, chip->chip_id, ard_flow_op::add, &p.result);
-  if (rc != 0) return rc;
-  rc = send(chip, of_build_l3flow_req(ofNLReqArea(), p));
-  return added(kL3, rc, chip, *flow, *hw, p.handle);
+  return add(kL3Ops, chip, *flow, *actions, *hw);
 }
-
 int ard_of_l3flow_ipv4upd(of_chip_entry* chip, fd_entry* flow, of_flow_actions* actions,
                           of_flow_hw_ref* hw) {
-  uint32_t handle = first_slot_handle(*hw);
-  log_modify(*flow, handle);
-  of_l3_result r;
-  int rc = ard_l3_result(*flow, *actions, chip->chip_id, ard_flow_op::modify, &r);
-  if (rc != 0) return rc;
-  rc = send(chip, of_build_l3flow_upd_req(ofNLReqArea(), handle, OF_REGION_FLOW, r));
-  return traced(rc, *flow, chip, handle, kL3.updated_id, kL3.updated, kL3.upd_failed_id,
-                kL3.failed);
+  return update(kL3Ops, chip, *flow, *actions, *hw);
 }
-
 int ard_of_l3flow_ipv4del(of_chip_entry* chip, fd_entry* flow, of_flow_hw_ref* hw) {
   return del(kL3, chip, *flow, *hw);
 }

@@ -2,6 +2,7 @@
 // 40); the slots not named here are null, the ard backend has no handler for them yet.
 #pragma once
 
+#include "backends/ard/ard_flows.h"
 #include "backends/ard/ard_regions.h"
 #include "backends/chip_handlers.h"
 
@@ -10,4 +11,12 @@ inline constexpr of_chip_handlers ard_handlers = {
     .chip_reg_del = ard_del_regions,
     .def_ent_add = ard_add_def_entries,
     .def_ent_upd = ard_upd_def_entries,
+    .l2flow_add = ard_of_l2flow_add,
+    .l2flow_mod = ard_of_l2flow_upd,
+    .l2flow_del = ard_of_l2flow_del,
+    .l3flow_ipv4add = ard_of_l3flow_ipv4add,
+    .l3flow_ipv4mod = ard_of_l3flow_ipv4upd,
+    .l3flow_ipv4del = ard_of_l3flow_ipv4del,
+    .get_flow_stats = ard_of_get_flow_stats,
+    .clr_flow_stats = ard_of_clr_flow_stats,
 };

@@ -30,6 +30,7 @@ void FlowEnv::start(bool with_model) {
   g_openflow_lp.mode = OFA_MODE_GENERIC;
   chip_up(1, 0);
   chip_up(1, 1);
+  port(5, 1, 5);  // where flow() sends its packets
   hsl().requests.clear();
 }
 

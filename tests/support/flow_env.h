@@ -46,7 +46,8 @@ class FlowEnv : public ChipEnv {
   // An interface entry: port `id` at front-panel port `fp` of `slot`, OpenFlow enabled or not.
   static of_if_entry* port(uint16_t id, uint32_t slot, uint32_t fp, bool l3 = false,
                            bool enabled = true);
-  // A version 4 flow add of `id` on `in_port` (65535: generic) with one output to port 5.
+  // A version 4 flow add of `id` on `in_port` (65535: generic) with one output to port 5, an
+  // OpenFlow L2 port of flat chip 0 in every case.
   static mgr::FlowMsg flow(uint32_t id, uint32_t priority, uint16_t in_port);
   static std::vector<uint8_t> bytes(const mgr::FlowMsg& m);
   static int add(const mgr::FlowMsg& m);

@@ -66,34 +66,17 @@ int add_port_flow(fd_entry* flow) {
   return 1;
 }
 
-void generic_reply(fd_entry* flow, bool noted, int result) {
-  if (!noted) {
-    of_lp_message_set("PSEUDO_SUCCESS: No openflow ports on the LP.");
-    flow->not_on_lp = 1;
-  } else if (of_lp_message_empty()) {
-    of_lp_message_set(result ? "SUCCESS" : "FAILED");
-  }
-}
-
 // A full add's generic flow: one entry on every chip under one handle.
 int add_generic_flow(fd_entry* flow) {
   flow->is_generic = 1;
   if (!(flow->mvid == OF_MVID_NONE && flow->fid == OF_FID_NONE)) multicast_step(flow);
-  bool noted = false;
-  if (flow->rule_kind == 0) {
-    for (uint16_t p = 0; p <= OF_MAX_PORT; ++p) {
-      const of_if_entry* port = ofLookupIfEntrybyPortId(p);
-      if (of_generic_port_fits(port, flow) < 0) continue;
-      noted = true;
-    }
-  }
-  int result = add_and_store(OF_PORT_NONE, OF_PORT_NONE, flow, false);
-  if (!noted) {
-    generic_reply(flow, false, result);
-    return 1;
-  }
-  generic_reply(flow, true, result);
-  return result;
+  // With no rule kind the ports are only looked at: whether this LP has an OpenFlow port.
+  bool noted = flow->rule_kind == 0 && of_walk_generic_ports(
+                                           flow, [](uint16_t, fd_entry*) { return 1; }, false)
+                                           .noted;
+  of_generic_walk walk{noted, add_and_store(OF_PORT_NONE, OF_PORT_NONE, flow, false)};
+  of_generic_reply(flow, walk);
+  return noted ? walk.result : 1;
 }
 
 int end_of_add(fd_entry* flow, int result, bool make_chain) {
@@ -148,22 +131,11 @@ int openflow_generic_mode_add_flow(std::span<const uint8_t> msg) {
 int openflow_generic_mode_program_hardware(fd_entry* flow) {
   if (flow->wildcards & OF_WC_IN_PORT) {
     flow->is_generic = 1;
-    bool noted = false;
-    int result = 1;
-    for (uint16_t p = 0; p <= OF_MAX_PORT; ++p) {
-      const of_if_entry* port = ofLookupIfEntrybyPortId(p);
-      int fits = of_generic_port_fits(port, flow);
-      if (fits < 0) continue;
-      noted = true;
-      if (fits == 0) {
-        result = 1;
-        continue;
-      }
-      result = add_and_store(p, flow->in_port_id, flow, false);
-      if (!result) break;
-    }
-    generic_reply(flow, noted, result);
-    return noted ? result : 1;
+    of_generic_walk walk = of_walk_generic_ports(
+        flow, [](uint16_t p, fd_entry* f) { return add_and_store(p, f->in_port_id, f, false); },
+        true);
+    of_generic_reply(flow, walk);
+    return walk.noted ? walk.result : 1;
   }
   flow->is_generic = 0;
   const of_if_entry* port = ofLookupIfEntrybyPortId(flow->in_port_id);

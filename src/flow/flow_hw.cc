@@ -138,6 +138,28 @@ int of_generic_port_fits(const of_if_entry* port, const fd_entry* flow) {
   return 0;
 }
 
+of_generic_walk of_walk_generic_ports(fd_entry* flow, int (*step)(uint16_t port, fd_entry* flow),
+                                      bool stop_on_failure) {
+  of_generic_walk walk;
+  for (uint16_t p = 0; p <= OF_MAX_PORT; ++p) {
+    int fits = of_generic_port_fits(ofLookupIfEntrybyPortId(p), flow);
+    if (fits < 0) continue;
+    walk.noted = true;
+    walk.result = fits ? step(p, flow) : 1;
+    if (!walk.result && stop_on_failure) break;
+  }
+  return walk;
+}
+
+void of_generic_reply(fd_entry* flow, const of_generic_walk& walk) {
+  if (!walk.noted) {
+    of_lp_message_set("PSEUDO_SUCCESS: No openflow ports on the LP.");
+    flow->not_on_lp = 1;
+  } else if (of_lp_message_empty()) {
+    of_lp_message_set(walk.result ? "SUCCESS" : "FAILED");
+  }
+}
+
 void of_flow_remote_reply(fd_entry* flow) {
   if (flow->mvid == OF_MVID_NONE) {
     of_lp_message_set("PSEUDO_SUCCESS: IN Port: %P NOT in LP, no MVID, NO LP Prog.",

@@ -39,28 +39,16 @@ int openflow_generic_mode_update_hardware(fd_entry* flow) {
   if (flow->keep_counters == 0) flow->packet_count = flow->byte_count = 0;
   if (flow->wildcards & OF_WC_IN_PORT) {
     flow->is_generic = 1;
-    bool noted = false;
-    int result = 1;
-    for (uint16_t p = 0; p <= OF_MAX_PORT; ++p) {
-      const of_if_entry* port = ofLookupIfEntrybyPortId(p);
-      int fits = of_generic_port_fits(port, flow);
-      if (fits < 0) continue;
-      noted = true;
-      if (fits == 0) {
-        result = 1;
-        continue;
-      }
-      port_hw_data* hw = openflow_search_flow_in_list(p, flow->flow_id, flow->priority);
-      uint8_t change = 0;
-      result = openflow_generic_mode_port_specific_hw_mod(p, flow, hw, &change);
-    }
-    if (!noted) {
-      of_lp_message_set("PSEUDO_SUCCESS: No openflow ports on the LP.");
-      flow->not_on_lp = 1;
-      return finish(flow, 1);
-    }
-    if (of_lp_message_empty()) of_lp_message_set(result ? "SUCCESS" : "FAILED");
-    return finish(flow, result);
+    of_generic_walk walk = of_walk_generic_ports(
+        flow,
+        [](uint16_t p, fd_entry* f) {
+          port_hw_data* hw = openflow_search_flow_in_list(p, f->flow_id, f->priority);
+          uint8_t change = 0;
+          return openflow_generic_mode_port_specific_hw_mod(p, f, hw, &change);
+        },
+        false);
+    of_generic_reply(flow, walk);
+    return finish(flow, walk.noted ? walk.result : 1);
   }
   flow->is_generic = 0;
   const of_if_entry* port = ofLookupIfEntrybyPortId(flow->in_port_id);

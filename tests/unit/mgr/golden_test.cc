@@ -74,7 +74,7 @@ TEST(Golden, NamesOfTypesAndSubTypes) {
 // its first byte) 24, xid 28, in_port_id 42, in_vlan_id 44, in_tagged 48, dst_mac 60, its mask
 // 76, ether_type 84, nw_src and mask 88, ip_protocol 104, tp_dst 110, fid and mvid (none: 65535,
 // 2048) 112, forward 117, wildcards 120, priority 124, member_count 140, rule_kind 142,
-// action_key 144, meter 148; members from 240.
+// action_key 144, meter 148, stats_flag 152 (1 unless stats_flag=0); members from 240.
 TEST(Golden, FlowAddVersion4WithOneMember) {
   // Member (version 4, L = 4, stride 80): length, out port 5, out VLAN 4096, vlan_upbits none
   // (15) at +16, nw_tos none (192) at +36, group -255 at +44, TTL and queue none at +62, inner
@@ -87,36 +87,73 @@ TEST(Golden, FlowAddVersion4WithOneMember) {
                        "40: 00000003 00000064 00000001 | 60: 001122334455 | "
                        "76: FFFFFFFFFFFF 0000 0800 0000 0A000000 FF000000 | "
                        "104: 06000000 00000050 FFFF0800 00010000 21A38644 00000064 | "
-                       "140: 00010200 00000037 | 240: 0004 0000 0005 0000 00001000 | "
-                       "256: 0F | 276: C0 | 284: FFFFFF01 | 300: 0000FFFF | "
-                       "312: 00001000 000F"));
+                       "140: 00010200 00000037 00000000 00000001 | "
+                       "240: 0004 0000 0005 0000 00001000 | 256: 0F | 276: C0 | "
+                       "284: FFFFFF01 | 300: 0000FFFF | 312: 00001000 000F"));
 }
 
-TEST(Golden, FlowVersion4MemberActions) {
-  // Member: vlan_upbits 3 and tagged at +16, set_dst_mac at +28, group 7 at +44, push, set VLAN
-  // and decrement TTL (0x7000) at +60, queue 3 at +63, the pushed type at +66.
-  EXPECT_EQ(encode_line("flow modify id=20 more actions=push_vlan:0x88a8,set_vlan_vid:200,"
-                        "set_vlan_pcp:3,mod_dl_dst:02:00:00:00:00:01,dec_ttl,set_queue:3,"
-                        "meter:9,group:7"),
-            sparse_hex(320,
-                       "0: 01C0013C 00000004 | 12: 04000000 00000001 00000014 | "
-                       "40: 0000FFFF | 112: FFFF0800 00010000 31A3A6FD | 140: 00010100 | "
-                       "148: 00000009 | 240: 00040000 FFFF0000 000000C8 | 256: 0301 | "
-                       "268: 02000000 00010000 C0 | 284: 00000007 | 300: 7000FF03 000088A8 | "
-                       "312: 00001000 000F"));
+// Each action is one member of its own (at 240, version 4, 80 bytes): a member with every field
+// at its "none" value, but for the fields the action sets.
+TEST(Golden, EachActionIsOneMember) {
+  const std::string none =
+      "0: 0004 0000 FFFF 0000 00001000 | 16: 0F | 36: C0 | 44: FFFFFF01 | 60: 0000FFFF | "
+      "72: 00001000 000F | ";
+  const std::pair<const char*, const char*> rows[] = {
+      {"output:5", "4: 0005"},
+      {"CONTROLLER", "4: FFFD"},
+      {"group:7", "44: 00000007"},
+      {"set_queue:3", "63: 03"},
+      {"push_vlan:0x88a8", "60: 4000 | 66: 88A8"},
+      {"pop_vlan", "60: 8000"},
+      {"set_vlan_vid:200", "8: 000000C8 | 17: 01 | 60: 2000"},  // tagged, set VLAN bit
+      {"set_vlan_pcp:3", "16: 03 | 60: 2000"},
+      {"mod_dl_dst:02:00:00:00:00:01", "28: 020000000001"},
+      {"mod_nw_tos:184", "36: 2E"},  // the DSCP of the ToS byte
+      {"dec_ttl", "60: 1000"},
+      {"set_ttl:64", "62: 40"},
+      {"push_inner_vlan", "60: 0040 | 78: 8100"},
+      {"set_inner_vlan:7", "60: 0020 | 72: 00000007"},
+      {"set_inner_vlan_pcp:2", "77: 02"},
+  };
+  for (const auto& [action, fields] : rows) {
+    auto hex = encode_line(std::string("flow add id=1 actions=") + action);
+    EXPECT_EQ(hex.substr(2 * 240), sparse_hex(80, none + fields)) << action;
+  }
+}
+
+// The default action key is FNV-1a over the member count (2 bytes) and the members' bytes; the
+// values below were worked out by hand from the member layout.
+TEST(Golden, DefaultActionKeyComesFromTheMembers) {
+  const std::pair<const char*, uint64_t> rows[] = {
+      {"flow add id=1 actions=output:5", 0x65FF21DB},
+      {"flow add-prefix id=2 priority=9 in_port=4 actions=output:5", 0x65FF21DB},
+      {"flow modify-prefix id=2 actions=output:5", 0x65FF21DB},
+      {"flow add id=1 actions=set_queue:2,output:5", 0x042D701D},
+      {"flow add id=1 actions=output:5,set_queue:2", 0x381FF299},
+      {"flow add id=1 version=1 member_len=8 actions=CONTROLLER,strip_vlan,member_flag,output:7",
+       0x5BB7FE9A},
+      {"flow add id=1 action_key=9 actions=output:5", 9},
+      {"flow add id=1 actions=drop", 0},
+  };
+  for (const auto& [line, key] : rows) {
+    auto step = parse_step(line, {});
+    ASSERT_TRUE(step.ok()) << line;
+    EXPECT_EQ(get(std::get<SendStep>(*step.value()).datagrams.at(0).bytes(), 144, 4), key) << line;
+  }
 }
 
 TEST(Golden, FlowVersion1MembersStepBy48PlusL) {
-  // Two members with L = 8 at 240 and 296: CONTROLLER (65533) first; then out port 7 with
-  // out_tagged 2 (VLAN stripped) in the low byte of +16, and the member flag in the top bit of +48.
+  // Four members with L = 8 at 240, 296, 352 and 408: CONTROLLER (65533); out_tagged 2 (VLAN
+  // stripped) in the low byte of +16; the member flag in the top bit of +48; out port 7.
   EXPECT_EQ(encode_line("flow add id=30 version=1 member_len=8 actions=CONTROLLER,strip_vlan,"
                         "member_flag,output:7"),
-            sparse_hex(352,
-                       "0: 01C0015C 00000001 | 12: 01 | 20: 0000001E | 40: 0000FFFF | "
-                       "112: FFFF0800 00010100 31A3A6FD | 140: 00020100 | "
+            sparse_hex(464,
+                       "0: 01C001CC 00000001 | 12: 01 | 20: 0000001E | 40: 0000FFFF | "
+                       "112: FFFF0800 00010100 31A3A6FD | 140: 00040100 5BB7FE9A 00000000 00000001 | "
                        "240: 0008 0000 FFFD 0000 00001000 | 260: 0F | 280: C0 | "
-                       "296: 0008 0000 0007 0000 00001000 | 312: 00000002 0F | 336: C0 | "
-                       "344: 80"));
+                       "296: 0008 0000 FFFF 0000 00001000 | 312: 00000002 0F | 336: C0 | "
+                       "352: 0008 0000 FFFF 0000 00001000 | 372: 0F | 392: C0 | 400: 80 | "
+                       "408: 0008 0000 0007 0000 00001000 | 428: 0F | 448: C0"));
 }
 
 TEST(Golden, FlowVersion4StrideIs76PlusL) {
@@ -132,7 +169,8 @@ TEST(Golden, FlowDeleteIsPaddedToTheLeastLength) {
   EXPECT_EQ(encode_line("flow delete id=10 xid=99"),
             sparse_hex(320,
                        "0: 01C0013C 00000003 | 12: 04 | 20: 0000000A | 28: 00000063 | "
-                       "40: 0000FFFF | 112: FFFF0800 00010000 31A3A6FD | 140: 00000100"));
+                       "40: 0000FFFF | 112: FFFF0800 00010000 31A3A6FD | 140: 00000100 | "
+                       "152: 00000001"));
 }
 
 // Group: sub-type 4, id 12, mgid 20, nhop 24, then buckets of 16 bytes from 36 (port, VLAN, MAC);
@@ -189,13 +227,14 @@ TEST(Golden, FragmentsSplitTheMembersAndMarkAllButTheLast) {
   ASSERT_TRUE(step.ok()) << step.error();
   const auto& dgs = std::get<SendStep>(*step.value()).datagrams;
   ASSERT_EQ(dgs.size(), 2u);
-  // Size, more fragments, flow id, member count, first member's out port.
+  // Size, more fragments, flow id, member count, action key (that of the three members, hand
+  // worked), first member's out port.
   auto fields = [](const std::vector<uint8_t>& d) {
-    return std::vector<uint64_t>{d.size(), get(d, 16, 4), get(d, 20, 4), get(d, 140, 2),
-                                 get(d, 244, 2)};
+    return std::vector<uint64_t>{d.size(),       get(d, 16, 4),  get(d, 20, 4),
+                                 get(d, 140, 2), get(d, 144, 4), get(d, 244, 2)};
   };
-  EXPECT_EQ(fields(dgs[0].bytes()), (std::vector<uint64_t>{400, 1, 7, 2, 1}));
-  EXPECT_EQ(fields(dgs[1].bytes()), (std::vector<uint64_t>{320, 0, 7, 1, 3}));
+  EXPECT_EQ(fields(dgs[0].bytes()), (std::vector<uint64_t>{400, 1, 7, 2, 0xD5E88412, 1}));
+  EXPECT_EQ(fields(dgs[1].bytes()), (std::vector<uint64_t>{320, 0, 7, 1, 0xD5E88412, 3}));
   EXPECT_EQ(get(dgs[0].bytes(), 324, 2), 2u);  // second member of the first fragment
 }
 
@@ -249,18 +288,22 @@ INSTANTIATE_TEST_SUITE_P(
              "wildcards=0x11a3a6cd members[0].out_port_id=65533"},
         Case{"flow add id=12 dl_src=00:00:00:00:00:01/ff:ff:ff:00:00:00 actions=drop",
              "forward_action=0 member_count=0 src_mac_mask=ff:ff:ff:00:00:00 wildcards=0x31a2a6f9"},
+        // One member per action, in order; the meter is the flow's.
         Case{"flow add id=13 actions=set_queue:2,output:4,group:9,meter:3",
-             "meter_id=3 members[0].queue_id=2 members[1].group_id=9 members[1].queue_id=2 "
-             "members[1].out_port_id=65535"},
+             "meter_id=3 member_count=3 members[0].queue_id=2 members[0].out_port_id=65535 "
+             "members[1].out_port_id=4 members[1].queue_id=255 members[2].group_id=9 "
+             "members[2].out_port_id=65535"},
         Case{"flow add id=14 version=1 actions=mod_vlan_vid:30,output:ALL,strip_vlan,output:FLOOD",
-             "version=1 members[0].out_tagged=1 members[0].out_vlan_id=30 "
-             "members[0].out_port_id=65532 members[1].out_tagged=2 members[1].out_port_id=65531"},
+             "version=1 member_count=4 members[0].out_tagged=1 members[0].out_vlan_id=30 "
+             "members[0].out_port_id=65535 members[1].out_port_id=65532 members[1].out_tagged=0 "
+             "members[2].out_tagged=2 members[3].out_port_id=65531"},
+        Case{"flow add id=18 stats_flag=0 actions=output:1", "stats_flag=0"},
         Case{"flow add id=15 icmp,icmp_type=8,icmp_code=0,dl_vlan_pcp=5,ip_dscp=46 actions=NORMAL",
              "icmpv4_type=8 vlan_upbit=5 ip_tos=46 members[0].out_port_id=65530"},
-        Case{"flow add id=16 more actions=pop_vlan,push_inner_vlan,set_inner_vlan:7,"
-             "set_inner_vlan_pcp:2,output:1",
-             "more_fragments=1 members[0].action_bits=0x80600000 members[0].inner_vlan_id=7 "
-             "members[0].push_inner_vlan_type=33024 members[0].inner_upbits=2"},
+        Case{"flow add id=16 more actions=pop_vlan,push_inner_vlan,output:1",
+             "more_fragments=1 members[0].action_bits=0x80000000 "
+             "members[1].action_bits=0x00400000 members[1].push_inner_vlan_type=33024 "
+             "members[2].out_port_id=1"},
         // Untagged is in_vlan_id 0.
         Case{"flow add id=17 dl_vlan=none actions=output:1",
              "in_vlan_id=0 in_tagged=0 wildcards=0x31a386fd"},

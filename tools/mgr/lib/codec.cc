@@ -190,6 +190,20 @@ std::vector<uint32_t> PortMask::ports() const {
   return out;
 }
 
+uint32_t derived_action_key(const FlowMsg& flow) {
+  FlowMsg f = flow;
+  f.min_body = 0;  // members only, no padding
+  auto body = f.members.empty() ? Result<Bytes>::fail("") : body_of(f);
+  if (!body.ok()) return 0;
+  uint32_t h = 2166136261u;
+  auto mix = [&h](uint8_t x) { h = (h ^ x) * 16777619u; };
+  mix(static_cast<uint8_t>(f.members.size() >> 8));
+  mix(static_cast<uint8_t>(f.members.size()));
+  for (size_t i = kFlowFixedSize; i < body.value().size(); ++i)
+    mix(body.value()[i]);
+  return h == 0 ? 1 : h;
+}
+
 std::vector<FlowMsg> split_fragments(const FlowMsg& flow, size_t per_message) {
   per_message = std::max<size_t>(per_message, 1);
   if (flow.members.size() <= per_message) return {flow};

@@ -59,6 +59,11 @@ std::vector<Decoded> decode_datagram(std::span<const uint8_t> datagram);
 // message but the last says more fragments follow; the last keeps the flow's own fragment word.
 std::vector<FlowMsg> split_fragments(const FlowMsg& flow, size_t per_message);
 
+// The action key a flow gets when none is given: FNV-1a (32 bits) over the member count (two
+// bytes, big-endian) and the members' bytes as encoded, so that flows with the same actions share
+// a chain and others do not. 0 for a flow without members; a hash of 0 counts as 1.
+uint32_t derived_action_key(const FlowMsg& flow);
+
 // Stride of a flow member of the given version and length word (0 for other versions).
 size_t member_stride(uint8_t version, uint16_t length_word);
 

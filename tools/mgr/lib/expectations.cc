@@ -10,7 +10,10 @@ std::string status_outcome(const StatusMsg& s) {
 std::string check_status(const ExpectStatusStep& want, const StatusMsg& got) {
   std::string outcome = status_outcome(got);
   if (outcome != outcome_name(want.outcome)) return "outcome is " + outcome;
-  if (want.text && got.text.find(*want.text) == std::string::npos) {
+  if (want.text && want.exact && got.text != *want.text) {
+    return "text is not \"" + *want.text + "\"";
+  }
+  if (want.text && !want.exact && got.text.find(*want.text) == std::string::npos) {
     return "text does not contain \"" + *want.text + "\"";
   }
   return {};

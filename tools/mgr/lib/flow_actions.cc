@@ -1,4 +1,7 @@
-// The action list of a flow: outputs make members, modifications accumulate into them.
+// The action list of a flow: every action written is one member of its own, in the order
+// written, with the member's other fields at their "none" values. The agent gives each member
+// one kind, by the first test that holds (pop VLAN bit, push VLAN bit, group, output, queue, set
+// VLAN bit), so a member that carried two actions would lose the second.
 #include <cctype>
 
 #include "flow_build.h"
@@ -10,12 +13,6 @@ namespace {
 using Err = std::optional<std::string>;
 using syntax::set_number;
 
-struct ActionState {
-  FlowMember current;     // modifications so far; each output copies them
-  bool modified = false;  // modifications since the last output
-  bool any_output = false;
-};
-
 std::optional<uint16_t> reserved_port(std::string_view w) {
   if (syntax::same_word(w, "controller")) return kPortController;
   if (syntax::same_word(w, "all")) return kPortAll;
@@ -24,151 +21,112 @@ std::optional<uint16_t> reserved_port(std::string_view w) {
   return std::nullopt;
 }
 
-void emit(FlowBuild& b, ActionState& st, FlowMember mem) {
-  b.m.members.push_back(mem);
-  st.modified = false;
-  st.any_output = true;
-}
-
-Err output(FlowBuild& b, ActionState& st, std::string_view port) {
-  FlowMember mem = st.current;
+Err output(FlowBuild& b, FlowMember& mem, std::string_view port) {
   if (auto r = reserved_port(port)) {
     mem.out_port_id = *r;
   } else if (auto e = set_number(mem.out_port_id, port, kMaxPort, "output")) {
     return *e + " (or CONTROLLER, ALL, FLOOD, NORMAL)";
   }
   if (mem.out_port_id == kPortController) b.to_controller = true;
-  emit(b, st, mem);
   return std::nullopt;
 }
 
-Err action(FlowBuild& b, ActionState& st, std::string_view item) {
+// Fills `mem` for one action. `none` is set for the actions that make no member.
+Err action(FlowBuild& b, FlowMember& mem, bool& none, std::string_view item) {
   auto colon = item.find(':');
   std::string name(item.substr(0, colon));
   std::string_view arg = colon == std::string_view::npos ? "" : item.substr(colon + 1);
   bool has_arg = colon != std::string_view::npos;
-  FlowMember& cur = st.current;
   auto needs_arg = [&]() -> Err {
     if (!has_arg) return name + " needs a value (" + name + ":N)";
     return std::nullopt;
   };
-  auto modify = [&](Err e) {
-    if (!e) st.modified = true;
-    return e;
-  };
   auto v4 = [&]() { b.v4_only.push_back(name); };
+  // An action with a value: the value read into `field`, `bits` set.
+  auto valued = [&](auto& field, uint64_t max, uint32_t bits) -> Err {
+    if (auto e = needs_arg()) return e;
+    mem.action_bits |= bits;
+    return set_number(field, arg, max, name);
+  };
 
   if (name == "output") {
     if (auto e = needs_arg()) return e;
-    return output(b, st, arg);
+    return output(b, mem, arg);
   }
   if (!has_arg && (reserved_port(name) ||
                    (!name.empty() && std::isdigit(static_cast<unsigned char>(name[0]))))) {
-    return output(b, st, name);
+    return output(b, mem, name);
   }
-  if (syntax::same_word(name, "drop")) {
-    b.drop = true;
-    return std::nullopt;
-  }
-  if (name == "group") {
-    if (auto e = needs_arg()) return e;
-    v4();
-    FlowMember mem = cur;
-    uint32_t id = 0;
-    if (auto e = set_number(id, arg, 0xffffffff, "group")) return e;
-    mem.group_id = static_cast<int32_t>(id);
-    emit(b, st, mem);
-    return std::nullopt;
-  }
-  if (name == "meter") {
+  if (syntax::same_word(name, "drop") || name == "meter") {
+    none = true;
+    if (name != "meter") return (b.drop = true, std::nullopt);
     if (auto e = needs_arg()) return e;
     return set_number(b.m.meter_id, arg, 0xffffffff, "meter");
   }
-  if (name == "set_queue") {
-    if (auto e = needs_arg()) return e;
+  if (name == "group") {
     v4();
-    return modify(set_number(cur.queue_id, arg, 255, "set_queue"));
+    uint32_t id = 0;
+    if (auto e = valued(id, 0xffffffff, 0)) return e;
+    mem.group_id = static_cast<int32_t>(id);
+    return std::nullopt;
   }
-  if (name == "push_vlan") {
+  if (name == "set_queue") return v4(), valued(mem.queue_id, kByteNone - 1, 0);
+  if (name == "push_vlan" || name == "push_inner_vlan") {
     v4();
-    cur.action_bits |= kActPushVlan;
-    cur.push_vlan_type = 0x8100;
-    return modify(has_arg ? set_number(cur.push_vlan_type, arg, 0xffff, "push_vlan")
-                          : std::nullopt);
+    bool inner = name == "push_inner_vlan";
+    uint16_t& type = inner ? mem.push_inner_vlan_type : mem.push_vlan_type;
+    type = 0x8100;
+    mem.action_bits |= inner ? kActPushInner : kActPushVlan;
+    return has_arg ? set_number(type, arg, 0xffff, name) : std::nullopt;
   }
   if (name == "pop_vlan" || name == "strip_vlan") {
     if (b.m.version == 1 && name == "strip_vlan") {
-      cur.out_tagged = 2;
-    } else {
-      v4();
-      cur.action_bits |= kActPopVlan;
+      mem.out_tagged = 2;
+      return std::nullopt;
     }
-    return modify(std::nullopt);
+    v4();
+    mem.action_bits |= kActPopVlan;
+    return std::nullopt;
   }
+  // Version 1 tells a set VLAN by the tag state alone: parse_flow drops the bit there.
   if (name == "set_vlan_vid" || name == "mod_vlan_vid") {
-    if (auto e = needs_arg()) return e;
-    cur.action_bits |= kActSetVlan;  // version 1 carries it as the tag state instead
-    cur.out_tagged = 1;
-    return modify(set_number(cur.out_vlan_id, arg, 4095, name));
+    mem.out_tagged = 1;
+    return valued(mem.out_vlan_id, 4095, kActSetVlan);
   }
   if (name == "set_vlan_pcp" || name == "mod_vlan_pcp") {
-    if (auto e = needs_arg()) return e;
-    return modify(set_number(cur.vlan_upbits, arg, 7, name));
+    return valued(mem.vlan_upbits, 7, kActSetVlan);
   }
   if (name == "mod_dl_src" || name == "set_dl_src" || name == "mod_dl_dst" ||
       name == "set_dl_dst") {
     if (auto e = needs_arg()) return e;
     auto mac = syntax::mac(arg, name);
     if (!mac.ok()) return mac.error();
-    (name.ends_with("src") ? cur.set_src_mac : cur.set_dst_mac) = mac.value();
-    return modify(std::nullopt);
+    (name.ends_with("src") ? mem.set_src_mac : mem.set_dst_mac) = mac.value();
+    return std::nullopt;
   }
   if (name == "mod_nw_tos") {
-    if (auto e = needs_arg()) return e;
     uint8_t tos = 0;
-    if (auto e = set_number(tos, arg, 255, name)) return e;
-    cur.nw_tos = tos >> 2;
-    return modify(std::nullopt);
+    if (auto e = valued(tos, 255, 0)) return e;
+    mem.nw_tos = tos >> 2;  // the member carries the DSCP
+    return std::nullopt;
   }
-  if (name == "set_ip_dscp") {
-    if (auto e = needs_arg()) return e;
-    return modify(set_number(cur.nw_tos, arg, 63, name));
-  }
+  if (name == "set_ip_dscp") return valued(mem.nw_tos, 63, 0);
   if (name == "dec_ttl") {
     v4();
-    cur.action_bits |= kActDecTtl;
-    return modify(std::nullopt);
+    mem.action_bits |= kActDecTtl;
+    return std::nullopt;
   }
-  if (name == "set_nw_ttl" || name == "set_ttl") {
-    if (auto e = needs_arg()) return e;
-    v4();
-    return modify(set_number(cur.set_ttl, arg, 255, name));
-  }
-  if (name == "push_inner_vlan") {
-    v4();
-    cur.action_bits |= kActPushInner;
-    cur.push_inner_vlan_type = 0x8100;
-    return modify(has_arg ? set_number(cur.push_inner_vlan_type, arg, 0xffff, name) : std::nullopt);
-  }
+  if (name == "set_nw_ttl" || name == "set_ttl") return v4(), valued(mem.set_ttl, 254, 0);
   if (name == "pop_inner_vlan") {
     v4();
-    cur.action_bits |= kActPopInner;
-    return modify(std::nullopt);
+    mem.action_bits |= kActPopInner;
+    return std::nullopt;
   }
-  if (name == "set_inner_vlan") {
-    if (auto e = needs_arg()) return e;
-    v4();
-    cur.action_bits |= kActSetInner;
-    return modify(set_number(cur.inner_vlan_id, arg, 4095, name));
-  }
-  if (name == "set_inner_vlan_pcp") {
-    if (auto e = needs_arg()) return e;
-    v4();
-    return modify(set_number(cur.inner_upbits, arg, 7, name));
-  }
+  if (name == "set_inner_vlan") return v4(), valued(mem.inner_vlan_id, 4095, kActSetInner);
+  if (name == "set_inner_vlan_pcp") return v4(), valued(mem.inner_upbits, 7, 0);
   if (name == "member_flag") {
-    cur.action_bits |= kActMemberFlag;
-    return modify(std::nullopt);
+    mem.action_bits |= kActMemberFlag;
+    return std::nullopt;
   }
   return "unknown action '" + std::string(item) + "'";
 }
@@ -176,11 +134,12 @@ Err action(FlowBuild& b, ActionState& st, std::string_view item) {
 }  // namespace
 
 Err parse_actions(FlowBuild& b, std::string_view list) {
-  ActionState st;
   for (const auto& item : syntax::split(list, ',')) {
-    if (auto e = action(b, st, item)) return e;
+    FlowMember mem;
+    bool none = false;
+    if (auto e = action(b, mem, none, item)) return e;
+    if (!none) b.m.members.push_back(mem);
   }
-  if (st.modified) b.m.members.push_back(st.current);  // modifications with no output after them
   if (b.drop && !b.m.members.empty()) return "drop cannot be combined with other actions";
   if (list.empty()) b.drop = true;
   return std::nullopt;

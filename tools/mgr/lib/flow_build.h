@@ -16,7 +16,7 @@ struct FlowBuild {
   uint32_t cleared = 0;  // wildcard bits of the match fields given
   bool l3 = false;       // an L3 or L4 field was given
   bool id_given = false;
-  std::optional<uint32_t> wildcards, rule_kind;
+  std::optional<uint32_t> wildcards, rule_kind, action_key;
   std::optional<uint8_t> forward, send_to_ctrl;
   std::optional<uint16_t> member_len;
   std::vector<std::string> v4_only;  // version-4-only items used, for the version check

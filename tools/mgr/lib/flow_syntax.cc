@@ -172,7 +172,12 @@ Err flow_field(FlowBuild& b, const syntax::KeyValue& kv) {
   if (k == "controller_word") return set_number(m.controller_word, v, 0xffffffff, k);
   if (k == "version") return set_number(m.version, v, 255, k);
   if (k == "more_fragments") return set_number(m.more_fragments, v, 0xffffffff, k);
-  if (k == "action_key") return set_number(m.action_key, v, 0xffffffff, k);
+  if (k == "action_key") {
+    uint32_t key = 0;
+    if (auto e = set_number(key, v, 0xffffffff, k)) return e;
+    b.action_key = key;
+    return std::nullopt;
+  }
   if (k == "fd_id") return set_number(m.fd_id, v, 0xffff, k);
   if (k == "instance") return set_number(m.instance_word, v, 0xffffffff, k);
   if (k == "fid") return set_number(m.fid, v, 0xffff, k);
@@ -271,6 +276,7 @@ Result<FlowMsg> parse_flow(std::span<const std::string> words) {
   using R = Result<FlowMsg>;
   if (words.empty()) return R::fail("flow: what to do? (add, modify, delete, ...)");
   FlowBuild b;
+  b.m.stats_flag = 1;  // the chip counts the flow: statistics are pushed for it
   const Verb* verb = nullptr;
   auto sub = syntax::split_key(words[0]);
   for (const auto& v : kVerbs) {
@@ -340,6 +346,7 @@ Result<FlowMsg> parse_flow(std::span<const std::string> words) {
       mem.action_bits &= kActMemberFlag;
   }
   if (!m.member_count_override) m.member_count = static_cast<uint16_t>(m.members.size());
+  m.action_key = b.action_key.value_or(derived_action_key(m));
   return std::move(m);
 }
 

@@ -42,6 +42,27 @@ std::string secs(double t) {
   return buf;
 }
 
+// Sends one datagram. A full queue means the agent has not read the last ones yet: wait for room,
+// reading what it sends meanwhile so that its answers are not lost either.
+std::optional<std::string> send_one(MpEndpoint& ep, Inbox& inbox, const RunOptions& opt,
+                                    const Bytes& bytes) {
+  auto deadline = after(opt.timeout);
+  auto e = ep.send(opt.agent, bytes);
+  while (e && ep.full() && seconds_left(deadline) > 0) {
+    inbox.collect(0.002);
+    e = ep.send(opt.agent, bytes);
+  }
+  if (e && ep.full()) *e += " for " + secs(opt.timeout) + "; datagram not sent";
+  return e;
+}
+
+void abort_on(const Scenario& sc, const Step& step, const RunOptions& opt, const std::string& e,
+              RunSummary& sum) {
+  line(opt, step.line, "ERROR", step.source);
+  more(opt, (sc.file.empty() ? "" : sc.file + ":" + std::to_string(step.line) + ": ") + e);
+  sum.aborted = true;
+}
+
 }  // namespace
 
 void Inbox::accept(const Bytes& datagram) {
@@ -85,26 +106,16 @@ std::optional<Message> Inbox::take(double seconds,
 RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) {
   RunSummary sum;
   Inbox inbox(ep, opt);
+  uint32_t barriers = 0;
   for (const auto& step : sc.steps) {
     if (const auto* send = std::get_if<SendStep>(&step.action)) {
       std::optional<std::string> e;
       for (const auto& dg : send->datagrams) {
-        // A full queue means the agent has not read the last ones yet: wait for room, reading
-        // what it sends meanwhile so that its answers are not lost either.
-        auto deadline = after(opt.timeout);
-        e = ep.send(opt.agent, dg.bytes());
-        while (e && ep.full() && seconds_left(deadline) > 0) {
-          inbox.collect(0.002);
-          e = ep.send(opt.agent, dg.bytes());
-        }
-        if (e && ep.full()) *e += " for " + secs(opt.timeout) + "; datagram not sent";
-        if (e) break;
+        if ((e = send_one(ep, inbox, opt, dg.bytes()))) break;
         ++sum.sent;
       }
       if (e) {
-        line(opt, step.line, "ERROR", step.source);
-        more(opt, (sc.file.empty() ? "" : sc.file + ":" + std::to_string(step.line) + ": ") + *e);
-        sum.aborted = true;
+        abort_on(sc, step, opt, *e, sum);
         break;
       }
       std::string size = std::to_string(send->bytes()) + " bytes";
@@ -135,8 +146,10 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
         const auto* s = std::get_if<StatusMsg>(&x);
         return s && s->flow_id == id;
       });
-      std::string expected = std::string(outcome_name(exp->outcome)) +
-                             (exp->text ? " with text ~ \"" + *exp->text + "\"" : "");
+      std::string expected =
+          std::string(outcome_name(exp->outcome)) +
+          (exp->text ? " with text " + std::string(exp->exact ? "=" : "~") + " \"" + *exp->text + "\""
+                     : "");
       if (!m) {
         ++sum.failed;
         line(opt, step.line, "FAILED", step.source);
@@ -190,6 +203,27 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
         line(opt, step.line, "FAILED", step.source);
         more(opt, "expected: " + conditions_text(*st));
         more(opt, "got:      " + last);
+      }
+    } else if (const auto* bar = std::get_if<BarrierStep>(&step.action)) {
+      ++sum.expectations;
+      uint32_t xid = kBarrierXid + barriers++;
+      if (auto e = send_one(ep, inbox, opt, encode(barrier_flow(xid)).value())) {
+        abort_on(sc, step, opt, *e, sum);
+        break;
+      }
+      ++sum.sent;
+      double t = bar->timeout.value_or(opt.timeout);
+      auto m = inbox.take(t, [xid](const Message& x) {
+        const auto* s = std::get_if<StatusMsg>(&x);
+        return s && s->flow_id == 0 && s->xid == xid;
+      });
+      if (m) {
+        line(opt, step.line, "ok", step.source, "the agent has handled everything sent before");
+      } else {
+        ++sum.failed;
+        line(opt, step.line, "FAILED", step.source);
+        more(opt, "expected: the status of the barrier (flow 0, xid " + std::to_string(xid) + ")");
+        more(opt, "got:      nothing within " + secs(t));
       }
     } else if (const auto* sl = std::get_if<SleepStep>(&step.action)) {
       inbox.collect(sl->seconds);

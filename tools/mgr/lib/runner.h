@@ -37,6 +37,9 @@ class Inbox {
   std::deque<Message> pending_;
 };
 
+// The xid of a run's first barrier; each further one takes the next.
+inline constexpr uint32_t kBarrierXid = 0xba770000;
+
 struct RunSummary {
   size_t sent = 0;          // datagrams
   size_t expectations = 0;  // waits and expects

@@ -31,7 +31,7 @@ StepResult wait_step(std::span<const std::string> w) {
   return std::optional<StepAction>(s);
 }
 
-// expect status <flow id> success|failure|pseudo [text ~ "..."] [timeout=D]
+// expect status <flow id> success|failure|pseudo [text ~ "..." | text = "..."] [timeout=D]
 StepResult expect_status(std::span<const std::string> w) {
   if (w.size() < 2) {
     return StepResult::fail("expect status needs a flow id and success, failure or pseudo");
@@ -51,10 +51,13 @@ StepResult expect_status(std::span<const std::string> w) {
   }
   auto rest = w.subspan(2);
   if (!rest.empty() && rest[0] == "text") {
-    if (rest.size() < 3 || rest[1] != "~") {
-      return StepResult::fail("expect status: write text ~ \"words the reason contains\"");
+    if (rest.size() < 3 || (rest[1] != "~" && rest[1] != "=")) {
+      return StepResult::fail(
+          "expect status: write text ~ \"words the reason contains\" or text = \"the whole "
+          "reason\"");
     }
     s.text = rest[2];
+    s.exact = rest[1] == "=";
     rest = rest.subspan(3);
   }
   if (auto e = timeout_option(rest, s.timeout)) return StepResult::fail("expect status: " + *e);
@@ -135,6 +138,12 @@ StepResult expect_step(std::span<const std::string> w) {
       "10 success')");
 }
 
+StepResult barrier_step(std::span<const std::string> w) {
+  BarrierStep s;
+  if (auto e = timeout_option(w, s.timeout)) return StepResult::fail("barrier: " + *e);
+  return std::optional<StepAction>(s);
+}
+
 StepResult sleep_step(std::span<const std::string> w) {
   if (w.size() != 1) return StepResult::fail("sleep needs one duration, like 'sleep 500ms'");
   auto d = syntax::duration(w[0], "sleep");
@@ -180,6 +189,7 @@ StepResult words_step(const Words& words, const ParseContext& ctx) {
   if (head == "wait") return wait_step(rest);
   if (head == "expect") return expect_step(rest);
   if (head == "sleep") return sleep_step(rest);
+  if (head == "barrier") return barrier_step(rest);
   if (head == "raw") return raw_step(rest);
   if (head == "pack" || head == "end") {
     return StepResult::fail("'" + head + "' belongs in a scenario file, around messages");
@@ -188,7 +198,7 @@ StepResult words_step(const Words& words, const ParseContext& ctx) {
     return StepResult::fail("unknown operation '" + head +
                             "' (flow, group, meter, vlan, port-vlan, evt, port, openflow, "
                             "default-action, protected-vlan, config, sync-complete, raw, wait, "
-                            "expect, sleep, pack)");
+                            "expect, sleep, barrier, pack)");
   }
   // fragment=N: the flow goes out as messages of N members each, one datagram each.
   Words op;
@@ -229,6 +239,14 @@ std::string trim(std::string_view s) {
 }
 
 }  // namespace
+
+FlowMsg barrier_flow(uint32_t xid) {
+  FlowMsg f;
+  f.sub_type = kSubAddFlow;
+  f.flow_id = 0;
+  f.xid = xid;
+  return f;
+}
 
 std::string_view outcome_name(Outcome o) {
   switch (o) {

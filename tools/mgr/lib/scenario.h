@@ -6,10 +6,11 @@
 //   flow add id=11 fragment=2 actions=output:1,output:2,output:3  (2 members a message)
 //   raw 001000a4 0000...                    bytes as they stand, for malformed input
 //   pack ... end                            the messages between go out in one datagram
-//   expect status 10 success|failure|pseudo [text ~ "words"] [timeout=2]
+//   expect status 10 success|failure|pseudo [text ~ "words" | text = "whole text"] [timeout=2]
 //   expect no status 11 [timeout=1]
 //   expect flow-stats 10 packets>=1 | queue-stats 3 [queue=2] bytes=0 | meter-stats 1 drop_bytes>=1
 //   sleep 500ms
+//   barrier [timeout=D]                     wait until the agent has handled all sent before
 #pragma once
 
 #include <optional>
@@ -41,6 +42,7 @@ struct ExpectStatusStep {
   uint32_t flow_id = 0;
   Outcome outcome = Outcome::success;
   std::optional<std::string> text;  // the status text must contain it
+  bool exact = false;               // ... or be it, whole
   std::optional<double> timeout;
 };
 // expect no status ID: no status for the flow arrives within the time (default 1 s).
@@ -66,8 +68,15 @@ struct ExpectStatsStep {
 struct SleepStep {
   double seconds = 0;
 };
+// barrier: an ADD_FLOW with flow id 0, which the agent refuses at once with a status; once that
+// status is back, the agent has handled everything sent before.
+struct BarrierStep {
+  std::optional<double> timeout;
+};
+// The barrier's message; its xid tells its status from that of another flow id 0.
+FlowMsg barrier_flow(uint32_t xid);
 using StepAction = std::variant<SendStep, WaitRegistrationStep, ExpectStatusStep,
-                                ExpectNoStatusStep, ExpectStatsStep, SleepStep>;
+                                ExpectNoStatusStep, ExpectStatsStep, SleepStep, BarrierStep>;
 
 struct Step {
   int line = 0;

@@ -87,6 +87,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"expect status 10", "needs a flow id and success"},
         BadLine{"expect status 10 maybe", "'maybe' is not success, failure or pseudo"},
         BadLine{"expect status 10 failure text \"x\"", "text ~"},
+        BadLine{"expect status 10 failure text =", "or text = \"the whole reason\""},
+        BadLine{"barrier now", "barrier: unexpected 'now'"},
         BadLine{"expect registration", "expect: status, no status, flow-stats"},
         BadLine{"expect no status", "needs a flow id"}, BadLine{"expect flow-stats", "needs an id"},
         BadLine{"expect flow-stats 3 drop_bytes=1", "'drop_bytes=1' is not a condition on packets"},

@@ -1,10 +1,15 @@
-// ofa-mgr bench: a load run of flow adds (and deletes) against a running agent.
+// ofa-mgr bench: a load run of flow adds (and deletes) against a running agent, after an optional
+// setup scenario, with a bare socket round trip measured in the same run for comparison.
 #include <unistd.h>
 
 #include <cstdio>
+#include <fstream>
+#include <sstream>
 
 #include "bench.h"
 #include "cli.h"
+#include "common/json.h"
+#include "runner.h"
 #include "syntax.h"
 
 namespace ofa::mgr::cli {
@@ -27,8 +32,16 @@ std::optional<std::string> plan_word(BenchPlan& plan, const std::string& word) {
   if (kv.key == "priority") return num(plan.base_priority, 0xffffffff);
   if (kv.key == "window") return num(plan.window, 10000);
   if (kv.key == "in-port") return num(plan.in_port, kMaxPort);
+  if (kv.key == "remote-port") return num(plan.remote_port.emplace(), kMaxPort);
+  if (kv.key == "on-chip") return num(plan.on_chip, 0xffffff);
   if (kv.key == "out-port") return num(plan.out_port, kMaxPort);
   if (kv.key == "seed") return num(plan.seed, 0xffffffff);
+  if (kv.key == "round-trips") return num(plan.round_trips, 10000000);
+  if (kv.key == "keys") {
+    if (kv.value == "shared") return (plan.keys = KeyMode::shared, std::nullopt);
+    if (kv.value == "distinct") return (plan.keys = KeyMode::distinct, std::nullopt);
+    return "bench: keys is shared or distinct";
+  }
   if (kv.key == "order") {
     if (kv.value == "ascending") return (plan.order = PriorityOrder::ascending, std::nullopt);
     if (kv.value == "descending") return (plan.order = PriorityOrder::descending, std::nullopt);
@@ -39,13 +52,105 @@ std::optional<std::string> plan_word(BenchPlan& plan, const std::string& word) {
   return "bench: unknown setting '" + kv.key + "'";
 }
 
-void report(const PhaseResult& r) {
-  std::printf(
-      "%-7s %7u flows in %8.2f s  %9.1f ops/s   latency ms  p50 %7.3f  p90 %7.3f  "
-      "p99 %7.3f  max %8.3f   failed %u  pseudo %u  missing %u\n",
-      r.name.c_str(), r.done, r.seconds, r.ops_per_second(), percentile(r.latency_ms, 50),
-      percentile(r.latency_ms, 90), percentile(r.latency_ms, 99), percentile(r.latency_ms, 100),
-      r.failed, r.pseudo, r.missing);
+// Per-operation figures exist for phases whose operations each drew a status.
+bool per_op(const PhaseResult& r) {
+  return !r.latency_ms.empty();
+}
+
+// "%9.3f", or a dash where the phase has no such figure.
+std::string cell(bool has, double v, int width, int decimals) {
+  char buf[32];
+  if (has) {
+    std::snprintf(buf, sizeof buf, "%*.*f", width, decimals, v);
+  } else {
+    std::snprintf(buf, sizeof buf, "%*s", width, "-");
+  }
+  return buf;
+}
+
+void report_text(const std::vector<PhaseResult>& phases, const RoundTrip& rt) {
+  std::printf("%-7s %8s %9s %10s %9s %9s %9s %8s %8s %8s %9s %7s %7s %8s\n", "phase", "flows",
+              "seconds", "ops/s", "ms/1000", "first1k", "last1k", "p50 ms", "p90 ms", "p99 ms",
+              "max ms", "failed", "pseudo", "missing");
+  for (const auto& r : phases) {
+    bool op = per_op(r);
+    std::printf("%-7s %8u %9.3f %10.1f %s %s %s %s %s %s %s %7u %7u %8u\n", r.name.c_str(), r.done,
+                r.seconds, r.ops_per_second(), cell(r.done > 0, r.ms_per_1000(), 9, 3).c_str(),
+                cell(op, r.ms_per_1000_first(), 9, 3).c_str(),
+                cell(op, r.ms_per_1000_last(), 9, 3).c_str(),
+                cell(op, percentile(r.latency_ms, 50), 8, 3).c_str(),
+                cell(op, percentile(r.latency_ms, 90), 8, 3).c_str(),
+                cell(op, percentile(r.latency_ms, 99), 8, 3).c_str(),
+                cell(op, percentile(r.latency_ms, 100), 9, 3).c_str(), r.failed, r.pseudo,
+                r.missing);
+  }
+  if (rt.count == 0) return;
+  if (!rt.error.empty()) {
+    std::printf("round trip: %s\n", rt.error.c_str());
+    return;
+  }
+  std::printf("round trip (AF_UNIX SEQPACKET, 128 bytes, %u times): pinned %.2f us, unpinned %.2f us\n",
+              rt.count, rt.pinned_us, rt.unpinned_us);
+  if (!phases.empty() && phases[0].done > 0) {
+    double add_us = phases[0].ms_per_1000();
+    std::printf("an add costs %.2f round trips pinned, %.2f unpinned\n", add_us / rt.pinned_us,
+                add_us / rt.unpinned_us);
+  }
+}
+
+std::string fixed(double v) {
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%.3f", v);
+  return buf;
+}
+
+void report_json(const BenchPlan& plan, const std::vector<PhaseResult>& phases,
+                 const RoundTrip& rt) {
+  tools::JsonWriter j;
+  j.begin_object().field("flows", plan.flows).field("window", plan.window);
+  j.field("keys", plan.keys == KeyMode::shared ? "shared" : "distinct");
+  j.key("phases").begin_array();
+  for (const auto& r : phases) {
+    bool op = per_op(r);
+    j.begin_object().field("name", r.name).field("done", r.done).field("failed", r.failed);
+    j.field("pseudo", r.pseudo).field("missing", r.missing);
+    j.key("seconds").raw(fixed(r.seconds)).key("ops_per_s").raw(fixed(r.ops_per_second()));
+    j.key("ms_per_1000").raw(fixed(r.ms_per_1000()));
+    if (op) {
+      j.key("ms_per_1000_first").raw(fixed(r.ms_per_1000_first()));
+      j.key("ms_per_1000_last").raw(fixed(r.ms_per_1000_last()));
+      for (auto [name, p] : {std::pair{"p50_ms", 50}, {"p90_ms", 90}, {"p99_ms", 99}, {"max_ms", 100}})
+        j.key(name).raw(fixed(percentile(r.latency_ms, p)));
+    }
+    j.end_object();
+  }
+  j.end_array();
+  if (rt.count && rt.error.empty()) {
+    j.key("round_trip").begin_object().field("count", rt.count);
+    j.key("pinned_us").raw(fixed(rt.pinned_us)).key("unpinned_us").raw(fixed(rt.unpinned_us));
+    j.end_object();
+  }
+  j.end_object();
+  std::printf("%s\n", j.str().c_str());
+}
+
+// The setup scenario, run on the bench's own end point. False when it could not be read or did
+// not go through.
+bool run_setup(const Options& o, const Target& t, MpEndpoint& ep) {
+  std::ifstream in(*o.setup);
+  if (!in) {
+    std::fprintf(stderr, "%s:0: cannot read the file\n", o.setup->c_str());
+    return false;
+  }
+  std::stringstream text;
+  text << in.rdbuf();
+  auto sc = parse_scenario(text.str(), *o.setup, t.context());
+  if (!sc.ok()) {
+    std::fprintf(stderr, "%s\n", sc.error().c_str());
+    return false;
+  }
+  RunOptions ro{agent_path(t.slot), o.timeout, o.verbose, true, o.json ? stderr : stdout};
+  return run_steps(sc.value(), ep, ro).exit_code() == kOk;
 }
 
 }  // namespace
@@ -64,6 +169,10 @@ int bench(const Options& o, const Target& t) {
     std::fprintf(stderr, "ofa-mgr bench: %s\n", ep.error().c_str());
     return kFailed;
   }
+  if (o.setup && !run_setup(o, t, *ep.value())) {
+    std::fprintf(stderr, "ofa-mgr bench: the setup %s did not go through\n", o.setup->c_str());
+    return kFailed;
+  }
   bool tty = isatty(STDERR_FILENO);
   BenchProgress progress = [&](const PhaseResult& r) {
     if (!tty) return;
@@ -74,8 +183,12 @@ int bench(const Options& o, const Target& t) {
   std::string error;
   auto results = run_bench(*ep.value(), agent_path(t.slot), plan, progress, &error);
   if (tty) std::fprintf(stderr, "\r%60s\r", "");
-  for (const auto& r : results)
-    report(r);
+  RoundTrip rt = measure_round_trips(plan.round_trips);
+  if (o.json) {
+    report_json(plan, results, rt);
+  } else {
+    report_text(results, rt);
+  }
   if (!error.empty()) {
     std::fprintf(stderr, "ofa-mgr bench: %s\n", error.c_str());
     return kFailed;

@@ -18,6 +18,7 @@ inline constexpr int kUsage = 2;   // bad command line or scenario line
 struct Options : tools::CommonOptions {
   bool dry_run = false;  // run: check the file and show the datagrams, send nothing
   uint64_t count = 0;    // listen: stop after this many messages (0: never)
+  std::optional<std::string> setup;  // bench: scenario run before the measured phases
 };
 
 // The switch's description and this LP's slot, from --platform/--slot or the environment.

@@ -13,10 +13,26 @@ namespace {
 
 Options parse(int argc, char** argv) {
   Options o;
+  // bench's --in-port N and the like are its words in-port=N.
+  auto bench_word = [&o](std::string_view name) {
+    return tools::ToolOption{name, true, [&o, name](std::string_view v) {
+                               o.args.push_back(std::string(name.substr(2)) + "=" + std::string(v));
+                               return std::optional<std::string>();
+                             }};
+  };
   const tools::ToolOption own[] = {
       tools::flag("--dry-run", o.dry_run),
       {"--count", true,
        [&o](std::string_view v) { return syntax::set_number(o.count, v, UINT32_MAX, "--count"); }},
+      {"--setup", true,
+       [&o](std::string_view v) {
+         o.setup = std::string(v);
+         return std::optional<std::string>();
+       }},
+      bench_word("--in-port"),
+      bench_word("--remote-port"),
+      bench_word("--on-chip"),
+      bench_word("--keys"),
   };
   std::span<char* const> words(argv, static_cast<size_t>(argc));
   if (auto bad = tools::parse_options("ofa-mgr", words.subspan(words.empty() ? 0 : 1), o, own)) {

@@ -1,13 +1,20 @@
 #include "bench.h"
 
+#include <sched.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <map>
 #include <numeric>
 #include <random>
+#include <thread>
 
 #include "codec.h"
+#include "runner.h"
 
 namespace ofa::mgr {
 namespace {
@@ -26,10 +33,8 @@ class Phase {
       : ep_(ep), agent_(agent), plan_(plan), progress_(progress) {}
 
   PhaseResult run(const std::string& name, const std::vector<FlowMsg>& ops, std::string* error) {
-    r_ = PhaseResult{};
-    r_.name = name;
-    r_.total = static_cast<uint32_t>(ops.size());
-    auto start = clock::now(), last_report = start;
+    begin(name, ops.size());
+    auto start = start_, last_report = start;
     size_t next = 0;
     while (next < ops.size() || !pending_.empty()) {
       while (next < ops.size() && pending_.size() < std::max<uint32_t>(plan_.window, 1)) {
@@ -42,16 +47,53 @@ class Phase {
         pending_.clear();
         break;
       }
-      if (progress_ && ms_between(last_report, clock::now()) >= 100) {
-        last_report = clock::now();
-        r_.seconds = ms_between(start, last_report) / 1000;
-        progress_(r_);
-      }
+      report(last_report);
     }
     return finish(start);
   }
 
+  // Deletes draw no status: all go out back to back, then a barrier, whose status says the
+  // agent has handled them. The phase runs from the first send to that status.
+  PhaseResult run_deletes(const std::vector<FlowMsg>& ops, std::string* error) {
+    begin("delete", ops.size());
+    auto start = start_, last_report = start;
+    uint32_t sent = 0;
+    for (const auto& op : ops) {
+      if (!send(op, error)) break;
+      r_.done = ++sent;
+      report(last_report);
+    }
+    if (sent == ops.size() && send(barrier_flow(kBarrierXid), error)) {
+      pending_[0] = clock::now();
+      while (!pending_.empty() && receive(plan_.timeout)) {
+      }
+    }
+    bool handled = sent == ops.size() && pending_.empty();
+    r_.done = handled ? sent : 0;
+    r_.missing = r_.total - r_.done;
+    r_.latency_ms.clear();  // the barrier's status is no delete's
+    r_.failed = r_.pseudo = 0;
+    r_.done_ms.assign(r_.done, ms_between(start, clock::now()));
+    return finish(start);
+  }
+
  private:
+  void begin(const std::string& name, size_t total) {
+    r_ = PhaseResult{};
+    r_.name = name;
+    r_.total = static_cast<uint32_t>(total);
+    r_.done_ms.reserve(total);
+    r_.latency_ms.reserve(total);
+    start_ = clock::now();
+  }
+
+  void report(clock::time_point& last) {
+    if (!progress_ || ms_between(last, clock::now()) < 100) return;
+    last = clock::now();
+    r_.seconds = ms_between(start_, last) / 1000;
+    progress_(r_);
+  }
+
   PhaseResult finish(clock::time_point start) {
     r_.seconds = ms_between(start, clock::now()) / 1000;
     pending_.clear();
@@ -83,6 +125,7 @@ class Phase {
       auto it = pending_.find(s->flow_id);
       if (it == pending_.end()) continue;
       r_.latency_ms.push_back(ms_between(it->second, now));
+      r_.done_ms.push_back(ms_between(start_, now));
       pending_.erase(it);
       ++r_.done;
       if (s->status == 0) {
@@ -100,7 +143,55 @@ class Phase {
   const BenchProgress& progress_;
   std::map<uint32_t, clock::time_point> pending_;
   PhaseResult r_;
+  clock::time_point start_;
 };
+
+// Milliseconds per 1000 of the operations done between numbers `from` and `to`.
+double ms_per_1000_between(const PhaseResult& r, size_t from, size_t to) {
+  if (to <= from || to > r.done_ms.size()) return 0;
+  double begin = from == 0 ? 0 : r.done_ms[from - 1];
+  return (r.done_ms[to - 1] - begin) * 1000 / static_cast<double>(to - from);
+}
+
+// Both ends of a socket pair on `cpu` (or wherever, for -1), `count` round trips of 128 bytes;
+// the mean in microseconds, or a negative value when a call failed.
+double round_trips(uint32_t count, int cpu) {
+  int fd[2];
+  if (socketpair(AF_UNIX, SOCK_SEQPACKET, 0, fd) != 0) return -1;
+  cpu_set_t before;
+  sched_getaffinity(0, sizeof before, &before);
+  auto pin = [cpu] {
+    if (cpu < 0) return;
+    cpu_set_t one;
+    CPU_ZERO(&one);
+    CPU_SET(cpu, &one);
+    sched_setaffinity(0, sizeof one, &one);  // this thread only
+  };
+  std::thread echo([&] {
+    pin();
+    std::array<uint8_t, 128> buf{};
+    for (uint32_t i = 0; i < count; ++i) {
+      if (read(fd[1], buf.data(), buf.size()) != 128 || write(fd[1], buf.data(), 128) != 128) {
+        shutdown(fd[1], SHUT_RDWR);  // lets the other end's read end
+        break;
+      }
+    }
+  });
+  pin();
+  std::array<uint8_t, 128> buf{};
+  bool ok = true;
+  auto start = clock::now();
+  for (uint32_t i = 0; ok && i < count; ++i) {
+    ok = write(fd[0], buf.data(), buf.size()) == 128 && read(fd[0], buf.data(), 128) == 128;
+  }
+  double us = ms_between(start, clock::now()) * 1000 / std::max<uint32_t>(count, 1);
+  if (!ok) shutdown(fd[0], SHUT_RDWR);  // lets the echo end
+  echo.join();
+  close(fd[0]);
+  close(fd[1]);
+  sched_setaffinity(0, sizeof before, &before);
+  return ok ? us : -1;
+}
 
 }  // namespace
 
@@ -127,13 +218,24 @@ std::vector<uint32_t> bench_priorities(const BenchPlan& plan) {
   return p;
 }
 
+double PhaseResult::ms_per_1000() const {
+  return ms_per_1000_between(*this, 0, done_ms.size());
+}
+double PhaseResult::ms_per_1000_first() const {
+  return ms_per_1000_between(*this, 0, std::min<size_t>(1000, done_ms.size()));
+}
+double PhaseResult::ms_per_1000_last() const {
+  size_t n = done_ms.size();
+  return ms_per_1000_between(*this, n - std::min<size_t>(1000, n), n);
+}
+
 FlowMsg bench_flow(const BenchPlan& plan, uint32_t i, uint32_t priority) {
   FlowMsg f;
   f.sub_type = kSubAddFlow;
   f.flow_id = plan.first_id + i;
   f.xid = i;
   f.priority = priority;
-  f.in_port_id = plan.in_port;
+  f.in_port_id = plan.remote_port && i >= plan.on_chip ? *plan.remote_port : plan.in_port;
   f.ether_type = 0x0800;
   f.dest_ip = 0x0a000000 | (i & 0x00ffffff);
   f.dest_ip_mask = 0xffffffff;
@@ -143,6 +245,8 @@ FlowMsg bench_flow(const BenchPlan& plan, uint32_t i, uint32_t priority) {
   out.out_port_id = plan.out_port;
   f.members.push_back(out);
   f.member_count = 1;
+  f.stats_flag = 1;
+  f.action_key = plan.keys == KeyMode::distinct ? f.flow_id : derived_action_key(f);
   return f;
 }
 
@@ -165,6 +269,7 @@ std::vector<PhaseResult> run_bench(MpEndpoint& ep, const std::string& agent, con
   std::vector<PhaseResult> out{phase.run("add", adds, error)};
   if (plan.remove && (!error || error->empty())) {
     std::vector<FlowMsg> dels;
+    dels.reserve(adds.size());
     for (const auto& a : adds) {
       FlowMsg d;
       d.sub_type = kSubDeleteFlow;
@@ -172,9 +277,20 @@ std::vector<PhaseResult> run_bench(MpEndpoint& ep, const std::string& agent, con
       d.xid = a.xid;
       dels.push_back(d);
     }
-    out.push_back(phase.run("delete", dels, error));
+    out.push_back(phase.run_deletes(dels, error));
   }
   return out;
+}
+
+RoundTrip measure_round_trips(uint32_t count) {
+  RoundTrip rt;
+  rt.count = count;
+  if (count == 0) return rt;
+  int cpu = sched_getcpu();
+  rt.pinned_us = round_trips(count, cpu < 0 ? 0 : cpu);
+  rt.unpinned_us = round_trips(count, -1);
+  if (rt.pinned_us < 0 || rt.unpinned_us < 0) rt.error = "socket pair round trip failed";
+  return rt;
 }
 
 }  // namespace ofa::mgr

@@ -1,8 +1,11 @@
 // Load runs: install N flows with a chosen priority order, keeping a window of operations in
-// flight, and measure operations per second and the latency of each status.
+// flight, and measure operations per second and the latency of each status; delete them again,
+// timed up to the status of a barrier; and measure a bare AF_UNIX SEQPACKET round trip, the cost
+// an add is compared against.
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -13,6 +16,8 @@
 namespace ofa::mgr {
 
 enum class PriorityOrder { ascending, descending, same, random };
+// shared: every flow has the key its actions give (one chain); distinct: each its flow id.
+enum class KeyMode { shared, distinct };
 
 struct BenchPlan {
   uint32_t flows = 1000;
@@ -21,25 +26,35 @@ struct BenchPlan {
   uint32_t base_priority = 1000;
   uint32_t window = 1;  // operations in flight
   uint16_t in_port = 3;
+  std::optional<uint16_t> remote_port;  // flows from number `on_chip` on match this port instead
+  uint32_t on_chip = 49999;
   uint16_t out_port = 5;
+  KeyMode keys = KeyMode::shared;
   bool remove = false;   // delete the flows again afterwards, as a second phase
   double timeout = 5.0;  // seconds without any status before the rest counts as missing
   uint32_t seed = 1;     // of the random order
+  uint32_t round_trips = 5000;  // bare socket round trips of each kind (0: none)
 };
 
 // Priorities of the plan's flows, in the order they are sent.
 std::vector<uint32_t> bench_priorities(const BenchPlan& plan);
-// Flow number i of the plan: in_port, IPv4 destination 10.x.y.z/32 unique per flow, output.
+// Flow number i of the plan: its in_port, IPv4 destination 10.x.y.z/32 unique per flow, output.
 FlowMsg bench_flow(const BenchPlan& plan, uint32_t i, uint32_t priority);
 
 struct PhaseResult {
   std::string name;  // "add", "delete"
   uint32_t total = 0;
-  uint32_t done = 0;  // statuses received
+  uint32_t done = 0;  // statuses received (deletes: all, once the barrier's status came)
   uint32_t failed = 0, pseudo = 0, missing = 0;
   double seconds = 0;
-  std::vector<double> latency_ms;  // one per status, in arrival order
+  std::vector<double> latency_ms;  // one per status, in arrival order (none for deletes)
+  std::vector<double> done_ms;     // when each status came, from the start of the phase
   double ops_per_second() const { return seconds > 0 ? done / seconds : 0; }
+  // Milliseconds per 1000 operations (the same number as microseconds per operation): over the
+  // whole phase, its first 1000 and its last 1000.
+  double ms_per_1000() const;
+  double ms_per_1000_first() const;
+  double ms_per_1000_last() const;
 };
 
 // The p-th percentile (0 to 100) by nearest rank; 0 for no samples.
@@ -52,5 +67,14 @@ using BenchProgress = std::function<void(const PhaseResult&)>;
 // not be sent.
 std::vector<PhaseResult> run_bench(MpEndpoint& ep, const std::string& agent, const BenchPlan& plan,
                                    const BenchProgress& progress, std::string* error);
+
+// Mean microseconds of a 128-byte ping-pong over an AF_UNIX SEQPACKET socket pair, `count` times,
+// with both ends on one CPU (pinned) and wherever the scheduler puts them.
+struct RoundTrip {
+  uint32_t count = 0;
+  double pinned_us = 0, unpinned_us = 0;
+  std::string error;  // why it could not be measured
+};
+RoundTrip measure_round_trips(uint32_t count);
 
 }  // namespace ofa::mgr

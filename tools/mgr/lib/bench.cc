@@ -25,6 +25,19 @@ double ms_between(clock::time_point a, clock::time_point b) {
   return std::chrono::duration<double, std::milli>(b - a).count();
 }
 
+// An operation encoded before its phase starts, so that the phase times only its sending.
+struct Op {
+  uint32_t flow_id;
+  Bytes bytes;
+};
+std::vector<Op> encoded(const std::vector<FlowMsg>& msgs) {
+  std::vector<Op> ops;
+  ops.reserve(msgs.size());
+  for (const auto& m : msgs)
+    ops.push_back(Op{m.flow_id, encode(m).value()});
+  return ops;
+}
+
 // One phase: keeps `window` operations in flight and matches statuses by flow id.
 class Phase {
  public:
@@ -32,14 +45,13 @@ class Phase {
         const BenchProgress& progress)
       : ep_(ep), agent_(agent), plan_(plan), progress_(progress) {}
 
-  PhaseResult run(const std::string& name, const std::vector<FlowMsg>& ops, std::string* error) {
+  PhaseResult run(const std::string& name, const std::vector<Op>& ops, std::string* error) {
     begin(name, ops.size());
     auto start = start_, last_report = start;
     size_t next = 0;
     while (next < ops.size() || !pending_.empty()) {
       while (next < ops.size() && pending_.size() < std::max<uint32_t>(plan_.window, 1)) {
         if (!send(ops[next], error)) return finish(start);
-        pending_[ops[next].flow_id] = clock::now();
         ++next;
       }
       if (!receive(plan_.timeout)) {  // nothing came for a whole timeout
@@ -54,17 +66,17 @@ class Phase {
 
   // Deletes draw no status: all go out back to back, then a barrier, whose status says the
   // agent has handled them. The phase runs from the first send to that status.
-  PhaseResult run_deletes(const std::vector<FlowMsg>& ops, std::string* error) {
+  PhaseResult run_deletes(const std::vector<Op>& ops, std::string* error) {
+    Op barrier{0, encode(barrier_flow(kBarrierXid)).value()};
     begin("delete", ops.size());
     auto start = start_, last_report = start;
     uint32_t sent = 0;
     for (const auto& op : ops) {
-      if (!send(op, error)) break;
+      if (!send(op, error, false)) break;
       r_.done = ++sent;
       report(last_report);
     }
-    if (sent == ops.size() && send(barrier_flow(kBarrierXid), error)) {
-      pending_[0] = clock::now();
+    if (sent == ops.size() && send(barrier, error)) {
       while (!pending_.empty() && receive(plan_.timeout)) {
       }
     }
@@ -100,14 +112,16 @@ class Phase {
     return r_;
   }
 
-  bool send(const FlowMsg& op, std::string* error) {
-    auto bytes = encode(op).value();
-    auto deadline = clock::now() + std::chrono::duration_cast<clock::duration>(
-                                       std::chrono::duration<double>(plan_.timeout));
-    auto e = ep_.send(agent_, bytes);
+  // Sends one operation; `awaited`: its status is waited for, timed from now.
+  bool send(const Op& op, std::string* error, bool awaited = true) {
+    auto now = clock::now();
+    if (awaited) pending_[op.flow_id] = now;
+    auto deadline = now + std::chrono::duration_cast<clock::duration>(
+                              std::chrono::duration<double>(plan_.timeout));
+    auto e = ep_.send(agent_, op.bytes);
     while (e && ep_.full() && clock::now() < deadline) {
       receive(0.001);  // let the agent's answers out while its queue drains
-      e = ep_.send(agent_, bytes);
+      e = ep_.send(agent_, op.bytes);
     }
     if (e && error) *error = *e;
     return !e;
@@ -266,7 +280,7 @@ std::vector<PhaseResult> run_bench(MpEndpoint& ep, const std::string& agent, con
   for (uint32_t i = 0; i < plan.flows; ++i)
     adds.push_back(bench_flow(plan, i, prio[i]));
   Phase phase(ep, agent, plan, progress);
-  std::vector<PhaseResult> out{phase.run("add", adds, error)};
+  std::vector<PhaseResult> out{phase.run("add", encoded(adds), error)};
   if (plan.remove && (!error || error->empty())) {
     std::vector<FlowMsg> dels;
     dels.reserve(adds.size());
@@ -277,7 +291,7 @@ std::vector<PhaseResult> run_bench(MpEndpoint& ep, const std::string& agent, con
       d.xid = a.xid;
       dels.push_back(d);
     }
-    out.push_back(phase.run_deletes(dels, error));
+    out.push_back(phase.run_deletes(encoded(dels), error));
   }
   return out;
 }

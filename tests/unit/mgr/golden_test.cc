@@ -145,15 +145,16 @@ TEST(Golden, DefaultActionKeyComesFromTheMembers) {
 TEST(Golden, FlowVersion1MembersStepBy48PlusL) {
   // Four members with L = 8 at 240, 296, 352 and 408: CONTROLLER (65533); out_tagged 2 (VLAN
   // stripped) in the low byte of +16; the member flag in the top bit of +48; out port 7.
-  EXPECT_EQ(encode_line("flow add id=30 version=1 member_len=8 actions=CONTROLLER,strip_vlan,"
-                        "member_flag,output:7"),
-            sparse_hex(464,
-                       "0: 01C001CC 00000001 | 12: 01 | 20: 0000001E | 40: 0000FFFF | "
-                       "112: FFFF0800 00010100 31A3A6FD | 140: 00040100 5BB7FE9A 00000000 00000001 | "
-                       "240: 0008 0000 FFFD 0000 00001000 | 260: 0F | 280: C0 | "
-                       "296: 0008 0000 FFFF 0000 00001000 | 312: 00000002 0F | 336: C0 | "
-                       "352: 0008 0000 FFFF 0000 00001000 | 372: 0F | 392: C0 | 400: 80 | "
-                       "408: 0008 0000 0007 0000 00001000 | 428: 0F | 448: C0"));
+  EXPECT_EQ(
+      encode_line("flow add id=30 version=1 member_len=8 actions=CONTROLLER,strip_vlan,"
+                  "member_flag,output:7"),
+      sparse_hex(464,
+                 "0: 01C001CC 00000001 | 12: 01 | 20: 0000001E | 40: 0000FFFF | "
+                 "112: FFFF0800 00010100 31A3A6FD | 140: 00040100 5BB7FE9A 00000000 00000001 | "
+                 "240: 0008 0000 FFFD 0000 00001000 | 260: 0F | 280: C0 | "
+                 "296: 0008 0000 FFFF 0000 00001000 | 312: 00000002 0F | 336: C0 | "
+                 "352: 0008 0000 FFFF 0000 00001000 | 372: 0F | 392: C0 | 400: 80 | "
+                 "408: 0008 0000 0007 0000 00001000 | 428: 0F | 448: C0"));
 }
 
 TEST(Golden, FlowVersion4StrideIs76PlusL) {

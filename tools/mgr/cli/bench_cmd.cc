@@ -74,23 +74,23 @@ void report_text(const std::vector<PhaseResult>& phases, const RoundTrip& rt) {
               "max ms", "failed", "pseudo", "missing");
   for (const auto& r : phases) {
     bool op = per_op(r);
-    std::printf("%-7s %8u %9.3f %10.1f %s %s %s %s %s %s %s %7u %7u %8u\n", r.name.c_str(), r.done,
-                r.seconds, r.ops_per_second(), cell(r.done > 0, r.ms_per_1000(), 9, 3).c_str(),
-                cell(op, r.ms_per_1000_first(), 9, 3).c_str(),
-                cell(op, r.ms_per_1000_last(), 9, 3).c_str(),
-                cell(op, percentile(r.latency_ms, 50), 8, 3).c_str(),
-                cell(op, percentile(r.latency_ms, 90), 8, 3).c_str(),
-                cell(op, percentile(r.latency_ms, 99), 8, 3).c_str(),
-                cell(op, percentile(r.latency_ms, 100), 9, 3).c_str(), r.failed, r.pseudo,
-                r.missing);
+    std::printf(
+        "%-7s %8u %9.3f %10.1f %s %s %s %s %s %s %s %7u %7u %8u\n", r.name.c_str(), r.done,
+        r.seconds, r.ops_per_second(), cell(r.done > 0, r.ms_per_1000(), 9, 3).c_str(),
+        cell(op, r.ms_per_1000_first(), 9, 3).c_str(), cell(op, r.ms_per_1000_last(), 9, 3).c_str(),
+        cell(op, percentile(r.latency_ms, 50), 8, 3).c_str(),
+        cell(op, percentile(r.latency_ms, 90), 8, 3).c_str(),
+        cell(op, percentile(r.latency_ms, 99), 8, 3).c_str(),
+        cell(op, percentile(r.latency_ms, 100), 9, 3).c_str(), r.failed, r.pseudo, r.missing);
   }
   if (rt.count == 0) return;
   if (!rt.error.empty()) {
     std::printf("round trip: %s\n", rt.error.c_str());
     return;
   }
-  std::printf("round trip (AF_UNIX SEQPACKET, 128 bytes, %u times): pinned %.2f us, unpinned %.2f us\n",
-              rt.count, rt.pinned_us, rt.unpinned_us);
+  std::printf(
+      "round trip (AF_UNIX SEQPACKET, 128 bytes, %u times): pinned %.2f us, unpinned %.2f us\n",
+      rt.count, rt.pinned_us, rt.unpinned_us);
   if (!phases.empty() && phases[0].done > 0) {
     double add_us = phases[0].ms_per_1000();
     std::printf("an add costs %.2f round trips pinned, %.2f unpinned\n", add_us / rt.pinned_us,
@@ -119,7 +119,8 @@ void report_json(const BenchPlan& plan, const std::vector<PhaseResult>& phases,
     if (op) {
       j.key("ms_per_1000_first").raw(fixed(r.ms_per_1000_first()));
       j.key("ms_per_1000_last").raw(fixed(r.ms_per_1000_last()));
-      for (auto [name, p] : {std::pair{"p50_ms", 50}, {"p90_ms", 90}, {"p99_ms", 99}, {"max_ms", 100}})
+      for (auto [name, p] :
+           {std::pair{"p50_ms", 50}, {"p90_ms", 90}, {"p99_ms", 99}, {"max_ms", 100}})
         j.key(name).raw(fixed(percentile(r.latency_ms, p)));
     }
     j.end_object();

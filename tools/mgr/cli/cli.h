@@ -16,8 +16,8 @@ inline constexpr int kUsage = 2;   // bad command line or scenario line
 
 // The common options (--run-dir, --platform, --slot, --timeout, --json, -v, -h) and ofa-mgr's own.
 struct Options : tools::CommonOptions {
-  bool dry_run = false;  // run: check the file and show the datagrams, send nothing
-  uint64_t count = 0;    // listen: stop after this many messages (0: never)
+  bool dry_run = false;              // run: check the file and show the datagrams, send nothing
+  uint64_t count = 0;                // listen: stop after this many messages (0: never)
   std::optional<std::string> setup;  // bench: scenario run before the measured phases
 };
 

@@ -30,9 +30,9 @@ struct BenchPlan {
   uint32_t on_chip = 49999;
   uint16_t out_port = 5;
   KeyMode keys = KeyMode::shared;
-  bool remove = false;   // delete the flows again afterwards, as a second phase
-  double timeout = 5.0;  // seconds without any status before the rest counts as missing
-  uint32_t seed = 1;     // of the random order
+  bool remove = false;          // delete the flows again afterwards, as a second phase
+  double timeout = 5.0;         // seconds without any status before the rest counts as missing
+  uint32_t seed = 1;            // of the random order
   uint32_t round_trips = 5000;  // bare socket round trips of each kind (0: none)
 };
 

@@ -146,10 +146,10 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
         const auto* s = std::get_if<StatusMsg>(&x);
         return s && s->flow_id == id;
       });
-      std::string expected =
-          std::string(outcome_name(exp->outcome)) +
-          (exp->text ? " with text " + std::string(exp->exact ? "=" : "~") + " \"" + *exp->text + "\""
-                     : "");
+      std::string expected = std::string(outcome_name(exp->outcome)) +
+                             (exp->text ? " with text " + std::string(exp->exact ? "=" : "~") +
+                                              " \"" + *exp->text + "\""
+                                        : "");
       if (!m) {
         ++sum.failed;
         line(opt, step.line, "FAILED", step.source);

@@ -53,6 +53,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"flow add id=1 bogus actions=drop", "'bogus' is neither a match field"},
         BadLine{"flow add id=1 actions=output:300", "output: 300 is out of range"},
         BadLine{"flow add id=1 actions=teleport:3", "unknown action 'teleport:3'"},
+        BadLine{"flow add id=1 actions=output:3,set_ttl:9",
+                "'set_ttl:9' rides on an output or group written after it"},
         BadLine{"flow add id=1 actions=output", "output needs a value"},
         BadLine{"flow add id=1 actions=drop,output:3", "drop cannot be combined"},
         BadLine{"flow add id=1 version=1 actions=group:3", "group needs version 4"},

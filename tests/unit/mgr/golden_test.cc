@@ -106,14 +106,15 @@ TEST(Golden, EachActionIsOneMember) {
       {"push_vlan:0x88a8", "60: 4000 | 66: 88A8"},
       {"pop_vlan", "60: 8000"},
       {"set_vlan_vid:200", "8: 000000C8 | 17: 01 | 60: 2000"},  // tagged, set VLAN bit
-      {"set_vlan_pcp:3", "16: 03 | 60: 2000"},
-      {"mod_dl_dst:02:00:00:00:00:01", "28: 020000000001"},
-      {"mod_nw_tos:184", "36: 2E"},  // the DSCP of the ToS byte
-      {"dec_ttl", "60: 1000"},
-      {"set_ttl:64", "62: 40"},
-      {"push_inner_vlan", "60: 0040 | 78: 8100"},
-      {"set_inner_vlan:7", "60: 0020 | 72: 00000007"},
-      {"set_inner_vlan_pcp:2", "77: 02"},
+      // Rewrites without a kind of their own ride on the output (or group) after them.
+      {"set_vlan_pcp:3,output:5", "4: 0005 | 16: 03 | 60: 2000"},
+      {"mod_dl_dst:02:00:00:00:00:01,output:5", "4: 0005 | 28: 020000000001"},
+      {"mod_nw_tos:184,group:7", "36: 2E | 44: 00000007"},  // the DSCP of the ToS byte
+      {"dec_ttl,output:5", "4: 0005 | 60: 1000"},
+      {"set_ttl:64,output:5", "4: 0005 | 62: 40"},
+      {"push_inner_vlan,output:5", "4: 0005 | 60: 0040 | 78: 8100"},
+      {"set_inner_vlan:7,output:5", "4: 0005 | 60: 0020 | 72: 00000007"},
+      {"set_inner_vlan_pcp:2,output:5", "4: 0005 | 77: 02"},
   };
   for (const auto& [action, fields] : rows) {
     auto hex = encode_line(std::string("flow add id=1 actions=") + action);
@@ -130,8 +131,9 @@ TEST(Golden, DefaultActionKeyComesFromTheMembers) {
       {"flow modify-prefix id=2 actions=output:5", 0x65FF21DB},
       {"flow add id=1 actions=set_queue:2,output:5", 0x042D701D},
       {"flow add id=1 actions=output:5,set_queue:2", 0x381FF299},
-      {"flow add id=1 version=1 member_len=8 actions=CONTROLLER,strip_vlan,member_flag,output:7",
-       0x5BB7FE9A},
+      {"flow add id=1 version=1 member_len=8 actions=CONTROLLER,strip_vlan,output:9,member_flag,"
+       "output:7",
+       0xE45616E3},
       {"flow add id=1 action_key=9 actions=output:5", 9},
       {"flow add id=1 actions=drop", 0},
   };
@@ -144,17 +146,18 @@ TEST(Golden, DefaultActionKeyComesFromTheMembers) {
 
 TEST(Golden, FlowVersion1MembersStepBy48PlusL) {
   // Four members with L = 8 at 240, 296, 352 and 408: CONTROLLER (65533); out_tagged 2 (VLAN
-  // stripped) in the low byte of +16; the member flag in the top bit of +48; out port 7.
+  // stripped) in the low byte of +16; out port 9; out port 7 with the member flag in the top bit
+  // of +48.
   EXPECT_EQ(
       encode_line("flow add id=30 version=1 member_len=8 actions=CONTROLLER,strip_vlan,"
-                  "member_flag,output:7"),
+                  "output:9,member_flag,output:7"),
       sparse_hex(464,
                  "0: 01C001CC 00000001 | 12: 01 | 20: 0000001E | 40: 0000FFFF | "
-                 "112: FFFF0800 00010100 31A3A6FD | 140: 00040100 5BB7FE9A 00000000 00000001 | "
+                 "112: FFFF0800 00010100 31A3A6FD | 140: 00040100 E45616E3 00000000 00000001 | "
                  "240: 0008 0000 FFFD 0000 00001000 | 260: 0F | 280: C0 | "
                  "296: 0008 0000 FFFF 0000 00001000 | 312: 00000002 0F | 336: C0 | "
-                 "352: 0008 0000 FFFF 0000 00001000 | 372: 0F | 392: C0 | 400: 80 | "
-                 "408: 0008 0000 0007 0000 00001000 | 428: 0F | 448: C0"));
+                 "352: 0008 0000 0009 0000 00001000 | 372: 0F | 392: C0 | "
+                 "408: 0008 0000 0007 0000 00001000 | 428: 0F | 448: C0 | 456: 80"));
 }
 
 TEST(Golden, FlowVersion4StrideIs76PlusL) {
@@ -304,7 +307,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"flow add id=16 more actions=pop_vlan,push_inner_vlan,output:1",
              "more_fragments=1 members[0].action_bits=0x80000000 "
              "members[1].action_bits=0x00400000 members[1].push_inner_vlan_type=33024 "
-             "members[2].out_port_id=1"},
+             "members[1].out_port_id=1"},
         // Untagged is in_vlan_id 0.
         Case{"flow add id=17 dl_vlan=none actions=output:1",
              "in_vlan_id=0 in_tagged=0 wildcards=0x31a386fd"},

@@ -1,7 +1,9 @@
-// The action list of a flow: every action written is one member of its own, in the order
+// The action list of a flow: every action of a kind is one member of its own, in the order
 // written, with the member's other fields at their "none" values. The agent gives each member
 // one kind, by the first test that holds (pop VLAN bit, push VLAN bit, group, output, queue, set
-// VLAN bit), so a member that carried two actions would lose the second.
+// VLAN bit), so a member that carried two such actions would lose the second. Rewrites that have
+// no kind of their own (priority bits, MACs, DSCP, TTL, the inner tag, the member flag) ride on
+// the next output or group member, which is where the chip's entry takes them from.
 #include <cctype>
 
 #include "flow_build.h"
@@ -131,15 +133,49 @@ Err action(FlowBuild& b, FlowMember& mem, bool& none, std::string_view item) {
   return "unknown action '" + std::string(item) + "'";
 }
 
+// What an action makes: a member an output or group (which takes the rewrites waiting for one),
+// a member of another kind (or no member), or a rewrite that rides on the next output or group.
+enum class Makes { output_or_group, own_member, rewrite };
+
+Makes makes(std::string_view item) {
+  size_t colon = item.find(':');
+  std::string_view name = item.substr(0, colon);
+  bool has_arg = colon != std::string_view::npos;
+  if (name == "output" || name == "group" ||
+      (!has_arg && (reserved_port(name) ||
+                    (!name.empty() && std::isdigit(static_cast<unsigned char>(name[0]))))))
+    return Makes::output_or_group;
+  static constexpr std::string_view kOwn[] = {"set_queue",  "push_vlan",    "pop_vlan",
+                                              "strip_vlan", "set_vlan_vid", "mod_vlan_vid",
+                                              "meter",      "drop"};
+  for (std::string_view k : kOwn)
+    if (syntax::same_word(name, k)) return Makes::own_member;
+  return Makes::rewrite;
+}
+
 }  // namespace
 
 Err parse_actions(FlowBuild& b, std::string_view list) {
+  FlowMember carried;  // rewrites waiting for the output or group they ride on
+  std::string rider;   // the first of them, named when none follows
   for (const auto& item : syntax::split(list, ',')) {
-    FlowMember mem;
     bool none = false;
+    Makes what = makes(item);
+    if (what == Makes::rewrite) {
+      if (auto e = action(b, carried, none, item)) return e;
+      if (rider.empty()) rider = item;
+      continue;
+    }
+    FlowMember mem = what == Makes::output_or_group ? carried : FlowMember{};
     if (auto e = action(b, mem, none, item)) return e;
-    if (!none) b.m.members.push_back(mem);
+    if (none) continue;
+    b.m.members.push_back(mem);
+    if (what == Makes::output_or_group) {
+      carried = FlowMember{};
+      rider.clear();
+    }
   }
+  if (!rider.empty()) return "'" + rider + "' rides on an output or group written after it";
   if (b.drop && !b.m.members.empty()) return "drop cannot be combined with other actions";
   if (list.empty()) b.drop = true;
   return std::nullopt;

@@ -1,0 +1,341 @@
+// Dispatch of the manager's operations with the flow engine behind it: the status each flow
+// sub-type draws (or not), its bytes, the traces, the length checks of the handlers, and the
+// configuration sub-commands 6 and 13.
+#include "manager/dispatch/dispatch.h"
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "agent/timebase.h"
+#include "agent/top/openflow_agt_main.h"
+#include "backends/chip_family.h"
+#include "chip/chip_req.h"
+#include "chip_env.h"
+#include "flow/flow_engine.h"
+#include "flow/reply.h"
+#include "hex.h"
+#include "manager/flow_status.h"
+#include "manager/msg_catalogue.h"
+#include "mgr_end.h"
+#include "platform/wire.h"
+
+namespace {
+
+using ofa::test::ChipEnv;
+using bytes = std::vector<uint8_t>;
+
+constexpr uint32_t kCtrlWord = 0x02000000;  // cid 2
+constexpr uint32_t kXid = 7;
+
+// A flow operation: generic (any in-port) unless a port is named.
+bytes flow_msg(uint32_t sub, uint32_t id, uint32_t more = 0, uint16_t in_port = 0,
+               uint16_t members = 0) {
+  bytes m(OF_FLOW_MSG_MIN_LEN);
+  ofa::wire::Writer w(m.data(), m.size());
+  w.u32_at(OF_FLOW_OFF_SUB_TYPE, sub);
+  w.u32_at(OF_FLOW_OFF_MORE_FRAGS, more);
+  w.u32_at(OF_FLOW_OFF_FLOW_ID, id);
+  w.u32_at(OF_FLOW_OFF_CID, kCtrlWord);
+  w.u32_at(OF_FLOW_OFF_XID, kXid);
+  w.u16_at(38, in_port);
+  w.u16_at(108, 65535);  // no fid
+  w.u16_at(110, 2048);   // no mvid
+  w.u32_at(116, in_port ? 0 : 1);
+  w.u16_at(136, members);
+  return m;
+}
+
+bytes config_msg(uint32_t sub_cmd, uint8_t add, uint32_t value = 0) {
+  bytes m(OF_CFG_MSG_MIN_LEN);
+  ofa::wire::Writer w(m.data(), m.size());
+  w.u32_at(OF_CFG_OFF_SUB_CMD, sub_cmd);
+  w.u8_at(OF_CFG_OFF_ADD, add);
+  w.u32_at(OF_CFG_OFF_VALUE, value);
+  return m;
+}
+
+// One message of `type` in a datagram, through the walk and the registered handlers.
+void deliver(uint32_t type, bytes body) {
+  bytes d(4);
+  ofa::wire::Writer(d.data(), 4).u32(ofa_msg_hdr(type, static_cast<uint32_t>(body.size())));
+  d.insert(d.end(), body.begin(), body.end());
+  ofa_process_mi_msg(0, 0, d.data(), static_cast<uint32_t>(d.size()));
+}
+
+class Dispatch : public ChipEnv {
+ protected:
+  void SetUp() override { Start(1); }
+  void Start(int chips) {
+    ofa::test::reset_agent({.chips = chips});
+    for (int c = 0; c < chips; ++c)
+      ASSERT_EQ(chip_up(1, static_cast<uint32_t>(c)), 0);
+    hsl().requests.clear();
+    mgr_.emplace();
+    ASSERT_TRUE(mgr_->ok());
+    ofa_register_dispatch({openflow_destroy, openflow_init});
+    openflow_init(OFA_MODE_GENERIC);
+  }
+  void TearDown() override {
+    mgr_.reset();
+    ChipEnv::TearDown();
+  }
+  std::vector<bytes> sent() { return mgr_->take(); }
+  std::optional<ofa::test::MgrEnd> mgr_;
+};
+
+// ---- the status message ---------------------------------------------------------------------
+
+struct StatusCase {
+  const char* name;
+  std::string text;
+  std::string text_hex;  // the 80 bytes at 48, as far as they are not zero
+};
+void PrintTo(const StatusCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+std::string times(const std::string& hex_byte, int n) {
+  std::string out;
+  while (n-- > 0)
+    out += hex_byte;
+  return out;
+}
+
+class StatusBytes : public Dispatch, public ::testing::WithParamInterface<StatusCase> {};
+
+TEST_P(StatusBytes, Layout) {
+  const uint32_t ids[3] = {0x11223344, kCtrlWord | 0x5, 0x99};
+  uint64_t start = ofa_timebase_ms();
+  EXPECT_EQ(openflow_send_status_ipc_to_mp(ids, 4, 1, 0xdead, static_cast<uint32_t>(start >> 32),
+                                           static_cast<uint32_t>(start), GetParam().text.c_str()),
+            1);
+  auto msgs = sent();
+  ASSERT_EQ(msgs.size(), 1u);
+  bytes got = msgs[0];
+  ASSERT_EQ(got.size(), 128u);
+  ofa::wire::Reader r(got);
+  EXPECT_EQ(r.u64_at(32), start);
+  EXPECT_GE(r.u64_at(40), start);
+  std::fill(got.begin() + 32, got.begin() + 48, 0);
+  std::string expect = "0: 00C0007C 00000000 11223344 02000005 00000099 00000001 00000000 00000004";
+  if (!GetParam().text_hex.empty()) expect += " | 48: " + GetParam().text_hex;
+  EXPECT_EQ(got, ofa::test::sparse(128, expect));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, StatusBytes,
+    ::testing::Values(StatusCase{"empty", "", ""}, StatusCase{"short", "SUCCESS", "53554343455353"},
+                      StatusCase{"cut_at_79", std::string(100, 'A'), times("41", 79)},
+                      StatusCase{"exactly_79", std::string(79, 'B'), times("42", 79)}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// ---- flow operations ------------------------------------------------------------------------
+
+constexpr int kNone = -1;
+
+struct FlowCase {
+  const char* name;
+  bytes msg;
+  int status;        // kNone: no status
+  std::string text;  // the status text
+  std::string words;  // printed
+  std::string absent;  // not printed
+  uint32_t flows;      // flows held afterwards
+};
+void PrintTo(const FlowCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+class FlowOps : public Dispatch, public ::testing::WithParamInterface<FlowCase> {};
+
+// Each case follows a generic add of flow 5, which left its reply text.
+TEST_P(FlowOps, StatusTextAndTraces) {
+  const FlowCase& c = GetParam();
+  deliver(MSGTYPE_OPENFLOW_FLOW_OPERATION, flow_msg(OFM_ADD_FLOW, 5));
+  ASSERT_EQ(sent().size(), 1u);
+  g_openflow_lp.mode = OFA_MODE_NONE;  // every flow operation puts the agent in generic mode
+  std::string out = printed([&] { deliver(MSGTYPE_OPENFLOW_FLOW_OPERATION, c.msg); });
+  auto msgs = sent();
+  EXPECT_EQ(g_openflow_lp.mode, OFA_MODE_GENERIC);
+  EXPECT_EQ(openflow_flow_count(), c.flows);
+  EXPECT_EQ(generic_modify, 0);
+  EXPECT_NE(out.find(c.words), std::string::npos) << out;
+  if (!c.absent.empty()) {
+    EXPECT_EQ(out.find(c.absent), std::string::npos) << out;
+  }
+  if (c.status == kNone) {
+    EXPECT_TRUE(msgs.empty());
+    return;
+  }
+  ASSERT_EQ(msgs.size(), 1u);
+  ofa::wire::Reader r(msgs[0]);
+  ofa::wire::Reader in(c.msg);
+  EXPECT_EQ(r.u32_at(8), in.u32_at(OF_FLOW_OFF_FLOW_ID));
+  EXPECT_EQ(r.u32_at(12), kCtrlWord);
+  EXPECT_EQ(r.u32_at(16), kXid);
+  EXPECT_EQ(r.u32_at(20), static_cast<uint32_t>(c.status));
+  EXPECT_EQ(r.u32_at(28), in.u32_at(0));
+  r.seek(OF_FLOW_STATUS_TEXT_OFF);
+  EXPECT_EQ(r.text(OF_FLOW_STATUS_TEXT_SIZE), c.text);
+}
+
+const std::string kPseudo = "PSEUDO_SUCCESS: No openflow ports on the LP.";
+std::string zero_id(const char* type) {
+  return std::string("ERROR: Msg has: FLOW ID ZERO: XID: 7; ctrl_id: 2: type: ") + type;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    SubTypes, FlowOps,
+    ::testing::Values(
+        FlowCase{"add_replaces", flow_msg(1, 5), 1, kPseudo,
+                 "Exit ADD FLOW id: 5 after ", "", 1},
+        FlowCase{"add_refused", flow_msg(1, 5, 0, 3), 0, "Openflow not enabled in: 3 (3)",
+                 "msec; FAILURE Openflow not enabled in: 3 (3)", "", 0},
+        FlowCase{"fragment_waits_silently", flow_msg(1, 5, 1), kNone, "",
+                 "Enter ADD_FLOW: Flow id: 5; xid: 7 cid: 2: More Fragments", "Exit ADD FLOW", 1},
+        FlowCase{"failed_fragment_answers_at_once", flow_msg(1, 5, 1, 0, 3), 0,
+                 "Error - openflow_generic_mode_copy_flow: Copy Flow Action Failed",
+                 "Exit ADD FLOW id: 5 after ", "", 1},
+        FlowCase{"prefix_add", flow_msg(2, 6), 1, kPseudo, "Exit ADD_FLOW_PREFIX id: 6 after ", "",
+                 2},
+        FlowCase{"delete_draws_none", flow_msg(3, 5), kNone, "", "Exit DELETE_FLOW id: 5 after ",
+                 "", 0},
+        FlowCase{"modify_of_unknown_adds", flow_msg(4, 6), 1, kPseudo,
+                 "Enter MODIFY_FLOW: Flow id: 6; xid: 7 cid: 2: Unfragmented", "", 2},
+        FlowCase{"modify_fragment_waits", flow_msg(4, 6, 1), kNone, "", "Enter MODIFY_FLOW",
+                 "Exit MODIFY_FLOW", 2},
+        FlowCase{"modify_prefix", flow_msg(5, 5), 1, kPseudo, "Exit MODIFY_FLOW_PREFIX id: 5 after",
+                 "", 1},
+        FlowCase{"zero_add", flow_msg(1, 0), 0, zero_id("ADD_FLOW"),
+                 "Enter ADD_FLOW: Flow id: 0: ERROR_MSG: " + zero_id("ADD_FLOW"), "Exit", 1},
+        FlowCase{"zero_prefix", flow_msg(2, 0), 0, zero_id("ADD_FLOW_PREFIX"), "ERROR_MSG", "", 1},
+        FlowCase{"zero_delete", flow_msg(3, 0), 0, zero_id("DELETE_FLOW"), "ERROR_MSG", "", 1},
+        FlowCase{"zero_modify", flow_msg(4, 0), 0, zero_id("MODIFY_FLOW "), "ERROR_MSG", "", 1},
+        FlowCase{"zero_modify_prefix", flow_msg(5, 0), 0, zero_id("MODIFY_FLOW_PREFIX"),
+                 "ERROR_MSG", "", 1},
+        FlowCase{"clear_stats_takes_zero", flow_msg(12, 0), kNone, "",
+                 "OPENFLOW IPC: Clearing the flow stats: id 0", "ERROR_MSG", 1},
+        FlowCase{"members_refused_with_last_text", flow_msg(14, 5), 0, kPseudo,
+                 "Exit ADD_FLOW_MEMBERS id: 5 after ", "", 1},
+        FlowCase{"members_last_fragment", flow_msg(14, 5), 0, kPseudo,
+                 "Enter ADD_FLOW_MEMBERS: Flow id: 5; xid: 7 cid: 2: Last fragment!", "", 1},
+        FlowCase{"ctrl_stats", flow_msg(15, 5), kNone, "",
+                 "OPENFLOW IPC: Clearing the controller stats", "", 1},
+        FlowCase{"delete_all_draws_none", flow_msg(17, 0), kNone, "", "Exit DELETE_FLOWS", "", 0},
+        FlowCase{"default_zero", flow_msg(0, 5), kNone, "", "Default case for openflow IPC", "",
+                 1},
+        FlowCase{"default_config_sub_type", flow_msg(13, 5), kNone, "",
+                 "Default case for openflow IPC", "", 1},
+        FlowCase{"default_above", flow_msg(18, 0), kNone, "", "Default case for openflow IPC", "",
+                 1}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// ---- length checks and registration ---------------------------------------------------------
+
+struct LengthCase {
+  const char* name;
+  uint32_t type;
+  uint32_t len;
+  const char* words;  // printed, or null for a message that is taken
+};
+void PrintTo(const LengthCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+class Lengths : public Dispatch, public ::testing::WithParamInterface<LengthCase> {};
+
+TEST_P(Lengths, ShortMessageIsTracedAndDropped) {
+  const LengthCase& c = GetParam();
+  bytes body = c.type == MSGTYPE_OPENFLOW_FLOW_OPERATION ? flow_msg(1, 5) : bytes(c.len);
+  body.resize(c.len);
+  std::string out = printed([&] { deliver(c.type, body); });
+  if (c.words) {
+    EXPECT_NE(out.find(c.words), std::string::npos) << out;
+    EXPECT_TRUE(sent().empty());
+    EXPECT_EQ(openflow_flow_count(), 0u);
+  } else {
+    EXPECT_EQ(out.find("Invalid IPC length"), std::string::npos) << out;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Handlers, Lengths,
+    ::testing::Values(
+        LengthCase{"flow_315", MSGTYPE_OPENFLOW_FLOW_OPERATION, 315,
+                   "OPENFLOW PROCESS IPC: Invalid IPC length 315"},
+        LengthCase{"flow_316", MSGTYPE_OPENFLOW_FLOW_OPERATION, 316, nullptr},
+        LengthCase{"config_3719", MSGTYPE_OPENFLOW_CONFIG, 3719, "Error - Invalid IPC length 3719"},
+        LengthCase{"config_3720", MSGTYPE_OPENFLOW_CONFIG, 3720, nullptr},
+        LengthCase{"sync_315", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 315,
+                   "Error - openflow_lp_process_sync_msg, Invalid IPC length 315"},
+        LengthCase{"sync_316", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 316, nullptr}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// ---- configuration --------------------------------------------------------------------------
+
+struct DefaultModeCase {
+  const char* name;
+  uint8_t add;
+  std::set<size_t> fail;      // chip requests refused
+  size_t requests;            // chip requests sent
+  uint8_t default_action;     // afterwards
+};
+void PrintTo(const DefaultModeCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+class DefaultMode : public Dispatch, public ::testing::WithParamInterface<DefaultModeCase> {
+ protected:
+  void SetUp() override { Start(2); }
+};
+
+// Two updates a chip (L2, then L3), chip by chip in table order (flat chip 1 first); a refused L2
+// update skips that chip's L3 one.
+TEST_P(DefaultMode, UpdatesEveryChipsDefaultEntries) {
+  const DefaultModeCase& c = GetParam();
+  hsl().fail = c.fail;
+  deliver(MSGTYPE_OPENFLOW_CONFIG, config_msg(OFM_CONFIG_DEFAULT_MODE, c.add, 1));
+  EXPECT_EQ(g_openflow_lp.default_action, c.default_action);
+  const auto& q = hsl().requests;
+  ASSERT_EQ(q.size(), c.requests);
+  if (c.requests != 4) return;
+  uint32_t chip0 = ofLookupChip(0)->ifindex, chip1 = ofLookupChip(1)->ifindex;
+  EXPECT_EQ((std::vector<uint32_t>{q[0].target, q[1].target, q[2].target, q[3].target}),
+            (std::vector<uint32_t>{chip1, chip1, chip0, chip0}));
+  EXPECT_EQ(hsl().commands(), (std::vector<uint32_t>{OF_CMD_L2FLOW_UPD, OF_CMD_L3FLOW_UPD,
+                                                     OF_CMD_L2FLOW_UPD, OF_CMD_L3FLOW_UPD}));
+  EXPECT_TRUE(sent().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Chips, DefaultMode,
+    ::testing::Values(DefaultModeCase{"disable_form", 0, {}, 4, 1},
+                      DefaultModeCase{"l2_refused_on_chip_walked_first", 0, {0}, 3, 1},
+                      DefaultModeCase{"l3_refused_on_chip_walked_first", 0, {1}, 4, 1},
+                      DefaultModeCase{"enable_form_ignored", 1, {}, 0, 0},
+                      DefaultModeCase{"add_two_ignored", 2, {}, 0, 0}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(Dispatch, GlobalDisableResetsAndRegistersAgain) {
+  deliver(MSGTYPE_OPENFLOW_FLOW_OPERATION, flow_msg(OFM_ADD_FLOW, 5));
+  sent();
+  g_openflow_lp.default_action = 1;
+  deliver(MSGTYPE_OPENFLOW_CONFIG, config_msg(OFM_CONFIG_OF, 1));  // enabling changes nothing
+  EXPECT_EQ(openflow_flow_count(), 1u);
+  EXPECT_TRUE(sent().empty());
+  std::string out = printed([&] { deliver(MSGTYPE_OPENFLOW_CONFIG, config_msg(OFM_CONFIG_OF, 0)); });
+  EXPECT_EQ(openflow_flow_count(), 0u);
+  EXPECT_EQ(g_openflow_lp.mode, OFA_MODE_GENERIC);
+  EXPECT_EQ(g_openflow_lp.default_action, 0);
+  EXPECT_EQ(openflow_init_completed, 1);
+  EXPECT_NE(out.find("OPENFLOW Agent register with manager"), std::string::npos);
+  auto msgs = sent();
+  ASSERT_EQ(msgs.size(), 1u);
+  EXPECT_EQ(msgs[0], ofa::test::hex("02C00008 02C00004 00000001"));
+  deliver(MSGTYPE_OPENFLOW_FLOW_OPERATION, flow_msg(OFM_ADD_FLOW, 5));  // the tables are back
+  EXPECT_EQ(openflow_flow_count(), 1u);
+}
+
+}  // namespace

@@ -70,8 +70,7 @@ of_catchall_port* lp_openflow_port_entry(int32_t index) {
 
 void lp_openflow_reset_port_default_cams(of_catchall_port* rec) {
   if (!rec) {
-    file_printf(
-        "OPENFLOW: Error - lp_openflow_reset_port_default_cams - invalid port cam info\n");
+    file_printf("OPENFLOW: Error - lp_openflow_reset_port_default_cams - invalid port cam info\n");
     return;
   }
   *rec = of_catchall_port{};

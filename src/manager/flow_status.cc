@@ -15,8 +15,8 @@ int openflow_send_status_ipc_to_mp(const uint32_t id_block[3], uint32_t sub_type
                                    const char* text) {
   uint8_t* buf = ipc_get_buffer(OF_FLOW_STATUS_SIZE);
   if (!buf) return 0;
-  std::string_view reason = text ? std::string_view(text, strnlen(text, OF_FLOW_STATUS_TEXT_SIZE))
-                                 : std::string_view{};
+  std::string_view reason =
+      text ? std::string_view(text, strnlen(text, OF_FLOW_STATUS_TEXT_SIZE)) : std::string_view{};
   ofa::wire::Writer w(buf, OF_FLOW_STATUS_SIZE);
   w.u32(ofa_msg_hdr(MSGTYPE_OPENFLOW_FLOW_STATUS, OF_FLOW_STATUS_SIZE - OFA_MSG_HDR_SIZE))
       .u32(0)

@@ -46,8 +46,7 @@ int lp_cam_add_openflow_catchall_cams(const of_port_mask* mask) {
     of_catchall_port* rec = lp_openflow_port_entry(e->port_db_index);
     if (!rec) return 0;
     if (rec->flags & OF_CATCHALL_VALID) {
-      ofa_debug_printf(
-          "OPENFLOW HARDWARE: Error - Openflow catchall entries Already programmed\n");
+      ofa_debug_printf("OPENFLOW HARDWARE: Error - Openflow catchall entries Already programmed\n");
       return 0;
     }
     int type = port_is_openflow_type(p);

@@ -52,8 +52,8 @@ void openflow_lp_process_config_data(uint32_t len, const uint8_t* msg, int, uint
   if (config_debug())
     file_printf("Received Openflow Config IPC message, sub_cmd = %d, add = %d\n", sub_cmd, add);
   if (add == OF_CFG_ADD_ENABLE) {
-    file_printf("CONFIG_OF Received Openflow Config IPC message, sub_cmd = %d, add = %d\n",
-                sub_cmd, add);
+    file_printf("CONFIG_OF Received Openflow Config IPC message, sub_cmd = %d, add = %d\n", sub_cmd,
+                add);
     switch (sub_cmd) {
       case OFM_CONFIG_OF:  // enabling is implicit: the databases exist from start-up
         file_printf(

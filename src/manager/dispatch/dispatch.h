@@ -63,11 +63,11 @@ void process_lp_openflow_download_one_flow(std::span<const uint8_t> msg);
 const char* UINT64toString(uint64_t value);
 
 // ---- entry points with a fixed answer and no other effect ------------------------------------
-int openflow_send_meter_status_ipc_to_mp();     // 1
-int openflow_send_group_status_ipc_to_mp();     // 1
-int openflow_send_sync_complete_ipc_to_mp();    // 1
-int openflow_reload_flows();                    // 0
-int openflow_download_flow_stats();             // 0
-int ipc_send();                                 // 0
-int ipc_fid_member_count();                     // 0
-int openflow_lp_trunk_program(int value);       // value
+int openflow_send_meter_status_ipc_to_mp();   // 1
+int openflow_send_group_status_ipc_to_mp();   // 1
+int openflow_send_sync_complete_ipc_to_mp();  // 1
+int openflow_reload_flows();                  // 0
+int openflow_download_flow_stats();           // 0
+int ipc_send();                               // 0
+int ipc_fid_member_count();                   // 0
+int openflow_lp_trunk_program(int value);     // value

@@ -65,8 +65,9 @@ bool flow_id_zero(const flow_op& op) {
 }
 
 void add_flow(const flow_op& op, std::span<const uint8_t> msg) {
-  ofa_trace(OFAMSG, 7, 4, OFA_TR_ADD_FLOW_ENTER, "Enter ADD_FLOW: Flow id: %d; xid: %d cid: %d: %s\n",
-            op.id(), op.xid(), op.cid, fragments(op.more));
+  ofa_trace(OFAMSG, 7, 4, OFA_TR_ADD_FLOW_ENTER,
+            "Enter ADD_FLOW: Flow id: %d; xid: %d cid: %d: %s\n", op.id(), op.xid(), op.cid,
+            fragments(op.more));
   file_printf("Enter ADD_FLOW: Flow id: %d; xid: %d cid: %d: %s\n", op.id(), op.xid(), op.cid,
               fragments(op.more));
   int r = openflow_generic_mode_add_flow(msg);
@@ -92,9 +93,8 @@ void delete_flow(const flow_op& op) {
   ofa_trace(OFAMSG, 7, 3, OFA_TR_DELETE_FLOW_ENTER,
             "Enter DELETE_FLOW: Flow id: %d; xid: %d cid: %d\n", op.id(), op.xid(), op.cid);
   int r = openflow_generic_mode_delete_flow(op.ids, 0);
-  ofa_trace(OFAMSG, 7, 4, OFA_TR_DELETE_FLOW_EXIT,
-            "Exit DELETE_FLOW id: %d after %s msec; %s %s\n", op.id(), op.elapsed(), outcome(r),
-            of_get_lp_message());
+  ofa_trace(OFAMSG, 7, 4, OFA_TR_DELETE_FLOW_EXIT, "Exit DELETE_FLOW id: %d after %s msec; %s %s\n",
+            op.id(), op.elapsed(), outcome(r), of_get_lp_message());
 }
 
 void modify_flow(const flow_op& op, std::span<const uint8_t> msg) {

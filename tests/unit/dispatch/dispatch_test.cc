@@ -138,9 +138,9 @@ constexpr int kNone = -1;
 struct FlowCase {
   const char* name;
   bytes msg;
-  int status;        // kNone: no status
-  std::string text;  // the status text
-  std::string words;  // printed
+  int status;          // kNone: no status
+  std::string text;    // the status text
+  std::string words;   // printed
   std::string absent;  // not printed
   uint32_t flows;      // flows held afterwards
 };
@@ -189,8 +189,7 @@ std::string zero_id(const char* type) {
 INSTANTIATE_TEST_SUITE_P(
     SubTypes, FlowOps,
     ::testing::Values(
-        FlowCase{"add_replaces", flow_msg(1, 5), 1, kPseudo,
-                 "Exit ADD FLOW id: 5 after ", "", 1},
+        FlowCase{"add_replaces", flow_msg(1, 5), 1, kPseudo, "Exit ADD FLOW id: 5 after ", "", 1},
         FlowCase{"add_refused", flow_msg(1, 5, 0, 3), 0, "Openflow not enabled in: 3 (3)",
                  "msec; FAILURE Openflow not enabled in: 3 (3)", "", 0},
         FlowCase{"fragment_waits_silently", flow_msg(1, 5, 1), kNone, "",
@@ -224,8 +223,7 @@ INSTANTIATE_TEST_SUITE_P(
         FlowCase{"ctrl_stats", flow_msg(15, 5), kNone, "",
                  "OPENFLOW IPC: Clearing the controller stats", "", 1},
         FlowCase{"delete_all_draws_none", flow_msg(17, 0), kNone, "", "Exit DELETE_FLOWS", "", 0},
-        FlowCase{"default_zero", flow_msg(0, 5), kNone, "", "Default case for openflow IPC", "",
-                 1},
+        FlowCase{"default_zero", flow_msg(0, 5), kNone, "", "Default case for openflow IPC", "", 1},
         FlowCase{"default_config_sub_type", flow_msg(13, 5), kNone, "",
                  "Default case for openflow IPC", "", 1},
         FlowCase{"default_above", flow_msg(18, 0), kNone, "", "Default case for openflow IPC", "",
@@ -262,15 +260,15 @@ TEST_P(Lengths, ShortMessageIsTracedAndDropped) {
 
 INSTANTIATE_TEST_SUITE_P(
     Handlers, Lengths,
-    ::testing::Values(
-        LengthCase{"flow_315", MSGTYPE_OPENFLOW_FLOW_OPERATION, 315,
-                   "OPENFLOW PROCESS IPC: Invalid IPC length 315"},
-        LengthCase{"flow_316", MSGTYPE_OPENFLOW_FLOW_OPERATION, 316, nullptr},
-        LengthCase{"config_3719", MSGTYPE_OPENFLOW_CONFIG, 3719, "Error - Invalid IPC length 3719"},
-        LengthCase{"config_3720", MSGTYPE_OPENFLOW_CONFIG, 3720, nullptr},
-        LengthCase{"sync_315", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 315,
-                   "Error - openflow_lp_process_sync_msg, Invalid IPC length 315"},
-        LengthCase{"sync_316", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 316, nullptr}),
+    ::testing::Values(LengthCase{"flow_315", MSGTYPE_OPENFLOW_FLOW_OPERATION, 315,
+                                 "OPENFLOW PROCESS IPC: Invalid IPC length 315"},
+                      LengthCase{"flow_316", MSGTYPE_OPENFLOW_FLOW_OPERATION, 316, nullptr},
+                      LengthCase{"config_3719", MSGTYPE_OPENFLOW_CONFIG, 3719,
+                                 "Error - Invalid IPC length 3719"},
+                      LengthCase{"config_3720", MSGTYPE_OPENFLOW_CONFIG, 3720, nullptr},
+                      LengthCase{"sync_315", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 315,
+                                 "Error - openflow_lp_process_sync_msg, Invalid IPC length 315"},
+                      LengthCase{"sync_316", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 316, nullptr}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // ---- configuration --------------------------------------------------------------------------
@@ -278,9 +276,9 @@ INSTANTIATE_TEST_SUITE_P(
 struct DefaultModeCase {
   const char* name;
   uint8_t add;
-  std::set<size_t> fail;      // chip requests refused
-  size_t requests;            // chip requests sent
-  uint8_t default_action;     // afterwards
+  std::set<size_t> fail;   // chip requests refused
+  size_t requests;         // chip requests sent
+  uint8_t default_action;  // afterwards
 };
 void PrintTo(const DefaultModeCase& c, std::ostream* os) {
   *os << c.name;
@@ -325,7 +323,8 @@ TEST_F(Dispatch, GlobalDisableResetsAndRegistersAgain) {
   deliver(MSGTYPE_OPENFLOW_CONFIG, config_msg(OFM_CONFIG_OF, 1));  // enabling changes nothing
   EXPECT_EQ(openflow_flow_count(), 1u);
   EXPECT_TRUE(sent().empty());
-  std::string out = printed([&] { deliver(MSGTYPE_OPENFLOW_CONFIG, config_msg(OFM_CONFIG_OF, 0)); });
+  std::string out =
+      printed([&] { deliver(MSGTYPE_OPENFLOW_CONFIG, config_msg(OFM_CONFIG_OF, 0)); });
   EXPECT_EQ(openflow_flow_count(), 0u);
   EXPECT_EQ(g_openflow_lp.mode, OFA_MODE_GENERIC);
   EXPECT_EQ(g_openflow_lp.default_action, 0);

@@ -74,26 +74,25 @@ TEST_P(CatchallAdd, RecordsWithoutChipRequests) {
   EXPECT_TRUE(hsl().requests.empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Masks, CatchallAdd,
-    ::testing::Values(
-        AddCase{"by_kind",
-                {3, 5, 7, 9},
-                {},
-                1,
-                {{3, OF_CATCHALL_VALID, 3, kNone},
-                 {5, OF_CATCHALL_VALID, kNone, 5},
-                 {7, OF_CATCHALL_VALID, kNone, kNone},
-                 {9, 0, kNone, kNone}}},
-        AddCase{"stops_at_programmed",
-                {3, 5, 7},
-                {5},
-                0,
-                {{3, OF_CATCHALL_VALID, 3, kNone},
-                 {5, OF_CATCHALL_VALID, kNone, kNone},
-                 {7, 0, kNone, kNone}}},
-        AddCase{"empty_mask", {}, {}, 1, {{3, 0, kNone, kNone}}}),
-    [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Masks, CatchallAdd,
+                         ::testing::Values(AddCase{"by_kind",
+                                                   {3, 5, 7, 9},
+                                                   {},
+                                                   1,
+                                                   {{3, OF_CATCHALL_VALID, 3, kNone},
+                                                    {5, OF_CATCHALL_VALID, kNone, 5},
+                                                    {7, OF_CATCHALL_VALID, kNone, kNone},
+                                                    {9, 0, kNone, kNone}}},
+                                           AddCase{"stops_at_programmed",
+                                                   {3, 5, 7},
+                                                   {5},
+                                                   0,
+                                                   {{3, OF_CATCHALL_VALID, 3, kNone},
+                                                    {5, OF_CATCHALL_VALID, kNone, kNone},
+                                                    {7, 0, kNone, kNone}}},
+                                           AddCase{
+                                               "empty_mask", {}, {}, 1, {{3, 0, kNone, kNone}}}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(Catchall, RemovalDropsHandlesAndKeepsTheMarkUntilReset) {
   of_port_mask m = mask_of({3, 5});

@@ -20,6 +20,7 @@
 #include "chip/nl_module.h"
 #include "debug/qcf_client.h"
 #include "foundation/kprintf.h"
+#include "manager/dispatch/dispatch.h"
 #include "manager/msg_catalogue.h"
 #include "manager/mxl.h"
 #include "platform/asp.h"
@@ -281,6 +282,7 @@ int openflow_agt_main(int argc, char** argv) {
 
   ofRegisterNLModule();
   of_register_mxl_module(ofa_process_mi_msg);
+  ofa_register_dispatch({openflow_destroy, openflow_init});
   ofa_register_agent();
   ofInitIfTable();
   thread_add_timer(openflowAgtPcb.lib, ofa_stats_timer, nullptr, kStatsPeriod);

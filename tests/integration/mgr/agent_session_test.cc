@@ -20,7 +20,11 @@ class AgentSession : public ofa::test::RunDir {
   // Starts ofa-mgr with `args`, then the agent once the manager's end point is bound.
   void start(const std::vector<std::string>& args, const std::string& out) {
     mgr_.start(OFA_MGR_BIN, args, env_, path(out));
-    ASSERT_TRUE(ofa::test::wait_for([&] { return ofa::test::exists(path("pq6/ofmgragt.mp")); }));
+    // A run that is answered at once may be over (its end point gone) before the first look.
+    ASSERT_TRUE(ofa::test::wait_for([&] {
+      return ofa::test::exists(path("pq6/ofmgragt.mp")) ||
+             ofa::test::read_file(path(out)).find("datagrams sent") != std::string::npos;
+    }));
     if (!agent_.alive()) agent_.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
   }
   ofa::test::Child mgr_, agent_;
@@ -35,7 +39,7 @@ TEST_F(AgentSession, ListenShowsTheRegistrationAndMalformedInputIsSurvived) {
   start({"run", "--timeout", "0.3", kScenarios + "/malformed.scn"}, "malformed.out");
   int rc = mgr_.wait_exit(std::chrono::seconds(60));
   std::string run = ofa::test::read_file(path("malformed.out"));
-  EXPECT_TRUE(rc == 0 || rc == 1) << rc << "\n" << run;  // 1 while no flow handler answers
+  EXPECT_TRUE(rc == 0 || rc == 1) << rc << "\n" << run;  // 1 while port 3 is not enabled
   EXPECT_EQ(count(run, " ERROR "), 0u) << run;
   EXPECT_NE(run.find("12 datagrams sent"), std::string::npos) << run;
   ASSERT_TRUE(wait_agent_log("Invalid msg type 13")) << agent_log();

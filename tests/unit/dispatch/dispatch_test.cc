@@ -1,0 +1,319 @@
+// Dispatch of the manager's operations with the flow engine behind it: the status each flow
+// sub-type draws (or not), its bytes, the traces, the length checks of the handlers, and the
+// configuration sub-commands 6 and 13. Messages come from the manager tool's encoder, statuses go
+// back through its decoder.
+#include "manager/dispatch/dispatch.h"
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "agent/flow_record.h"
+#include "agent/timebase.h"
+#include "agent/top/openflow_agt_main.h"
+#include "chip/chip_req.h"
+#include "codec.h"
+#include "flow/flow_engine.h"
+#include "flow_env.h"
+#include "hex.h"
+#include "manager/flow_status.h"
+#include "manager/msg_catalogue.h"
+#include "mgr_end.h"
+#include "platform/wire.h"
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+namespace mgr = ofa::mgr;
+
+constexpr uint32_t kCtrlWord = 0x02000000;  // cid 2
+constexpr uint32_t kXid = 7;
+
+// The fixture's messages, for the case tables.
+struct Msgs : ofa::test::FlowEnv {
+  using FlowEnv::bytes;
+  using FlowEnv::flow;
+};
+
+// A flow operation on generic flow `id` (on `in_port` when one is named).
+mgr::FlowMsg op(uint16_t sub, uint32_t id, uint32_t more = 0, uint16_t in_port = OF_PORT_NONE) {
+  mgr::FlowMsg m = Msgs::flow(id, 10, in_port);
+  m.sub_type = sub;
+  m.more_fragments = more;
+  m.controller_word = kCtrlWord;
+  m.xid = kXid;
+  return m;
+}
+mgr::FlowMsg with_member_count(mgr::FlowMsg m, uint16_t count) {
+  m.member_count = count;
+  m.member_count_override = true;
+  return m;
+}
+
+mgr::ConfigMsg config(uint32_t sub_cmd, uint8_t add, uint32_t value = 0) {
+  mgr::ConfigMsg m;
+  m.sub_cmd = sub_cmd;
+  m.add = add;
+  m.value = value;
+  return m;
+}
+
+// One datagram through the walk and the registered handlers.
+void deliver(const Bytes& datagram) {
+  ofa_process_mi_msg(0, 0, datagram.data(), static_cast<uint32_t>(datagram.size()));
+}
+void deliver(const mgr::Message& m) {
+  auto d = mgr::encode(m);
+  ASSERT_TRUE(d.ok());
+  deliver(d.value());
+}
+
+class Dispatch : public ofa::test::FlowEnv {
+ protected:
+  void SetUp() override {
+    FlowEnv::SetUp();
+    openflow_init_completed = 1;  // the fixture made the databases
+    mgr_.emplace();
+    ASSERT_TRUE(mgr_->ok());
+    ofa_register_dispatch({openflow_destroy, openflow_init});
+  }
+  void TearDown() override {
+    mgr_.reset();
+    FlowEnv::TearDown();
+  }
+  std::vector<Bytes> sent() { return mgr_->take(); }
+  // The one status sent, decoded.
+  std::optional<mgr::StatusMsg> status() {
+    auto msgs = sent();
+    if (msgs.size() != 1) return std::nullopt;
+    auto decoded = mgr::decode_datagram(msgs[0]);
+    if (decoded.size() != 1) return std::nullopt;
+    const auto* m = std::get_if<mgr::Message>(&decoded[0]);
+    const auto* st = m ? std::get_if<mgr::StatusMsg>(m) : nullptr;
+    return st ? std::optional(*st) : std::nullopt;
+  }
+  std::optional<ofa::test::MgrEnd> mgr_;
+};
+
+// ---- the status message ---------------------------------------------------------------------
+
+// The text is cut at 79 characters and terminated by the zero-filled buffer.
+TEST_F(Dispatch, StatusBytes) {
+  const uint32_t ids[3] = {0x11223344, kCtrlWord | 0x5, 0x99};
+  uint64_t start = ofa_timebase_ms();
+  EXPECT_EQ(
+      openflow_send_status_ipc_to_mp(ids, 4, 1, 0xdead, static_cast<uint32_t>(start >> 32),
+                                     static_cast<uint32_t>(start), std::string(100, 'A').c_str()),
+      1);
+  auto msgs = sent();
+  ASSERT_EQ(msgs.size(), 1u);
+  Bytes got = msgs[0];
+  ASSERT_EQ(got.size(), 128u);
+  ofa::wire::Reader r(got);
+  EXPECT_EQ(r.u64_at(32), start);
+  EXPECT_GE(r.u64_at(40), start);
+  std::fill(got.begin() + 32, got.begin() + 48, 0);
+  Bytes want = ofa::test::sparse(
+      128, "0: 00C0007C 00000000 11223344 02000005 00000099 00000001 00000000 00000004");
+  std::fill(want.begin() + 48, want.begin() + 127, 'A');
+  EXPECT_EQ(got, want);
+}
+
+// ---- flow operations ------------------------------------------------------------------------
+
+constexpr int kNone = -1;
+
+struct FlowCase {
+  const char* name;
+  mgr::FlowMsg msg;
+  int status;          // kNone: no status
+  std::string text;    // the status text
+  std::string words;   // printed
+  std::string absent;  // not printed
+  uint32_t flows;      // flows held afterwards
+};
+void PrintTo(const FlowCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+class FlowOps : public Dispatch, public ::testing::WithParamInterface<FlowCase> {};
+
+// Each case follows an add of generic flow 5, which left its reply text.
+TEST_P(FlowOps, StatusTextAndTraces) {
+  const FlowCase& c = GetParam();
+  deliver(op(OFM_ADD_FLOW, 5));
+  ASSERT_EQ(sent().size(), 1u);
+  g_openflow_lp.mode = OFA_MODE_NONE;  // every flow operation puts the agent in generic mode
+  std::string out = printed([&] { deliver(c.msg); });
+  EXPECT_EQ(g_openflow_lp.mode, OFA_MODE_GENERIC);
+  EXPECT_EQ(openflow_flow_count(), c.flows);
+  EXPECT_EQ(generic_modify, 0);
+  EXPECT_NE(out.find(c.words), std::string::npos) << out;
+  if (!c.absent.empty()) {
+    EXPECT_EQ(out.find(c.absent), std::string::npos) << out;
+  }
+  if (c.status == kNone) {
+    EXPECT_TRUE(sent().empty());
+    return;
+  }
+  auto st = status();
+  ASSERT_TRUE(st);
+  EXPECT_EQ(st->flow_id, c.msg.flow_id);
+  EXPECT_EQ(st->controller_word, kCtrlWord);
+  EXPECT_EQ(st->xid, kXid);
+  EXPECT_EQ(st->status, static_cast<uint32_t>(c.status));
+  EXPECT_EQ(st->sub_type, c.msg.sub_type);
+  EXPECT_EQ(st->text, c.text);
+}
+
+std::string zero_id(const char* type) {
+  return std::string("ERROR: Msg has: FLOW ID ZERO: XID: 7; ctrl_id: 2: type: ") + type;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    SubTypes, FlowOps,
+    ::testing::Values(
+        FlowCase{"add_replaces", op(1, 5), 1, "SUCCESS", "Exit ADD FLOW id: 5 after ", "", 1},
+        FlowCase{"add_refused", op(1, 5, 0, 3), 0, "Openflow not enabled in: 3 (3)",
+                 "msec; FAILURE Openflow not enabled in: 3 (3)", "", 0},
+        FlowCase{"fragment_waits_silently", op(1, 5, 1), kNone, "",
+                 "Enter ADD_FLOW: Flow id: 5; xid: 7 cid: 2: More Fragments", "Exit ADD FLOW", 1},
+        FlowCase{"failed_fragment_answers_at_once", with_member_count(op(1, 5, 1), 3), 0,
+                 "Error - openflow_generic_mode_copy_flow: Copy Flow Action Failed",
+                 "Exit ADD FLOW id: 5 after ", "", 1},
+        FlowCase{"prefix_add", op(2, 6), 1, "SUCCESS", "Exit ADD_FLOW_PREFIX id: 6 after ", "", 2},
+        FlowCase{"delete_draws_none", op(3, 5), kNone, "", "Exit DELETE_FLOW id: 5 after ", "", 0},
+        FlowCase{"modify_of_unknown_adds", op(4, 6), 1, "SUCCESS",
+                 "Enter MODIFY_FLOW: Flow id: 6; xid: 7 cid: 2: Unfragmented", "", 2},
+        FlowCase{"modify_fragment_waits", op(4, 6, 1), kNone, "", "Enter MODIFY_FLOW",
+                 "Exit MODIFY_FLOW", 2},
+        FlowCase{"modify_prefix", op(5, 5), 1, "SUCCESS", "Exit MODIFY_FLOW_PREFIX id: 5 after", "",
+                 1},
+        FlowCase{"zero_add", op(1, 0), 0, zero_id("ADD_FLOW"),
+                 "Enter ADD_FLOW: Flow id: 0: ERROR_MSG: " + zero_id("ADD_FLOW"), "Exit", 1},
+        FlowCase{"zero_prefix", op(2, 0), 0, zero_id("ADD_FLOW_PREFIX"), "ERROR_MSG", "", 1},
+        FlowCase{"zero_delete", op(3, 0), 0, zero_id("DELETE_FLOW"), "ERROR_MSG", "", 1},
+        FlowCase{"zero_modify", op(4, 0), 0, zero_id("MODIFY_FLOW "), "ERROR_MSG", "", 1},
+        FlowCase{"zero_modify_prefix", op(5, 0), 0, zero_id("MODIFY_FLOW_PREFIX"), "ERROR_MSG", "",
+                 1},
+        FlowCase{"clear_stats_takes_zero", op(12, 0), kNone, "",
+                 "OPENFLOW IPC: Clearing the flow stats: id 0", "ERROR_MSG", 1},
+        FlowCase{"members_refused_with_last_text", op(14, 5), 0, "SUCCESS",
+                 "Enter ADD_FLOW_MEMBERS: Flow id: 5; xid: 7 cid: 2: Last fragment!", "", 1},
+        FlowCase{"ctrl_stats", op(15, 5), kNone, "", "OPENFLOW IPC: Clearing the controller stats",
+                 "", 1},
+        FlowCase{"delete_all_draws_none", op(17, 0), kNone, "", "Exit DELETE_FLOWS", "", 0},
+        FlowCase{"default_zero", op(0, 5), kNone, "", "Default case for openflow IPC", "", 1},
+        FlowCase{"default_above", op(18, 0), kNone, "", "Default case for openflow IPC", "", 1}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// ---- length checks and registration ---------------------------------------------------------
+
+struct LengthCase {
+  const char* name;
+  uint32_t type;
+  uint32_t len;
+  const char* words;  // printed, or null for a message that is taken
+};
+void PrintTo(const LengthCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+class Lengths : public Dispatch, public ::testing::WithParamInterface<LengthCase> {};
+
+TEST_P(Lengths, ShortMessageIsTracedAndDropped) {
+  const LengthCase& c = GetParam();
+  Bytes body = c.type == MSGTYPE_OPENFLOW_FLOW_OPERATION ? Msgs::bytes(op(1, 6)) : Bytes(c.len);
+  body.resize(c.len);
+  Bytes d(4);
+  ofa::wire::Writer(d.data(), d.size()).u32(ofa_msg_hdr(c.type, c.len));
+  d.insert(d.end(), body.begin(), body.end());
+  std::string out = printed([&] { deliver(d); });
+  if (c.words) {
+    EXPECT_NE(out.find(c.words), std::string::npos) << out;
+    EXPECT_TRUE(sent().empty());
+    EXPECT_EQ(openflow_flow_count(), 0u);
+  } else {
+    EXPECT_EQ(out.find("Invalid IPC length"), std::string::npos) << out;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Handlers, Lengths,
+    ::testing::Values(LengthCase{"flow_315", MSGTYPE_OPENFLOW_FLOW_OPERATION, 315,
+                                 "OPENFLOW PROCESS IPC: Invalid IPC length 315"},
+                      LengthCase{"flow_316", MSGTYPE_OPENFLOW_FLOW_OPERATION, 316, nullptr},
+                      LengthCase{"config_3719", MSGTYPE_OPENFLOW_CONFIG, 3719,
+                                 "Error - Invalid IPC length 3719"},
+                      LengthCase{"config_3720", MSGTYPE_OPENFLOW_CONFIG, 3720, nullptr},
+                      LengthCase{"sync_315", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 315,
+                                 "Error - openflow_lp_process_sync_msg, Invalid IPC length 315"},
+                      LengthCase{"sync_316", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 316, nullptr}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// ---- configuration --------------------------------------------------------------------------
+
+struct DefaultModeCase {
+  const char* name;
+  uint8_t add;
+  std::set<size_t> fail;   // chip requests refused
+  size_t requests;         // chip requests sent
+  uint8_t default_action;  // afterwards
+};
+void PrintTo(const DefaultModeCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+class DefaultMode : public Dispatch, public ::testing::WithParamInterface<DefaultModeCase> {};
+
+// Two updates a chip (L2, then L3), chip by chip in table order (flat chip 1 first); a refused L2
+// update skips that chip's L3 one. Port 5's catch-all has no slot on `ard`.
+TEST_P(DefaultMode, UpdatesEveryChipsDefaultEntries) {
+  const DefaultModeCase& c = GetParam();
+  hsl().fail = c.fail;
+  deliver(config(OFM_CONFIG_DEFAULT_MODE, c.add, 1));
+  EXPECT_EQ(g_openflow_lp.default_action, c.default_action);
+  const auto& q = hsl().requests;
+  ASSERT_EQ(q.size(), c.requests);
+  EXPECT_TRUE(sent().empty());
+  if (c.requests != 4) return;
+  uint32_t chip0 = ofLookupChip(0)->ifindex, chip1 = ofLookupChip(1)->ifindex;
+  EXPECT_EQ((std::vector<uint32_t>{q[0].target, q[1].target, q[2].target, q[3].target}),
+            (std::vector<uint32_t>{chip1, chip1, chip0, chip0}));
+  EXPECT_EQ(hsl().commands(), (std::vector<uint32_t>{OF_CMD_L2FLOW_UPD, OF_CMD_L3FLOW_UPD,
+                                                     OF_CMD_L2FLOW_UPD, OF_CMD_L3FLOW_UPD}));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Chips, DefaultMode,
+    ::testing::Values(DefaultModeCase{"disable_form", 0, {}, 4, 1},
+                      DefaultModeCase{"l2_refused_on_chip_walked_first", 0, {0}, 3, 1},
+                      DefaultModeCase{"l3_refused_on_chip_walked_first", 0, {1}, 4, 1},
+                      DefaultModeCase{"enable_form_ignored", 1, {}, 0, 0},
+                      DefaultModeCase{"add_two_ignored", 2, {}, 0, 0}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(Dispatch, GlobalDisableResetsAndRegistersAgain) {
+  deliver(op(OFM_ADD_FLOW, 5));
+  sent();
+  g_openflow_lp.default_action = 1;
+  deliver(config(OFM_CONFIG_OF, 1));  // enabling changes nothing
+  EXPECT_EQ(openflow_flow_count(), 1u);
+  EXPECT_TRUE(sent().empty());
+  hsl().requests.clear();
+  std::string out = printed([&] { deliver(config(OFM_CONFIG_OF, 0)); });
+  EXPECT_EQ(openflow_flow_count(), 0u);
+  EXPECT_EQ(hsl().commands(), (std::vector<uint32_t>{OF_CMD_L2FLOW_DEL, OF_CMD_L2FLOW_DEL}));
+  EXPECT_EQ(g_openflow_lp.mode, OFA_MODE_GENERIC);
+  EXPECT_EQ(g_openflow_lp.default_action, 0);
+  EXPECT_EQ(openflow_init_completed, 1);
+  EXPECT_NE(out.find("OPENFLOW Agent register with manager"), std::string::npos);
+  auto msgs = sent();
+  ASSERT_EQ(msgs.size(), 1u);
+  EXPECT_EQ(msgs[0], ofa::test::hex("02C00008 02C00004 00000001"));
+  deliver(op(OFM_ADD_FLOW, 5));  // the tables are back
+  EXPECT_EQ(openflow_flow_count(), 1u);
+}
+
+}  // namespace

@@ -52,11 +52,3 @@ void openflow_flow_db_destroy() {
   openflow_destroy_hashtable();
   drop_all();
 }
-
-void of_flow_delete_status(const uint32_t ids[3], int result) {
-  of_flow_send_status(ids, OFM_DELETE_FLOW, result);
-}
-
-// Until the status reply lands with dispatch, a delete with the status flag sends nothing (no
-// caller passes the flag).
-void of_flow_send_status(const uint32_t*, uint32_t, int) {}

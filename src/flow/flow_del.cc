@@ -2,6 +2,7 @@
 // through: a chip that refuses leaves an orphan entry behind and the record goes all the same.
 #include "agent/agent_globals.h"
 #include "agent/flow_record.h"
+#include "agent/timebase.h"
 #include "agent/trace.h"
 #include "chip/if_table.h"
 #include "flow/action_chain.h"
@@ -12,6 +13,7 @@
 #include "flow/flow_list.h"
 #include "flow/flow_table.h"
 #include "flow/member_list.h"
+#include "manager/flow_status.h"
 #include "ports/port_mask.h"
 
 namespace {
@@ -153,6 +155,7 @@ int openflow_generic_mode_delete_one_flow(fd_entry* flow) {
 }
 
 int openflow_generic_mode_delete_flow(const uint32_t ids[3], int status_flag) {
+  uint64_t start = ofa_timebase_ms();
   fd_entry* flow = openflow_lookup_flow_by_id(ids[0]);
   if (!flow) {
     file_printf("openflow_generic_mode_delete_flow - Cannot find the flow entry for flow id :%d\n",
@@ -162,7 +165,10 @@ int openflow_generic_mode_delete_flow(const uint32_t ids[3], int status_flag) {
     return 0;
   }
   int rc = openflow_generic_mode_delete_one_flow(flow);
-  if (status_flag == 1) of_flow_delete_status(ids, rc);
+  if (status_flag == 1)
+    openflow_send_status_ipc_to_mp(ids, OFM_DELETE_FLOW, rc > 0 ? 1 : 0, 0,
+                                   static_cast<uint32_t>(start >> 32), static_cast<uint32_t>(start),
+                                   rc ? "SUCCESS" : "FAILED");
   return 1;
 }
 

@@ -1,16 +1,14 @@
 #include "flow_invariants.h"
 
 #include <map>
-#include <set>
 
 #include "adapter/tcam_id_pool.h"
 #include "agent/flow_record.h"
-#include "chip/chip_flow_tree.h"
-#include "chip/chip_table.h"
 #include "flow/action_chain.h"
 #include "flow/flow_table.h"
 #include "flow/member_list.h"
 #include "foundation/avl_tree.h"
+#include "ports/port_mask.h"
 
 namespace ofa::test {
 namespace {
@@ -56,7 +54,6 @@ std::vector<std::string> flow_invariants() {
     say(std::to_string(of_members_live_lists()) + " lists alive, " +
         std::to_string(list_users.size()) + " in use");
 
-  std::set<uint32_t> l2_handles;
   avl_node* cursor = nullptr;
   for (of_flow_node* n = of_get_first_flow(&cursor); n; n = of_get_next_flow(&cursor)) {
     fd_entry* f = openflow_lookup_flow_by_id(n->flow_id);
@@ -69,22 +66,20 @@ std::vector<std::string> flow_invariants() {
     if (n->hw->flow_id != n->flow_id || n->hw->priority != n->priority)
       say("flow table node and its record disagree");
   }
-  // Every entry a chip tree holds for a stored flow carries a handle still out of its pool.
-  avl_node* chip_cursor = nullptr;
-  for (of_chip_entry* c = ofGetFirstChip(&chip_cursor); c; c = ofGetNextChip(&chip_cursor)) {
-    for (of_flow_tree_kind k : {of_flow_tree_kind::l2, of_flow_tree_kind::l3}) {
-      avl_tree* t = of_chip_flow_tree(k, c);
-      of_id_list* pool =
-          k == of_flow_tree_kind::l2 ? l2flow_tcam_idpool_node : l3ipv4flow_tcam_idpool_node;
-      for (avl_node* n = t ? avl_getfirst(t) : nullptr; n; n = avl_getnext(t, n)) {
-        auto* node = static_cast<const of_chip_flow_node*>(n->info);
-        uint32_t h = static_cast<uint32_t>(node->handle);
-        if (!pool || h < pool->first || h >= pool->end) continue;
-        uint64_t bit = pool->in_use[(h - pool->first) / 64] >> ((h - pool->first) % 64);
-        if (!(bit & 1) && of_lookup_flow(node->priority, node->flow_id))
-          say("chip " + std::to_string(c->chip_id) + " holds flow " +
-              std::to_string(node->flow_id) + " under a free handle");
-      }
+  // Every handle a stored flow has on a chip is still out of its pool.
+  cursor = nullptr;
+  for (of_flow_node* n = of_get_first_flow(&cursor); n; n = of_get_next_flow(&cursor)) {
+    if (!n->hw) continue;
+    bool l3 = port_is_openflow_type(n->hw->port_id) == OF_PORT_TYPE_L3;
+    const of_id_list* pool = l3 ? l3ipv4flow_tcam_idpool_node : l2flow_tcam_idpool_node;
+    for (uint32_t c = 0; c < n->hw->hw.handles.size(); ++c) {
+      int32_t h = n->hw->hw.get(c);
+      if (!pool || h < static_cast<int32_t>(pool->first) || h >= static_cast<int32_t>(pool->end))
+        continue;
+      uint32_t i = static_cast<uint32_t>(h) - pool->first;
+      if (!((pool->in_use[i / 64] >> (i % 64)) & 1))
+        say("flow " + std::to_string(n->flow_id) + " holds free handle " + std::to_string(h) +
+            " on chip " + std::to_string(c));
     }
   }
   out = nullptr;

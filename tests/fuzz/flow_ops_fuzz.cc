@@ -1,0 +1,95 @@
+// Flow operations through the manager walk and dispatch, on an LP with OpenFlow ports: L2 port 3
+// on flat chip 0, L3 port 30 on flat chip 1, output port 5, and port 100 of another slot. Byte 0
+// of the input says which of the next eight chip requests the fake HSL refuses (bit i: every
+// request whose index is i modulo 8); the rest is a datagram. After each input the flow engine's
+// tables must agree with each other; every 64 inputs DELETE_FLOWS must leave no flow, record,
+// chain or member list behind.
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+#include "adapter/tcam_id_pool.h"
+#include "agent/agent_globals.h"
+#include "agent_reset.h"
+#include "chip/chip_event.h"
+#include "chip/chip_table.h"
+#include "chip/if_table.h"
+#include "fake_hsl.h"
+#include "flow/action_chain.h"
+#include "flow/flow_engine.h"
+#include "flow/flow_table.h"
+#include "flow/member_list.h"
+#include "flow_invariants.h"
+#include "manager/dispatch/dispatch.h"
+#include "manager/msg_catalogue.h"
+#include "platform/ifindex.h"
+#include "platform/system.h"
+
+namespace {
+
+void check(bool ok) {
+  if (!ok) __builtin_trap();
+}
+
+void port(uint16_t id, uint32_t slot, uint32_t fp, bool l3) {
+  of_if_entry* e = ofProcessPortAdd(ofa::platform::port_ifindex(slot, fp), "fuzz", id);
+  check(e != nullptr);
+  e->of_enabled = 1;
+  e->of_l3_type = l3 ? 1 : 0;
+  e->l3_mode = l3 ? 1 : 0;
+}
+
+void chip_up(uint32_t local) {
+  of_chip_event_record rec;
+  rec.event = OF_HSL_EVENT_CHIP_UP;
+  rec.slot = 1;
+  rec.local_chip_id = local;
+  rec.flat_chip_id = local;
+  rec.ifindex = ofa::platform::chip_ifindex(1, local);
+  rec.chip_type = 1;
+  check(ofProcessChipAdd(&rec, 0) == 0);
+}
+
+uint8_t g_faults = 0;
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  ofa::test::reset_agent({.chips = 2});
+  check(openflow_lp_init_tcam_id_pool() == 1);
+  check(openflow_flow_db_init() == 1);
+  g_openflow_lp.mode = OFA_MODE_GENERIC;
+  chip_up(0);
+  chip_up(1);
+  port(3, 1, 3, false);
+  port(5, 1, 5, false);
+  port(30, 1, 30, true);
+  port(100, 2, 4, false);
+  ofa_register_dispatch({[] { openflow_flow_db_destroy(); },
+                         [](uint8_t mode) {
+                           g_openflow_lp.mode = mode;
+                           return openflow_flow_db_init();
+                         }});
+  ofa::test::fake_hsl().fail_if = [](size_t i) { return (g_faults >> (i % 8)) & 1; };
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static unsigned inputs = 0;
+  if (size == 0) return 0;
+  g_faults = data[0];
+  ofa::test::fake_hsl().requests.clear();
+  ofa_process_mi_msg(-1, 1, data + 1, static_cast<uint32_t>(size - 1));
+  auto lines = ofa::test::flow_invariants();
+  for (const auto& l : lines)
+    std::fprintf(stderr, "%s\n", l.c_str());
+  check(lines.empty());
+  if (++inputs % 64 == 0) {
+    g_faults = 0;
+    openflow_delete_all_flows();
+    check(openflow_flow_count() == 0 && of_flow_table_count() == 0);
+    check(of_action_chain_count() == 0 && of_members_live_lists() == 0);
+  }
+  return 0;
+}

@@ -69,6 +69,8 @@ struct of_flow_member {
   uint16_t push_inner_type = 0;
   uint16_t spare_half = 0;
   of_flow_member* next = nullptr;
+  // On the first member of a list: how many records and chains hold the list.
+  uint32_t list_holders = 0;
 };
 
 // ---- the flow record ---------------------------------------------------------------------------

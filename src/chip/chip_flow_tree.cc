@@ -52,18 +52,15 @@ const of_chip_flow_node* item_of(avl_node* node) {
 int of_chip_avl_flow_add(of_flow_tree_kind kind, of_chip_entry* chip, uint32_t priority,
                          uint32_t flow_id, const of_flow_hw_ref* hw) {
   avl_tree* tree = of_chip_flow_tree(kind, chip);
-  of_chip_flow_node key{priority, flow_id, 0};
-  if (tree && avl_search(tree, &key)) {
+  auto* node = new (std::nothrow) of_chip_flow_node{priority, flow_id, hw->get(chip->chip_id)};
+  if (tree && node && avl_insert_nodup(tree, node) == 0) return 0;
+  delete node;
+  if (of_chip_avl_lookup_flow(kind, chip, priority, flow_id)) {
     file_printf("flow already exists priority:%d flow_id:%d", priority, flow_id);
     return 0;
   }
-  auto* node = new (std::nothrow) of_chip_flow_node{priority, flow_id, hw->get(chip->chip_id)};
-  if (!tree || !node || avl_insert(tree, node) != 0) {
-    delete node;
-    file_printf("failed to create interface entry priority:%d flow_id:%d", priority, flow_id);
-    return OFA_E_INVALID_ARG;
-  }
-  return 0;
+  file_printf("failed to create interface entry priority:%d flow_id:%d", priority, flow_id);
+  return OFA_E_INVALID_ARG;
 }
 
 int of_chip_avl_flow_del(of_flow_tree_kind kind, of_chip_entry* chip, uint32_t priority,

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <new>
+#include <unordered_map>
 
 #include "agent/flow_record.h"
 #include "agent/trace.h"
@@ -9,10 +10,13 @@
 
 namespace {
 
+// The 997 buckets keep the entries in the order the shows walk; the index finds an entry by its
+// key at once, however many keys share a bucket.
 struct chain_table {
   std::array<of_action_chain*, OF_ACTION_CHAIN_BUCKETS> heads{};
   std::array<uint32_t, OF_ACTION_CHAIN_BUCKETS> counts{};
   uint32_t total = 0;
+  std::unordered_map<uint32_t, of_action_chain*> by_key;
 };
 
 chain_table* table = nullptr;
@@ -57,10 +61,8 @@ uint32_t of_get_action_chain_key(const fd_entry* flow, uint16_t* key_type) {
 
 of_action_chain* retrieve_action_chain_from_hash_table(const fd_entry* flow) {
   if (!table) return nullptr;
-  of_action_chain* e = table->heads[flow->action_key % OF_ACTION_CHAIN_BUCKETS];
-  while (e && e->key != flow->action_key)
-    e = e->next;
-  return e;
+  auto it = table->by_key.find(flow->action_key);
+  return it == table->by_key.end() ? nullptr : it->second;
 }
 
 of_action_chain* create_add_action_chain_in_hash_table(fd_entry* flow) {
@@ -90,6 +92,7 @@ of_action_chain* create_add_action_chain_in_hash_table(fd_entry* flow) {
   table->heads[b] = e;
   ++table->counts[b];
   ++table->total;
+  table->by_key[e->key] = e;
   ofa_debug_printf("create_action_chain called for flow: %d new created key: 0x%x members: %d\n",
                    flow->flow_id, flow->action_key, flow->member_count);
   return e;
@@ -105,6 +108,7 @@ void extract_destroy_action_chain_entry(of_action_chain* e) {
   if (e->next) e->next->prev = e->prev;
   --table->counts[e->bucket];
   --table->total;
+  table->by_key.erase(e->key);
   ofa_debug_printf("extract_destroy_action_chain_entry called for key: 0x%x ref: %d members: %d\n",
                    e->key, e->ref_cnt, e->member_count);
   of_members_release(e->members);

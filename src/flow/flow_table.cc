@@ -114,17 +114,15 @@ int of_free_flow_table() {
 }
 
 of_flow_node* of_process_flow_add(uint32_t priority, uint32_t flow_id, port_hw_data* hw) {
+  auto* node = new (std::nothrow) of_flow_node{priority, flow_id, hw};
+  if (flow_table && node && avl_insert_nodup(flow_table, node) == 0) return node;
+  delete node;
   if (of_flow_node* found = of_lookup_flow(priority, flow_id)) {
     file_printf("flow already exists priority:%d flow_id:%d", priority, flow_id);
     return found;
   }
-  auto* node = new (std::nothrow) of_flow_node{priority, flow_id, hw};
-  if (!flow_table || !node || avl_insert(flow_table, node) != 0) {
-    delete node;
-    file_printf("failed to create interface entry priority:%d flow_id:%d", priority, flow_id);
-    return nullptr;
-  }
-  return node;
+  file_printf("failed to create interface entry priority:%d flow_id:%d", priority, flow_id);
+  return nullptr;
 }
 
 port_hw_data* of_process_flow_delete(uint32_t priority, uint32_t flow_id) {

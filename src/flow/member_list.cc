@@ -1,40 +1,30 @@
 #include "flow/member_list.h"
 
-#include <unordered_map>
-
 #include "agent/flow_record.h"
 #include "agent/reset.h"
 #include "flow/flow_msg.h"
 
 namespace {
-
-std::unordered_map<const of_flow_member*, uint32_t>& holders() {
-  static std::unordered_map<const of_flow_member*, uint32_t> map;
-  return map;
-}
-
+uint32_t live_lists = 0;
+const ofa_reset_hook reset_hook{0, [] { live_lists = 0; }};
 }  // namespace
 
 void of_members_hold(of_flow_member* list) {
-  if (list) ++holders()[list];
+  if (list && list->list_holders++ == 0) ++live_lists;
 }
 
 void of_members_release(of_flow_member* list) {
-  if (!list) return;
-  auto it = holders().find(list);
-  if (it == holders().end()) return;
-  if (--it->second > 0) return;
-  holders().erase(it);
+  if (!list || list->list_holders == 0 || --list->list_holders > 0) return;
+  --live_lists;
   of_free_member_list(list);
 }
 
 uint32_t of_members_holders(const of_flow_member* list) {
-  auto it = holders().find(list);
-  return it == holders().end() ? 0 : it->second;
+  return list ? list->list_holders : 0;
 }
 
 uint32_t of_members_live_lists() {
-  return static_cast<uint32_t>(holders().size());
+  return live_lists;
 }
 
 void of_flow_set_members(fd_entry* flow, of_flow_member* list, uint16_t count) {

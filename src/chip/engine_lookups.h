@@ -1,10 +1,14 @@
-// What the backends ask of the engines above them while they build a flow's entry: a VLAN's IIVID
-// and flood mgid, a group's kind and hardware objects, a meter's policer. The engines that own
+// What the backends ask of the engines above them: a VLAN's IIVID and flood mgid, a group's kind
+// and hardware objects, a meter's policer, and the walk over all VLANs that a port's translations
+// need. The engines that own
 // those tables (ports and VLANs, groups and meters) register their answers at start-up; until
 // they do, every lookup answers "unknown", which a backend programs as it would an unknown id.
 #pragma once
 
 #include <cstdint>
+
+struct avl_node;
+struct of_vlan_entry;
 
 struct of_vlan_view {
   uint32_t iivid = 0;
@@ -29,6 +33,11 @@ struct of_engine_lookups {
   bool (*group)(int32_t group_id, of_group_view* out) = nullptr;
   // The policer of a meter on a chip, OF_POLICER_UNKNOWN when the meter is unknown.
   uint32_t (*policer_of_meter)(uint32_t flat_chip_id, uint32_t meter_id) = nullptr;
+  // The VLAN table in its own order (highest id first: the pseudo-VLAN while it exists) and
+  // the number of its records; a walk ends with null.
+  uint32_t (*vlan_count)() = nullptr;
+  of_vlan_entry* (*first_vlan)(avl_node** it) = nullptr;
+  of_vlan_entry* (*next_vlan)(avl_node** it) = nullptr;
 };
 
 // Registered by the engines; a null member answers "unknown".
@@ -38,3 +47,7 @@ bool of_lookup_vlan_view(uint32_t vlan_id, of_vlan_view* out);
 bool of_lookup_all_ports_vlan_view(of_vlan_view* out);
 bool of_lookup_group_view(int32_t group_id, of_group_view* out);
 uint32_t of_lookup_policer_of_meter(uint32_t flat_chip_id, uint32_t meter_id);
+// 0 and null until the VLAN table is registered.
+uint32_t of_lookup_vlan_count();
+of_vlan_entry* of_lookup_first_vlan(avl_node** it);
+of_vlan_entry* of_lookup_next_vlan(avl_node** it);

@@ -3,7 +3,9 @@
 #pragma once
 
 #include "backends/ard/ard_flows.h"
+#include "backends/ard/ard_ports.h"
 #include "backends/ard/ard_regions.h"
+#include "backends/ard/ard_vlans.h"
 #include "backends/chip_handlers.h"
 
 inline constexpr of_chip_handlers ard_handlers = {
@@ -11,6 +13,12 @@ inline constexpr of_chip_handlers ard_handlers = {
     .chip_reg_del = ard_del_regions,
     .def_ent_add = ard_add_def_entries,
     .def_ent_upd = ard_upd_def_entries,
+    .port_en = ard_of_port_enable,
+    .port_dis = ard_of_port_disable,
+    .port_state = ard_of_port_state,
+    .iivid_add = ard_of_iivid_add_cfg_ioctl,
+    .iivid_rem = ard_of_iivid_rem_cfg_ioctl,
+    .vlan_flood_mgid_upd = ard_of_vlan_flood_mgid_upd_ioctl,
     .l2flow_add = ard_of_l2flow_add,
     .l2flow_mod = ard_of_l2flow_upd,
     .l2flow_del = ard_of_l2flow_del,

@@ -25,7 +25,7 @@ constexpr uint32_t kPortCtlClassBits = (1u << 16) | (1u << 17);
 using sub_fn = uint32_t (*)(std::span<uint8_t> at, const of_if_entry& p);
 
 uint32_t ard_of_port_vlan_cfg_ioctl(std::span<uint8_t> at, const of_if_entry& p) {
-  of_port_vlan_wide_params w{p.ifIndex, p.iivid_min, p.iivid_max, p.lrn != 0,
+  of_port_vlan_wide_params w{p.ifIndex,     p.iivid_min,  p.iivid_max, p.lrn != 0,
                              p.rx_fwd != 0, p.tx_en != 0, p.pvid};
   return of_build_port_vlan_wide(at, w, of_req_family::ard);
 }
@@ -72,12 +72,11 @@ uint32_t ard_of_port_cfg_ioctl(std::span<uint8_t> at, const of_if_entry& p) {
 }
 
 constexpr std::array<sub_fn, 7> kEnable = {
-    ard_of_port_vlan_cfg_ioctl, ard_of_port_vpn_cfg_ioctl,     ard_of_port_ctl_ioctl,
-    qos_on,                     ard_of_port_nhop_add_ioctl,    ard_of_port_l2_ctrl_upd_ioctl,
-    ard_of_port_cfg_ioctl};
+    ard_of_port_vlan_cfg_ioctl, ard_of_port_vpn_cfg_ioctl,     ard_of_port_ctl_ioctl, qos_on,
+    ard_of_port_nhop_add_ioctl, ard_of_port_l2_ctrl_upd_ioctl, ard_of_port_cfg_ioctl};
 constexpr std::array<sub_fn, 6> kDisable = {
-    ard_of_port_vlan_cfg_ioctl, ard_of_port_vpn_cfg_ioctl,  ard_of_port_ctl_ioctl,
-    qos_off,                    ard_of_port_nhop_del_ioctl, ard_of_port_l2_ctrl_upd_ioctl};
+    ard_of_port_vlan_cfg_ioctl, ard_of_port_vpn_cfg_ioctl,    ard_of_port_ctl_ioctl, qos_off,
+    ard_of_port_nhop_del_ioctl, ard_of_port_l2_ctrl_upd_ioctl};
 
 // The bulk of `subs` for the port in the request area; its length, 0 when it does not fit.
 uint32_t build_bulk(std::span<const sub_fn> subs, const of_if_entry& p) {
@@ -154,8 +153,8 @@ int ard_of_port_setup_vlan_trans(of_if_entry* port, uint32_t tagged) {
     for (of_vlan_entry* v = of_lookup_first_vlan(&it); v && filled < n;
          v = of_lookup_next_vlan(&it)) {
       pairs[filled++] = {v->iivid, v->vlan_id};
-      file_printf("port_id %d vlan:%d iivid:%d is_tagged:%d\n", port->port_id, v->vlan_id,
-                  v->iivid, tagged);
+      file_printf("port_id %d vlan:%d iivid:%d is_tagged:%d\n", port->port_id, v->vlan_id, v->iivid,
+                  tagged);
     }
     std::span<const of_vlan_pair> batch(pairs.data(), filled);
     int rc = send(*port, of_build_port_vlan_batch(ofNLReqArea(), port->ifIndex, batch, tagged != 0,

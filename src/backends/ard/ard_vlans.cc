@@ -48,9 +48,9 @@ int ard_of_iivid_cfg_setup_egr_vlan_trans(uint32_t vlan_id, uint32_t iivid, uint
     for (uint32_t n = 0; p && n < ARD_EVT_BULK_MAX && len != 0; ++n, p = of_get_next_port(&it)) {
       file_printf("%s: port:%d vlanid:%d iivid:%d is_add:%d\n", __func__, p->port_id, vlan_id,
                   iivid, is_add);
-      if (len > area.size() || of_build_port_vlan_xlate(area.subspan(len), p->ifIndex,
-                                                        {iivid, vlan_id}, is_add != 0,
-                                                        of_req_family::ard) == 0)
+      if (len > area.size() ||
+          of_build_port_vlan_xlate(area.subspan(len), p->ifIndex, {iivid, vlan_id}, is_add != 0,
+                                   of_req_family::ard) == 0)
         len = 0;
       else
         len = of_bulk_commit(area);

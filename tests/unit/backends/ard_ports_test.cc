@@ -3,7 +3,8 @@
 // the sequence and what it prints. The bytes of each record are the golden table's.
 #include <gtest/gtest.h>
 
-#include <set>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "backends/ard/ard_ports.h"
@@ -38,24 +39,19 @@ void set_vlans(int n) {
     g_vlans.push_back({static_cast<uint32_t>(v), 4100u + v, 8100u + v});
 }
 
-// A word of request `req`, at `off` from its command word.
-struct Word {
-  size_t req, off;
-  uint32_t value;
-};
-
 struct Case {
   const char* name;
   int (*call)(of_if_entry* port, of_vlan_entry* vlan);
-  void (*set)(of_if_entry& port) = [](of_if_entry&) {};
-  int vlans = 0;  // -1 none, else the pseudo-VLAN and VLANs 1..n
-  int ports = 2;  // interface table: 3 and 30, or 1..n
-  int joins = 1;  // times each port stands in the VLAN's port tree
-  std::set<size_t> fail = {};
   size_t requests = 0;
-  int rc = 0;
+  // "r:off=hex ...": the word at `off` of request r, from its command word.
+  const char* words = "";
   const char* log = "";
-  std::vector<Word> words = {};
+  int fail = -1;  // the request the chip refuses
+  int rc = 0;
+  void (*set)(of_if_entry& port) = nullptr;  // port 3 changed from its enabled state
+  int vlans = 0;                             // -1 none, else the pseudo-VLAN and VLANs 1..n
+  int ports = 2;                             // interface table: 3 and 30, or 1..n
+  int joins = 1;                             // times each port stands in the VLAN's port tree
 };
 void PrintTo(const Case& c, std::ostream* os) {
   *os << c.name;
@@ -84,231 +80,76 @@ void disabled(of_if_entry& p) {
   p.is_mac_cls = p.is_typ_cls = p.lldp_vlan_ovrd = p.l2_ctrl_ovrd = 1;
   p.pvid = 4004;
 }
+void offline(of_if_entry& p) {
+  p.tx_en = 0;
+}
+void l3_high_iivids(of_if_entry& p) {
+  p.vpnid = 0xFFE02, p.iivid_min = 8100, p.iivid_max = 9000;
+}
+void no_chip(of_if_entry& p) {
+  p.chip = nullptr;
+}
 
-// The enable bulk of port 3 holds at 36 the port-wide VLAN configuration (bit set from 120),
-// at 1144 the VPN, 1188 the port control, 1272 the QoS map, 1432 the next hop, 1488 the L2
-// control and 1548 the port configuration; disable's next hop delete at 1432 and L2 control at
-// 1472. A batch has its IIVIDs from 84 and the VLAN ids behind them.
+// Port 3 is 18418000, port 30 184F0000; pvid 4020 (FB4), IIVIDs 4000-4999, next hop 11. The
+// enable bulk holds at 36 the port-wide VLAN configuration (bit set from 120), at 1144 the VPN,
+// 1188 the port control, 1272 the QoS map, 1432 the next hop, 1488 the L2 control, 1548 the port
+// configuration; disable's next hop delete is at 1432, its L2 control at 1472. A batch has its
+// IIVIDs from 84 and the VLAN ids behind them.
 const Case kCases[] = {
-    {.name = "enable",
-     .call = enable,
-     .requests = 2,
-     .log = "enabled openflow port: 3",
-     .words = {{0, 0, 0x00070000},
-               {0, 8, 1600},
-               {0, 32, 0x00070000},
-               {0, 36, 0x04272003},
-               {0, 64, kPort3},
-               {0, 72, 0x6C400000},
-               {0, 76, 0x26400000},
-               {0, 84, 4020},
-               {0, 616, 0},
-               {0, 620, 0xFFFFFFFF},
-               {0, 744, 0xFF},
-               {0, 748, 0},
-               {0, 1144, 0x04272024},
-               {0, 1180, 0xFFE01},
-               {0, 1188, 0x04272001},
-               {0, 1224, 0x30000},
-               {0, 1228, 0x80000},
-               {0, 1236, 0},
-               {0, 1244, 7 << 7},
-               {0, 1272, 0x01271002},
-               {0, 1312, 0x02020000},
-               {0, 1432, 0x0427180C},
-               {0, 1460, 11},
-               {0, 1464, 0x00011080},
-               {0, 1468, kPort3},
-               {0, 1472, 4020 << 16},
-               {0, 1488, 0x04272014},
-               {0, 1540, 0},
-               {0, 1548, 0x04272001},
-               {0, 1576, 0x06000000},
-               {0, 1586, 0x00010203},
-               {0, 1596, kPort3},
-               {1, 0, 0x04272003},
-               {1, 28, kPort3},
-               {1, 36, 0x00280000},
-               {1, 40, 0x00200000},
-               {1, 56, 1},
-               {1, 84, 4005},
-               {1, 88, 0xFFFFFFFF}}},
-    {.name = "enable_l3_high_iivids",
-     .call = enable,
-     .set = [](of_if_entry& p) { p.vpnid = 0xFFE02, p.iivid_min = 8100, p.iivid_max = 9000; },
-     .requests = 2,
-     .words =
-         {{0, 1132, 0xFFFFFFF0}, {0, 1140, 0xFFFFFFFF}, {0, 1144, 0x04272024}, {0, 1180, 0xFFE02}}},
-    {.name = "enable_no_vlans", .call = enable, .vlans = -1, .requests = 1},
-    {.name = "enable_batches_repeat_the_head",
-     .call = enable,
-     .vlans = 299,
-     .requests = 3,
-     .words = {{1, 56, 250},
-               {1, 1084, 0xFFFFFFFF},
-               {1, 1088, 299},
-               {1, 2080, 51},
-               {2, 56, 50},
-               {2, 284, 0xFFFFFFFF},
-               {2, 288, 299},
-               {2, 480, 251}}},
-    {.name = "enable_bulk_fails",
-     .call = enable,
-     .fail = {0},
-     .requests = 1,
-     .rc = -106,
-     .log = "Unabled to enable openflow port: 3 rc: -106"},
-    {.name = "enable_batch_fails",
-     .call = enable,
-     .fail = {1},
-     .requests = 2,
-     .rc = -106,
-     .log = "Unable to program port vlan trans rc: -106"},
-    {.name = "enable_second_batch_fails",
-     .call = enable,
-     .vlans = 299,
-     .fail = {2},
-     .requests = 3,
-     .rc = -106},
-    {.name = "disable",
-     .call = disable,
-     .set = disabled,
-     .requests = 2,
-     .log = "Disabled openflow port: 3",
-     .words = {{0, 8, 1532},
-               {0, 32, 0x00060000},
-               {0, 72, 0x6C400000},
-               {0, 76, 0x20000000},
-               {0, 84, 4004},
-               {0, 1180, 0},
-               {0, 1236, 0xC0},
-               {0, 1244, 0},
-               {0, 1312, 0x02000000},
-               {0, 1432, 0x0427180D},
-               {0, 1464, 1},
-               {0, 1468, 11},
-               {0, 1472, 0x04272014},
-               {0, 1524, 1},
-               {0, 1528, 1},
-               {1, 40, 0},
-               {1, 88, 0xFFFFFFFF}}},
-    {.name = "disable_bulk_fails",
-     .call = disable,
-     .set = disabled,
-     .fail = {0},
-     .requests = 1,
-     .rc = -106,
-     .log = "Unabled to disable openflow port: 3 rc: -106"},
-    {.name = "state_offline",
-     .call = state,
-     .set = [](of_if_entry& p) { p.tx_en = 0; },
-     .requests = 1,
-     .words = {{0, 0, 0x04272003}, {0, 8, 1108}, {0, 40, 0x26000000}}},
-    {.name = "state_fails",
-     .call = state,
-     .fail = {0},
-     .requests = 1,
-     .rc = -106,
-     .log = "Unable to change port state : 3 rc : -106"},
-    {.name = "port_without_chip",
-     .call = enable,
-     .set = [](of_if_entry& p) { p.chip = nullptr; },
-     .rc = -128,
-     .log = "chip is empty for port:18418000"},
-    // VLAN 100, IIVID 4010, mgid 8010; each request to chip 1, then chip 0.
-    {.name = "vlan_add",
-     .call = vlan_add,
-     .requests = 8,
-     .log = "vlan id:100 iivid:4010",
-     .words = {{0, 0, 0x04272006},
-               {0, 28, 0x00070000},
-               {0, 36, 1},
-               {0, 40, 4010},
-               {0, 44, 100},
-               {2, 28, 0x00070001},
-               {2, 40, 4010},
-               {4, 0, 0x00070000},
-               {4, 32, 0x20000},
-               {4, 64, kPort30},
-               {4, 76, 0x00200000},
-               {4, 120, 4010},
-               {4, 124, 100},
-               {4, 156, kPort3},
-               {4, 168, 0x00200000},
-               {6, 0, 0x04272007},
-               {6, 48, 4010},
-               {6, 52, 8010}}},
-    {.name = "vlan_rem",
-     .call = vlan_rem,
-     .requests = 8,
-     .words =
-         {{0, 40, 4004}, {2, 40, 4004}, {4, 76, 0}, {4, 120, 4010}, {6, 48, 4010}, {6, 52, 8004}}},
-    {.name = "vlan_add_bulks_of_25",
-     .call = vlan_add,
-     .ports = 26,
-     .requests = 10,
-     .words = {{4, 32, 25 << 16}, {4, 8, 36 + 25 * 92}, {6, 32, 1 << 16}, {8, 0, 0x04272007}}},
-    {.name = "vlan_add_no_ports",
-     .call = vlan_add,
-     .ports = 0,
-     .requests = 6,
-     .words = {{4, 0, 0x04272007}}},
-    {.name = "vlan_add_first_partition_fails",
-     .call = vlan_add,
-     .fail = {0},
-     .requests = 1,
-     .rc = -106,
-     .log = "Unable to program partion id rc: -106"},
-    {.name = "vlan_add_rte1_second_chip_fails",
-     .call = vlan_add,
-     .fail = {3},
-     .requests = 4,
-     .rc = -106,
-     .log = "Dispatching ioctl to chip 84400000 failed, rc: -106"},
-    {.name = "vlan_add_second_egress_bulk_fails",
-     .call = vlan_add,
-     .ports = 26,
-     .fail = {6},
-     .requests = 7,
-     .rc = -106,
-     .log = "Unable to program EVT vlan 100 rc: -106"},
-    {.name = "vlan_rem_vid_to_mgid_fails",
-     .call = vlan_rem,
-     .fail = {7},
-     .requests = 8,
-     .rc = -106,
-     .log = "Unable to program vid to mgid table rc:-106"},
-    {.name = "flood",
-     .call = flood,
-     .requests = 2,
-     .log = "Programmed vlan flood mgid:8010",
-     .words = {{0, 0, 0x05270008},
-               {0, 8, 64},
-               {0, 28, 8010},
-               {0, 32, 1},
-               {0, 36, 0xFFFFFFFF},
-               {0, 40, 4010},
-               {0, 48, 0x01000002},
-               {0, 56, kPort3},
-               {0, 60, kPort30},
-               {1, 8, 64}}},
-    {.name = "flood_empty",
-     .call = flood,
-     .joins = 0,
-     .requests = 2,
-     .words = {{0, 8, 56}, {0, 48, 0x01000000}}},
-    {.name = "flood_bounded_to_the_buffer",
-     .call = flood,
-     .joins = 500,
-     .requests = 2,
-     .log = "flood mgid:8010 has 1000 ports, 998 sent",
-     .words = {{0, 8, 4048}, {0, 48, 0x010003E6}}},
-    {.name = "flood_second_chip_fails",
-     .call = flood,
-     .fail = {1},
-     .requests = 2,
-     .rc = -106,
-     .log = "Unable to program vlan flood mgid rc: -106"},
+    {"enable", enable, 2,
+     "0:0=70000 0:8=640 0:32=70000 0:36=4272003 0:64=18418000 0:72=6C400000 0:76=26400000 "
+     "0:84=FB4 0:616=0 0:620=FFFFFFFF 0:744=FF 0:748=0 0:1144=4272024 0:1180=FFE01 "
+     "0:1188=4272001 0:1224=30000 0:1228=80000 0:1236=0 0:1244=380 0:1272=1271002 "
+     "0:1312=2020000 0:1432=427180C 0:1460=B 0:1464=11080 0:1468=18418000 0:1472=FB40000 "
+     "0:1488=4272014 0:1540=0 0:1548=4272001 0:1576=6000000 0:1586=10203 0:1596=18418000 "
+     "1:0=4272003 1:28=18418000 1:36=280000 1:40=200000 1:56=1 1:84=FA5 1:88=FFFFFFFF",
+     "enabled openflow port: 3"},
+    {"enable_l3_high_iivids", enable, 2,
+     "0:1132=FFFFFFF0 0:1140=FFFFFFFF 0:1144=4272024 0:1180=FFE02", "", -1, 0, l3_high_iivids},
+    {"enable_no_vlans", enable, 1, "", "", -1, 0, nullptr, -1},
+    {"enable_batches_repeat_the_head", enable, 3,
+     "1:56=FA 1:1084=FFFFFFFF 1:1088=12B 1:2080=33 2:56=32 2:284=FFFFFFFF 2:288=12B 2:480=FB", "",
+     -1, 0, nullptr, 299},
+    {"enable_bulk_fails", enable, 1, "", "Unabled to enable openflow port: 3 rc: -106", 0, -106},
+    {"enable_batch_fails", enable, 2, "", "Unable to program port vlan trans rc: -106", 1, -106},
+    {"enable_second_batch_fails", enable, 3, "", "", 2, -106, nullptr, 299},
+    {"disable", disable, 2,
+     "0:8=5FC 0:32=60000 0:72=6C400000 0:76=20000000 0:84=FA4 0:1180=0 0:1236=C0 0:1244=0 "
+     "0:1312=2000000 0:1432=427180D 0:1464=1 0:1468=B 0:1472=4272014 0:1524=1 0:1528=1 1:40=0 "
+     "1:88=FFFFFFFF",
+     "Disabled openflow port: 3", -1, 0, disabled},
+    {"disable_bulk_fails", disable, 1, "", "Unabled to disable openflow port: 3 rc: -106", 0, -106,
+     disabled},
+    {"state_offline", state, 1, "0:0=4272003 0:8=454 0:40=26000000", "", -1, 0, offline},
+    {"state_fails", state, 1, "", "Unable to change port state : 3 rc : -106", 0, -106},
+    {"port_without_chip", enable, 0, "", "chip is empty for port:18418000", -1, -128, no_chip},
+    // VLAN 100 (64), IIVID 4010 (FAA), mgid 8010 (1F4A); each request to chip 1, then chip 0.
+    {"vlan_add", vlan_add, 8,
+     "0:0=4272006 0:28=70000 0:36=1 0:40=FAA 0:44=64 2:28=70001 2:40=FAA 4:0=70000 4:32=20000 "
+     "4:64=184F0000 4:76=200000 4:120=FAA 4:124=64 4:156=18418000 4:168=200000 6:0=4272007 "
+     "6:48=FAA 6:52=1F4A",
+     "vlan id:100 iivid:4010"},
+    {"vlan_rem", vlan_rem, 8, "0:40=FA4 2:40=FA4 4:76=0 4:120=FAA 6:48=FAA 6:52=1F44"},
+    {"vlan_add_bulks_of_25", vlan_add, 10, "4:32=190000 4:8=920 6:32=10000 8:0=4272007", "", -1, 0,
+     nullptr, 0, 26},
+    {"vlan_add_no_ports", vlan_add, 6, "4:0=4272007", "", -1, 0, nullptr, 0, 0},
+    {"vlan_add_first_partition_fails", vlan_add, 1, "", "Unable to program partion id rc: -106", 0,
+     -106},
+    {"vlan_add_rte1_second_chip_fails", vlan_add, 4, "",
+     "Dispatching ioctl to chip 84400000 failed, rc: -106", 3, -106},
+    {"vlan_add_second_egress_bulk_fails", vlan_add, 7, "",
+     "Unable to program EVT vlan 100 rc: -106", 6, -106, nullptr, 0, 26},
+    {"vlan_rem_vid_to_mgid_fails", vlan_rem, 8, "", "Unable to program vid to mgid table rc:-106",
+     7, -106},
+    {"flood", flood, 2,
+     "0:0=5270008 0:8=40 0:28=1F4A 0:32=1 0:36=FFFFFFFF 0:40=FAA 0:48=1000002 0:56=18418000 "
+     "0:60=184F0000 1:8=40",
+     "Programmed vlan flood mgid:8010"},
+    {"flood_empty", flood, 2, "0:8=38 0:48=1000000", "", -1, 0, nullptr, 0, 2, 0},
+    {"flood_bounded_to_the_buffer", flood, 2, "0:8=FD0 0:48=10003E6",
+     "flood mgid:8010 has 1000 ports, 998 sent", -1, 0, nullptr, 0, 2, 500},
+    {"flood_second_chip_fails", flood, 2, "", "Unable to program vlan flood mgid rc: -106", 1,
+     -106},
 };
 
 class ArdPortsVlans : public ChipEnv, public ::testing::WithParamInterface<Case> {
@@ -353,25 +194,29 @@ TEST_P(ArdPortsVlans, RequestsInOrder) {
     for (int i = 1; i <= c.ports; ++i)
       ids.push_back(static_cast<uint16_t>(i));
   }
-  for (uint16_t id : ids)
-    for (of_if_entry* p = add_port(id); p; p = nullptr)
-      for (int j = 0; j < c.joins; ++j)
-        avl_insert(vlan_.port_tree, p);
+  for (uint16_t id : ids) {
+    of_if_entry* p = add_port(id);
+    for (int j = 0; j < c.joins; ++j)
+      avl_insert(vlan_.port_tree, p);
+  }
   of_if_entry* port = ofLookupIfEntrybyPortId(3);
-  c.set(*port);
+  if (c.set) c.set(*port);
   hsl().requests.clear();
-  hsl().fail = c.fail;
-  TraceCapture words;
+  if (c.fail >= 0) hsl().fail = {static_cast<size_t>(c.fail)};
+  TraceCapture printed;
   EXPECT_EQ(c.call(port, &vlan_), c.rc);
-  EXPECT_TRUE(words.has(c.log)) << words.text();
+  EXPECT_TRUE(printed.has(c.log)) << printed.text();
   const auto& q = hsl().requests;
   ASSERT_EQ(q.size(), c.requests);
   // Port requests to the port's chip; VLAN requests to chip 1, then chip 0.
   bool per_port = c.call == enable || c.call == disable || c.call == state;
   for (size_t i = 0; i < q.size(); ++i)
     EXPECT_EQ(q[i].target, per_port ? chip_ifindex(1, 0) : chip_ifindex(1, 1 - i % 2)) << i;
-  for (const Word& w : c.words)
-    EXPECT_EQ(q.at(w.req).word(w.off), w.value) << "request " << w.req << " offset " << w.off;
+  std::stringstream words{c.words};
+  for (std::string w; words >> w;) {
+    size_t r = std::stoul(w), off = std::stoul(w.substr(w.find(':') + 1));
+    EXPECT_EQ(q.at(r).word(off), std::stoul(w.substr(w.find('=') + 1), nullptr, 16)) << w;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Handlers, ArdPortsVlans, ::testing::ValuesIn(kCases),

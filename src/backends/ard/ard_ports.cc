@@ -105,30 +105,38 @@ bool usable(const of_if_entry* port) {
   return true;
 }
 
+// Enable and disable: the bulk, then the translations, tagged or not.
+struct port_op {
+  std::span<const sub_fn> subs;
+  uint32_t tagged;
+  uint32_t ok_id;
+  const char* ok;
+  uint32_t fail_id;
+  const char* fail;
+};
+
+int run(of_if_entry* port, const port_op& op) {
+  if (!usable(port)) return OFA_E_INVALID_ARG;
+  int rc = send(*port, build_bulk(op.subs, *port));
+  if (rc != 0) {
+    ofa_trace(OFACORE, 3, 2, op.fail_id, op.fail, port->port_id, rc);
+    return rc;
+  }
+  ofa_trace(OFACORE, 7, 1, op.ok_id, op.ok, port->port_id);
+  return ard_of_port_setup_vlan_trans(port, op.tagged);
+}
+
 }  // namespace
 
 int ard_of_port_enable(of_if_entry* port, uint32_t /*spare*/) {
-  if (!usable(port)) return OFA_E_INVALID_ARG;
-  int rc = send(*port, build_bulk(kEnable, *port));
-  if (rc != 0) {
-    ofa_trace(OFACORE, 3, 2, OFA_TR_ARD_PORT_ENABLE_FAILED,
-              "Unabled to enable openflow port: %d rc: %d\n", port->port_id, rc);
-    return rc;
-  }
-  ofa_trace(OFACORE, 7, 1, OFA_TR_ARD_PORT_ENABLED, "enabled openflow port: %d\n", port->port_id);
-  return ard_of_port_setup_vlan_trans(port, 1);
+  return run(port, {kEnable, 1, OFA_TR_ARD_PORT_ENABLED, "enabled openflow port: %d\n",
+                    OFA_TR_ARD_PORT_ENABLE_FAILED, "Unabled to enable openflow port: %d rc: %d\n"});
 }
 
 int ard_of_port_disable(of_if_entry* port) {
-  if (!usable(port)) return OFA_E_INVALID_ARG;
-  int rc = send(*port, build_bulk(kDisable, *port));
-  if (rc != 0) {
-    ofa_trace(OFACORE, 3, 2, OFA_TR_ARD_PORT_DISABLE_FAILED,
-              "Unabled to disable openflow port: %d rc: %d\n", port->port_id, rc);
-    return rc;
-  }
-  ofa_trace(OFACORE, 7, 1, OFA_TR_ARD_PORT_DISABLED, "Disabled openflow port: %d\n", port->port_id);
-  return ard_of_port_setup_vlan_trans(port, 0);
+  return run(port,
+             {kDisable, 0, OFA_TR_ARD_PORT_DISABLED, "Disabled openflow port: %d\n",
+              OFA_TR_ARD_PORT_DISABLE_FAILED, "Unabled to disable openflow port: %d rc: %d\n"});
 }
 
 int ard_of_port_state(of_if_entry* port, uint32_t /*spare*/) {

@@ -21,9 +21,6 @@ using ofa::platform::port_ifindex;
 using ofa::test::ChipEnv;
 using ofa::test::TraceCapture;
 
-constexpr uint32_t kPort3 = port_ifindex(1, 3);
-constexpr uint32_t kPort30 = port_ifindex(1, 30);
-
 // The VLAN table the handlers walk: the pseudo-VLAN (IIVID 4005) and VLANs n..1, highest first.
 std::vector<of_vlan_entry> g_vlans;
 size_t g_at = 0;

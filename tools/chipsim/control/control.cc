@@ -9,6 +9,7 @@
 #include "model/commands.h"
 #include "model/show.h"
 #include "model/status.h"
+#include "model/views.h"
 
 namespace ofa::chipsim {
 
@@ -294,6 +295,65 @@ std::string cmd_traffic(Control& c, std::span<const std::string_view> w) {
   return ok().field("advanced", static_cast<uint64_t>(n)).end_object().take();
 }
 
+// A VLAN id or "all".
+std::optional<uint32_t> vlan_number(std::string_view s) {
+  if (s == "all") return kAllVlans;
+  return number<uint32_t>(s);
+}
+
+std::string cmd_show(Control& c, std::span<const std::string_view> w) {
+  if (w.empty()) return ok().field("text", show_text(c.model)).end_object().take();
+  if (w.size() > 2 || (w[0] != "ports" && w[0] != "vlans"))
+    return error("usage: show [ports [ID] | vlans [ID|all]]");
+  std::optional<uint32_t> id;
+  if (w.size() == 2) {
+    id = w[0] == "ports" ? number<uint32_t>(w[1]) : vlan_number(w[1]);
+    if (!id) return error("bad id \"" + std::string(w[1]) + "\"");
+  }
+  std::string text = w[0] == "ports" ? show_ports(c.model, id) : show_vlans(c.model, id);
+  return ok().field("text", text).end_object().take();
+}
+
+constexpr std::string_view kQueryUsage =
+    "usage: query port ID | vlan ID|all | xlate PORT IIVID  [chip IFINDEX]";
+
+// One port, VLAN or translation of one chip: the port's own chip (or the first chip) unless
+// "chip IFINDEX" names one.
+std::string cmd_query(Control& c, std::span<const std::string_view> w) {
+  size_t npos = w.empty() ? 0 : w[0] == "xlate" ? 2 : (w[0] == "port" || w[0] == "vlan") ? 1 : 0;
+  if (npos == 0 || w.size() < 1 + npos) return error(kQueryUsage);
+  std::vector<uint32_t> v;
+  for (size_t i = 1; i <= npos; ++i) {
+    auto n = w[0] == "vlan" ? vlan_number(w[i]) : number<uint32_t>(w[i]);
+    if (!n) return error("bad number \"" + std::string(w[i]) + "\"");
+    v.push_back(*n);
+  }
+  Options o = options(w.subspan(1 + npos), {"chip"});
+  if (!o.bad.empty()) return error(o.bad);
+  uint32_t port = w[0] == "vlan" || v[0] == 0 ? 0 : port_ifindex_of(c.model, v[0]);
+  const ChipState* chip = home_chip(c.model, port);
+  if (auto s = o.get("chip")) {
+    auto ifx = number<uint32_t>(*s);
+    auto it = ifx ? c.model.chips().find(*ifx) : c.model.chips().end();
+    if (it == c.model.chips().end()) return error("no chip \"" + std::string(*s) + "\"");
+    chip = &it->second;
+  }
+  if (!chip) return error("no chip");
+  std::optional<Item> f;
+  if (w[0] == "port") {
+    if (auto it = chip->ports.find(port); it != chip->ports.end())
+      f = port_fields(c.model, *chip, port, it->second);
+  } else if (w[0] == "vlan") {
+    f = vlan_fields(*chip, v[0]);
+  } else {
+    f = xlate_fields(c.model, *chip, port, v[1]);
+  }
+  auto j = ok();
+  j.field("chip", chip->ifindex).key("found").boolean(f.has_value());
+  if (f) j.field("fields", fields_text(*f));
+  return j.end_object().take();
+}
+
 std::string cmd_stats(Control& c) {
   auto j = ok();
   j.key("stats").raw(c.model.stats_json());
@@ -324,7 +384,8 @@ std::string control_command(Control& c, std::string_view line) {
   std::span<const std::string_view> args(w.begin() + 1, w.end());
   if (w[0] == "dump") return ok().key("state").raw(c.model.dump_json()).end_object().take();
   if (w[0] == "stats") return cmd_stats(c);
-  if (w[0] == "show") return ok().field("text", show_text(c.model)).end_object().take();
+  if (w[0] == "show") return cmd_show(c, args);
+  if (w[0] == "query") return cmd_query(c, args);
   if (w[0] == "reset") {
     c.model.reset();
     return ok().end_object().take();
@@ -343,7 +404,9 @@ std::string control_command(Control& c, std::string_view line) {
   if (w[0] == "help") {
     auto j = ok();
     j.key("commands").begin_array();
-    for (auto s : {"dump", "show", "stats", "check", "reset",
+    for (auto s : {"dump", "show [ports [ID] | vlans [ID|all]]",
+                   "query port ID | vlan ID|all | xlate PORT IIVID [chip IFINDEX]", "stats",
+                   "check", "reset",
                    "fault <command> <status> [once|times N|from N] [chip IFINDEX]",
                    "fault clear [command]", "fault list",
                    "event chip-up|chip-down|slot-up|slot-down|ignored [slot N] [chip N] [class N] "

@@ -8,6 +8,7 @@ ModelConfig model_config(const platform::Platform& p) {
   cfg.family = family_of_model(p.model);
   cfg.l2_tcam_size = p.l2_tcam_size;
   cfg.l3_tcam_size = p.l3_tcam_size;
+  cfg.platform = p;
   for (const auto& s : p.slots)
     for (const auto& c : s.chips)
       cfg.chips.push_back(

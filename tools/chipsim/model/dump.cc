@@ -61,7 +61,7 @@ void dump_ports(tools::JsonWriter& j, const ChipState& c) {
     if (p.has_vlan) {
       j.field("vlan_change_mask", p.vlan_change)
           .field("vlan_values", p.vlan_values)
-          .field("pvid", p.pvid)
+          .field("pvid", p.pvid.value_or(0))
           .field("iivid_count", static_cast<uint64_t>(p.iivid_members.size()));
       if (!p.iivid_members.empty())
         j.field("iivid_first", p.iivid_members.front()).field("iivid_last", p.iivid_members.back());
@@ -182,7 +182,9 @@ void emit_stats(tools::JsonWriter& j, const Stats& s) {
       .field("not_neighbours", s.not_neighbours)
       .field("unknown_neighbour", s.unknown_neighbour)
       .field("handle_in_use", s.handle_in_use)
-      .field("region_full", s.region_full);
+      .field("region_full", s.region_full)
+      .field("iivid_outside", s.iivid_outside)
+      .field("mgid_outside", s.mgid_outside);
   j.key("by_command").begin_object();
   for (const auto& [code, c] : s.by_command) {
     j.key(command_name(code))

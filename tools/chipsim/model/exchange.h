@@ -95,5 +95,11 @@ int32_t handle_stats(Exchange& x);
 // Readers of the shared record shapes.
 Mac read_mac(wire::Reader& r, size_t off);
 bool iivid_ok(const Exchange& x, uint32_t iivid);
+// A VLAN id a translation or partition request may carry: 0 to 4095, or the all-VLANs id.
+bool vlan_ok(uint32_t vlan);
+// Count an applied IIVID or mgid outside the platform's ranges; a platform without ranges counts
+// none. The agent picks them, so the chip takes them all.
+void note_iivid(Exchange& x, uint32_t iivid);
+void note_mgid(Exchange& x, uint32_t mgid);
 
 }  // namespace ofa::chipsim

@@ -66,6 +66,7 @@ int32_t handle_mgid_set(Exchange& x) {
     return x.fail(status::kInvalid,
                   "members end at " + num(pos) + ", request length " + num(x.req_len));
   if (!x.commit) return status::kOk;
+  note_mgid(x, mgid);
   auto it = x.chip.mgids.find(mgid);
   if (x.command == cmd::kMgidUpdate) {
     if (it == x.chip.mgids.end()) return x.fail(status::kNoEntry, "no mgid " + num(mgid));

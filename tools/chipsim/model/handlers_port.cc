@@ -5,6 +5,7 @@
 
 #include "model/commands.h"
 #include "model/exchange.h"
+#include "model/views.h"
 
 namespace ofa::chipsim {
 
@@ -69,7 +70,7 @@ int32_t read_pairs(Exchange& x, bool batch, bool two, Pairs& p) {
   if (!r.ok()) return x.fail(status::kInvalid, "pairs past the request's end");
   for (auto& q : p.pairs) {
     if (!iivid_ok(x, q[0])) return x.fail(status::kInvalid, "iivid " + num(q[0]) + " too wide");
-    if (q[1] > 4095) return x.fail(status::kInvalid, "vlan " + num(q[1]));
+    if (!vlan_ok(q[1])) return x.fail(status::kInvalid, "vlan " + num(q[1]));
   }
   return status::kOk;
 }
@@ -96,13 +97,8 @@ int32_t port_wide(Exchange& x) {
   if (x.fields) {
     // The members as ranges "first-last", readable for a few thousand IIVIDs.
     x.fields->key("iivids").begin_array();
-    for (size_t i = 0; i < members.size();) {
-      size_t j = i;
-      while (j + 1 < members.size() && members[j + 1] == members[j] + 1)
-        ++j;
-      x.fields->value(num(members[i]) + "-" + num(members[j]));
-      i = j + 1;
-    }
+    for (const auto& [first, last] : runs(members))
+      x.fields->value(num(first) + "-" + num(last));
     x.fields->end_array();
   }
   if (ifindex == 0) return x.fail(status::kInvalid, "port-wide form without ifIndex");
@@ -112,7 +108,19 @@ int32_t port_wide(Exchange& x) {
   p.has_vlan = true;
   p.vlan_change = change;
   p.vlan_values = values;
+  // Each setting changes only where its change-mask bit is set.
+  auto apply = [&](std::optional<bool>& field, int change_bit, int value_bit) {
+    if (change & (1u << change_bit)) field = (values & (1u << value_bit)) != 0;
+  };
+  apply(p.lrn, 27, 23);
+  apply(p.rx_fwd, 30, 26);
+  apply(p.rx_fwd2, 29, 25);
+  apply(p.tx_en, 22, 22);
   if (change & (1u << 26)) p.pvid = pvid;
+  if (!members.empty()) {
+    note_iivid(x, members.front());
+    note_iivid(x, members.back());
+  }
   p.iivid_members = std::move(members);
   return status::kOk;
 }
@@ -121,6 +129,22 @@ int32_t port_wide(Exchange& x) {
 
 bool iivid_ok(const Exchange& x, uint32_t iivid) {
   return iivid < (1u << x.rules.iivid_bits);
+}
+
+bool vlan_ok(uint32_t vlan) {
+  return vlan <= 4095 || vlan == kAllVlans;
+}
+
+void note_iivid(Exchange& x, uint32_t iivid) {
+  const auto& r = x.model.config().platform.resources;
+  if (r.iivid_max != 0 && (iivid < r.iivid_min || iivid > r.iivid_max))
+    ++x.model.mutable_stats().iivid_outside;
+}
+
+void note_mgid(Exchange& x, uint32_t mgid) {
+  const auto& r = x.model.config().platform.resources;
+  if (r.mgid_end != 0 && (mgid < r.mgid_start || mgid > r.mgid_end))
+    ++x.model.mutable_stats().mgid_outside;
 }
 
 int32_t handle_port_qos_init(Exchange& x) {
@@ -189,6 +213,8 @@ int32_t handle_port_cfg(Exchange& x) {
   p.ctl_w48 = w48;
   p.ctl_w52 = w52;
   if (w40 & (1u << 19)) p.ppid = ppid;
+  if (change & (1u << 16)) p.typ_cls = (w48 & (1u << 6)) != 0;
+  if (change & (1u << 17)) p.mac_cls = (w48 & (1u << 7)) != 0;
   return status::kOk;
 }
 
@@ -227,6 +253,7 @@ int32_t handle_port_vlan_cfg(Exchange& x) {
   for (auto& q : p.pairs) {
     auto& table = eft ? x.chip.eft : x.chip.translations;
     table[{p.scope, q[0]}] = Translation{q[1], q[2], p.change, p.values};
+    note_iivid(x, q[0]);
   }
   return status::kOk;
 }
@@ -260,10 +287,11 @@ int32_t handle_partition_id(Exchange& x) {
   if (ppid != 7) return x.fail(status::kInvalid, "ppid " + num(ppid) + ", want 7");
   if (rte > 1) return x.fail(status::kInvalid, "rte " + num(rte));
   if (count != 1) return x.fail(status::kInvalid, "count " + num(count) + ", want 1");
-  if (!iivid_ok(x, iivid) || vlan > 4095)
+  if (!iivid_ok(x, iivid) || !vlan_ok(vlan))
     return x.fail(status::kInvalid, "iivid or vlan out of range");
   if (!x.commit) return status::kOk;
   x.chip.partition[{rte, vlan}] = iivid;
+  note_iivid(x, iivid);
   return status::kOk;
 }
 
@@ -278,6 +306,8 @@ int32_t handle_vid_to_mgid(Exchange& x) {
   if (!iivid_ok(x, iivid)) return x.fail(status::kInvalid, "iivid " + num(iivid) + " too wide");
   if (!x.commit) return status::kOk;
   x.chip.vid_to_mgid[iivid] = mgid;
+  note_iivid(x, iivid);
+  note_mgid(x, mgid);
   return status::kOk;
 }
 

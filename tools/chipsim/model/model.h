@@ -14,6 +14,7 @@
 
 #include "model/family.h"
 #include "model/state.h"
+#include "platform/platform_file.h"
 
 namespace ofa::chipsim {
 
@@ -32,6 +33,9 @@ struct ModelConfig {
   uint32_t l2_tcam_size = 0;  // 0: region sizes are not checked against the TCAM
   uint32_t l3_tcam_size = 0;
   std::vector<ChipConfig> chips;
+  // Port names, which chip serves which port, the IIVID and mgid ranges, the slot served (its
+  // my_slot). Empty in tests that need none of it: then no range is counted.
+  platform::Platform platform;
 };
 
 struct CommandCounters {
@@ -50,6 +54,9 @@ struct Stats {
   uint64_t unknown_neighbour = 0;
   uint64_t handle_in_use = 0;
   uint64_t region_full = 0;
+  // IIVIDs and mgids programmed outside the platform's ranges (not refused).
+  uint64_t iivid_outside = 0;
+  uint64_t mgid_outside = 0;
   std::map<uint32_t, CommandCounters> by_command;
 
   uint64_t placement_violations() const {

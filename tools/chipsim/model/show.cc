@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "common/text.h"
+#include "model/views.h"
 
 namespace ofa::chipsim {
 namespace {
@@ -139,7 +140,40 @@ void show_chip(std::string& out, const ChipState& c) {
   out.back() = '\n';
 }
 
+void chip_title(std::string& out, const ChipState& c) {
+  if (!out.empty()) out += '\n';
+  appendf(out, "chip 0x%08x: slot %u, chip %u\n", c.ifindex, c.slot, c.local_id);
+}
+
 }  // namespace
+
+std::string show_ports(const Model& m, std::optional<uint32_t> id) {
+  std::optional<uint32_t> only;
+  if (id) only = port_ifindex_of(m, *id);
+  std::string out;
+  for (const auto& [ifindex, c] : m.chips()) {
+    if (c.mcast_only) continue;
+    std::vector<Item> rows;
+    for (const auto& [port, p] : c.ports)
+      if (!only || port == *only) rows.push_back(port_fields(m, c, port, p));
+    chip_title(out, c);
+    out += rows.empty() ? "  no ports\n" : fields_table(rows);
+  }
+  return out;
+}
+
+std::string show_vlans(const Model& m, std::optional<uint32_t> vlan) {
+  std::string out;
+  for (const auto& [ifindex, c] : m.chips()) {
+    if (c.mcast_only) continue;
+    std::vector<Item> rows;
+    for (uint32_t v : vlan ? std::vector<uint32_t>{*vlan} : chip_vlans(c))
+      if (auto f = vlan_fields(c, v)) rows.push_back(std::move(*f));
+    chip_title(out, c);
+    out += rows.empty() ? "  no VLANs\n" : fields_table(rows);
+  }
+  return out;
+}
 
 std::string show_text(const Model& m) {
   std::string out;

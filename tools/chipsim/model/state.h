@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <list>
 #include <map>
+#include <optional>
 #include <tuple>
 #include <unordered_map>
 #include <vector>
@@ -140,8 +141,13 @@ struct PortState {
   bool has_ctl = false;
   uint32_t ctl_change = 0, ctl_w40 = 0, ctl_w48 = 0, ctl_w52 = 0, ppid = 0;
   bool has_vlan = false;
-  uint32_t vlan_change = 0, vlan_values = 0, pvid = 0;
+  uint32_t vlan_change = 0, vlan_values = 0;  // of the last port-wide request
+  // The port-wide settings, each as the last request whose change mask names it set it.
+  std::optional<bool> lrn, rx_fwd, rx_fwd2, tx_en;
+  std::optional<uint32_t> pvid;
   std::vector<uint32_t> iivid_members;  // ascending
+  // Classification as the last port control that names it set it.
+  std::optional<bool> typ_cls, mac_cls;
   bool has_l2ctl = false;
   uint32_t lldp_vlan_ovrd = 0, l2_ctrl_ovrd = 0;
   bool has_vpn = false;
@@ -151,11 +157,15 @@ struct PortState {
 
 // Scope of a VLAN translation: a port's interface index, or partition 7 (ifIndex 0).
 struct Translation {
-  uint32_t vlan = 0;
+  uint32_t vlan = 0;   // kAllVlans for the all-VLANs entry
   uint32_t vlan2 = 0;  // the second VLAN array of zim
   uint32_t change = 0;
   uint32_t values = 0;
+  bool tagged() const { return (values & (1u << 21)) != 0; }
 };
+
+// The VLAN id that stands for every VLAN in translation and partition requests.
+inline constexpr uint32_t kAllVlans = 0xFFFFFFFF;
 
 struct ChipState {
   uint32_t ifindex = 0;

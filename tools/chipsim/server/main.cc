@@ -129,7 +129,9 @@ int main(int argc, char** argv) {
     return chipsim::run_control_client(slot, line);
   }
 
-  chipsim::Model model(chipsim::model_config(plat));
+  chipsim::ModelConfig config = chipsim::model_config(plat);
+  config.platform.my_slot = slot;  // the slot whose port ids the queries name
+  chipsim::Model model(std::move(config));
   std::unique_ptr<FILE, int (*)(FILE*)> log(nullptr, std::fclose);
   if (!args.log.empty()) {
     log.reset(std::fopen(args.log.c_str(), "w"));

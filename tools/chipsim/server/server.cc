@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "common/json.h"
+#include "common/line_client.h"
 #include "platform/run_dir.h"
 
 namespace ofa::chipsim {
@@ -224,34 +225,12 @@ void Server::run(const std::atomic<bool>& stop) {
 
 int run_control_client(uint32_t slot, const std::string& line) {
   std::string path = platform::hsl_ctl_path(slot);
-  auto addr = unix_address(path);
-  int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (!addr || fd < 0 ||
-      ::connect(fd, reinterpret_cast<const sockaddr*>(&*addr), sizeof *addr) < 0) {
-    std::fprintf(stderr, "ofa-chipsim: cannot reach %s: %s\n", path.c_str(), std::strerror(errno));
-    if (fd >= 0) ::close(fd);
+  auto asked = tools::ask_line(path, line, 10.0);
+  if (!asked.ok()) {
+    std::fprintf(stderr, "ofa-chipsim: %s\n", asked.error().c_str());
     return 2;
   }
-  std::string msg = line + "\n";
-  if (::send(fd, msg.data(), msg.size(), MSG_NOSIGNAL) < 0) {
-    std::fprintf(stderr, "ofa-chipsim: send: %s\n", std::strerror(errno));
-    ::close(fd);
-    return 2;
-  }
-  std::string answer;
-  char buf[65536];
-  while (answer.find('\n') == std::string::npos) {
-    pollfd p{fd, POLLIN, 0};
-    if (::poll(&p, 1, 10000) <= 0) break;
-    ssize_t n = ::recv(fd, buf, sizeof buf, 0);
-    if (n <= 0) break;
-    answer.append(buf, static_cast<size_t>(n));
-  }
-  ::close(fd);
-  if (answer.empty()) {
-    std::fprintf(stderr, "ofa-chipsim: no answer from %s\n", path.c_str());
-    return 2;
-  }
+  std::string answer = asked.value() + "\n";
   // A text answer ("show") is printed as the text itself.
   constexpr std::string_view kText = "{\"ok\":true,\"text\":\"";
   constexpr std::string_view kEnd = "\"}\n";

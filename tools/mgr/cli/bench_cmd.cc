@@ -8,6 +8,7 @@
 
 #include "bench.h"
 #include "cli.h"
+#include "platform/run_dir.h"
 #include "common/json.h"
 #include "runner.h"
 #include "syntax.h"
@@ -150,7 +151,13 @@ bool run_setup(const Options& o, const Target& t, MpEndpoint& ep) {
     std::fprintf(stderr, "%s\n", sc.error().c_str());
     return false;
   }
-  RunOptions ro{agent_path(t.slot), o.timeout, o.verbose, true, o.json ? stderr : stdout};
+  RunOptions ro{agent_path(t.slot),
+                o.timeout,
+                o.verbose,
+                true,
+                o.json ? stderr : stdout,
+                platform::hsl_ctl_path(t.slot),
+                o.agent_log};
   return run_steps(sc.value(), ep, ro).exit_code() == kOk;
 }
 

@@ -19,6 +19,7 @@ struct Options : tools::CommonOptions {
   bool dry_run = false;              // run: check the file and show the datagrams, send nothing
   uint64_t count = 0;                // listen: stop after this many messages (0: never)
   std::optional<std::string> setup;  // bench: scenario run before the measured phases
+  std::string agent_log;             // run, send: the agent's log file, for expect log
 };
 
 // The switch's description and this LP's slot, from --platform/--slot or the environment.

@@ -9,6 +9,7 @@
 #include "common/json.h"
 #include "endpoint.h"
 #include "format.h"
+#include "platform/run_dir.h"
 #include "runner.h"
 #include "scenario.h"
 #include "syntax.h"
@@ -161,7 +162,8 @@ int send(const Options& o, const Target& t) {
     return kFailed;
   }
   Scenario sc{"", {Step{1, text, *step.value()}}};
-  RunOptions ro{agent_path(t.slot), o.timeout, true, false, stdout};
+  RunOptions ro{agent_path(t.slot), o.timeout,   true, false, stdout, platform::hsl_ctl_path(t.slot),
+                o.agent_log};
   RunSummary sum = run_steps(sc, *ep, ro);
   if (sum.exit_code() != kOk || !send_step || !ep->bound()) return sum.exit_code();
   // Show what the agent answers: the status of a flow operation, or whatever comes shortly.
@@ -209,7 +211,13 @@ int run(const Options& o, const Target& t) {
     return kOk;
   }
   auto ep = bind_or_exit();
-  RunOptions ro{agent_path(t.slot), o.timeout, o.verbose, true, stdout};
+  RunOptions ro{agent_path(t.slot),
+                o.timeout,
+                o.verbose,
+                true,
+                stdout,
+                platform::hsl_ctl_path(t.slot),
+                o.agent_log};
   return run_steps(sc.value(), *ep, ro).exit_code();
 }
 

@@ -57,7 +57,7 @@ If the manager's end point is free, send binds it and shows the answer: the stat
 operation (waiting at most --timeout), or whatever else arrives shortly after.
 )";
 
-constexpr const char* kRun = R"(usage: ofa-mgr run [-v] [--timeout D] [--dry-run] FILE
+constexpr const char* kRun = R"(usage: ofa-mgr run [-v] [--timeout D] [--dry-run] [--agent-log FILE] FILE
 
 Carries out a scenario: one operation per line, '#' comments, blank lines allowed.
   wait registration [timeout=D]
@@ -72,6 +72,10 @@ Carries out a scenario: one operation per line, '#' comments, blank lines allowe
   pack                      (messages up to 'end' go out in one datagram)
   raw 01c00008 00000000     (bytes as they stand)
   sleep 500ms
+  chip fault port_vpn -5    (a control command to the chip simulator of the slot)
+  expect chip port 3 pvid=4004 nhop=-   (also vlan ID, xlate PORT IIVID; absent; chip=IFINDEX)
+  expect chip requests=0    (simulator counters since the last barrier)
+  expect log ~ "enabled openflow port: 3"   (in the --agent-log file, after the last match)
 Each line prints what happened; a failed expectation prints what was expected and what came,
 and the run goes on and ends with exit code 1. A bad line is reported as file:line: reason
 before anything is sent (exit code 2). -v also prints every message the agent sends.

@@ -29,6 +29,11 @@ Options parse(int argc, char** argv) {
          o.setup = std::string(v);
          return std::optional<std::string>();
        }},
+      {"--agent-log", true,
+       [&o](std::string_view v) {
+         o.agent_log = std::string(v);
+         return std::optional<std::string>();
+       }},
       bench_word("--in-port"),
       bench_word("--remote-port"),
       bench_word("--on-chip"),

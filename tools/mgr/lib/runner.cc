@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <thread>
 
+#include "chip_side.h"
 #include "expectations.h"
 #include "format.h"
 
@@ -63,6 +64,17 @@ void abort_on(const Scenario& sc, const Step& step, const RunOptions& opt, const
   sum.aborted = true;
 }
 
+// Looks until `look` finds nothing amiss or the time is up, reading what the agent sends
+// meanwhile; answers the last look's finding.
+std::string poll(Inbox& inbox, double seconds, const std::function<std::string()>& look) {
+  auto deadline = after(seconds);
+  for (;;) {
+    std::string found = look();
+    if (found.empty() || seconds_left(deadline) <= 0) return found;
+    inbox.collect(std::min(0.05, seconds_left(deadline)));
+  }
+}
+
 }  // namespace
 
 void Inbox::accept(const Bytes& datagram) {
@@ -106,6 +118,7 @@ std::optional<Message> Inbox::take(double seconds,
 RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) {
   RunSummary sum;
   Inbox inbox(ep, opt);
+  ChipSide chip(opt.chip_control, opt.agent_log);
   uint32_t barriers = 0;
   for (const auto& step : sc.steps) {
     if (const auto* send = std::get_if<SendStep>(&step.action)) {
@@ -218,12 +231,40 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
         return s && s->flow_id == 0 && s->xid == xid;
       });
       if (m) {
+        chip.rebase();
         line(opt, step.line, "ok", step.source, "the agent has handled everything sent before");
       } else {
         ++sum.failed;
         line(opt, step.line, "FAILED", step.source);
         more(opt, "expected: the status of the barrier (flow 0, xid " + std::to_string(xid) + ")");
         more(opt, "got:      nothing within " + secs(t));
+      }
+    } else if (const auto* cc = std::get_if<ChipControlStep>(&step.action)) {
+      if (auto e = chip.control(cc->command)) {
+        abort_on(sc, step, opt, *e, sum);
+        break;
+      }
+      line(opt, step.line, "done", step.source);
+    } else if (const auto* ec = std::get_if<ExpectChipStep>(&step.action)) {
+      ++sum.expectations;
+      std::string got = poll(inbox, ec->timeout.value_or(opt.timeout), [&] { return chip.check(*ec); });
+      if (got.empty()) {
+        line(opt, step.line, "ok", step.source);
+      } else {
+        ++sum.failed;
+        line(opt, step.line, "FAILED", step.source);
+        more(opt, "got:      " + got);
+      }
+    } else if (const auto* el = std::get_if<ExpectLogStep>(&step.action)) {
+      ++sum.expectations;
+      double t = el->timeout.value_or(opt.timeout);
+      std::string got = poll(inbox, t, [&] { return chip.check_log(*el); });
+      if (got.empty()) {
+        line(opt, step.line, "ok", step.source);
+      } else {
+        ++sum.failed;
+        line(opt, step.line, "FAILED", step.source);
+        more(opt, "got:      " + got + " within " + secs(t));
       }
     } else if (const auto* sl = std::get_if<SleepStep>(&step.action)) {
       inbox.collect(sl->seconds);

@@ -1,5 +1,6 @@
 // Carries out scenario steps against a running agent: sends datagrams, collects what the agent
-// sends back, waits for registrations and checks expected statuses.
+// sends back, waits for registrations and checks expected statuses; asks the chip simulator and
+// reads the agent's log for the lines about them.
 #pragma once
 
 #include <cstdio>
@@ -18,6 +19,8 @@ struct RunOptions {
   bool verbose = false;  // also print every message that arrives
   bool summary = true;   // a closing line with the counts
   FILE* out = stdout;
+  std::string chip_control;  // the chip simulator's control socket, for chip lines; "" none
+  std::string agent_log;     // the agent's log file, for expect log; "" none
 };
 
 // What came from the agent and has not been claimed by a wait or an expectation yet.

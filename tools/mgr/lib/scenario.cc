@@ -123,7 +123,85 @@ StepResult expect_stats(StatsKind kind, const std::string& what, std::span<const
   return std::optional<StepAction>(s);
 }
 
+// expect chip port ID | vlan ID|all | xlate PORT IIVID  field=value... | absent  [chip=IFINDEX]
+// expect chip COUNTER=N...
+StepResult expect_chip(std::span<const std::string> w) {
+  ExpectChipStep s;
+  size_t ids = 0;
+  if (w.empty()) {
+    return StepResult::fail("expect chip: port ID, vlan ID, xlate PORT IIVID or COUNTER=N");
+  } else if (w[0] == "port" || w[0] == "vlan") {
+    s.item = w[0] == "port" ? ChipItem::port : ChipItem::vlan;
+    ids = 1;
+  } else if (w[0] == "xlate") {
+    s.item = ChipItem::xlate;
+    ids = 2;
+  } else {
+    s.item = ChipItem::counters;
+  }
+  if (w.size() <= ids) return StepResult::fail("expect chip " + w[0] + ": which one?");
+  for (size_t i = 1; i <= ids; ++i) {
+    if (s.item == ChipItem::vlan && w[i] == "all") {
+      s.ids.push_back(w[i]);
+      continue;
+    }
+    auto n = syntax::number(w[i], 0xffffffff, "expect chip " + w[0]);
+    if (!n.ok()) return StepResult::fail(n.error());
+    s.ids.push_back(std::to_string(n.value()));
+  }
+  for (const auto& word : w.subspan(ids == 0 ? 0 : 1 + ids)) {
+    auto kv = syntax::split_key(word);
+    if (kv.key == "timeout" && kv.has_value) {
+      if (auto e = timeout_option(std::span(&word, 1), s.timeout)) {
+        return StepResult::fail("expect chip: " + *e);
+      }
+    } else if (kv.key == "chip" && kv.has_value && s.item != ChipItem::counters) {
+      auto n = syntax::number(kv.value, 0xffffffff, "chip");
+      if (!n.ok()) return StepResult::fail(n.error());
+      s.chip = std::to_string(n.value());
+    } else if (word == "absent" && s.item != ChipItem::counters) {
+      s.absent = true;
+    } else if (kv.has_value && !kv.key.empty() && !kv.value.empty()) {
+      if (s.item == ChipItem::counters) {
+        auto n = syntax::number(kv.value, UINT64_MAX, kv.key);
+        if (!n.ok()) return StepResult::fail(n.error());
+      }
+      s.fields.emplace_back(kv.key, kv.value);
+    } else {
+      return StepResult::fail("expect chip: '" + word + "' is not field=value" +
+                              (s.item == ChipItem::counters ? "" : ", absent or chip=IFINDEX"));
+    }
+  }
+  if (s.absent && !s.fields.empty()) {
+    return StepResult::fail("expect chip: absent and field values do not go together");
+  }
+  if (!s.absent && s.fields.empty()) {
+    return StepResult::fail("expect chip: nothing to check (field=value or absent)");
+  }
+  return std::optional<StepAction>(s);
+}
+
+// expect log ~ "words" [timeout=D]
+StepResult expect_log(std::span<const std::string> w) {
+  if (w.size() < 2 || w[0] != "~" || w[1].empty()) {
+    return StepResult::fail("expect log: write expect log ~ \"words of the line\"");
+  }
+  ExpectLogStep s{w[1], std::nullopt};
+  if (auto e = timeout_option(w.subspan(2), s.timeout)) return StepResult::fail("expect log: " + *e);
+  return std::optional<StepAction>(s);
+}
+
+StepResult chip_step(std::span<const std::string> w) {
+  if (w.empty()) return StepResult::fail("chip: which control command? (like 'chip reset')");
+  ChipControlStep s;
+  for (const auto& word : w)
+    s.command += (s.command.empty() ? "" : " ") + word;
+  return std::optional<StepAction>(s);
+}
+
 StepResult expect_step(std::span<const std::string> w) {
+  if (!w.empty() && w[0] == "chip") return expect_chip(w.subspan(1));
+  if (!w.empty() && w[0] == "log") return expect_log(w.subspan(1));
   if (!w.empty() && w[0] == "status") return expect_status(w.subspan(1));
   if (!w.empty() && w[0] == "no") return expect_no_status(w.subspan(1));
   if (!w.empty() && w[0] == "flow-stats") return expect_stats(StatsKind::flow, w[0], w.subspan(1));
@@ -134,8 +212,8 @@ StepResult expect_step(std::span<const std::string> w) {
     return expect_stats(StatsKind::meter, w[0], w.subspan(1));
   }
   return StepResult::fail(
-      "expect: status, no status, flow-stats, queue-stats or meter-stats (like 'expect status "
-      "10 success')");
+      "expect: status, no status, flow-stats, queue-stats, meter-stats, chip or log (like "
+      "'expect status 10 success')");
 }
 
 StepResult barrier_step(std::span<const std::string> w) {
@@ -191,6 +269,7 @@ StepResult words_step(const Words& words, const ParseContext& ctx) {
   if (head == "sleep") return sleep_step(rest);
   if (head == "barrier") return barrier_step(rest);
   if (head == "raw") return raw_step(rest);
+  if (head == "chip") return chip_step(rest);
   if (head == "pack" || head == "end") {
     return StepResult::fail("'" + head + "' belongs in a scenario file, around messages");
   }
@@ -198,7 +277,7 @@ StepResult words_step(const Words& words, const ParseContext& ctx) {
     return StepResult::fail("unknown operation '" + head +
                             "' (flow, group, meter, vlan, port-vlan, evt, port, openflow, "
                             "default-action, protected-vlan, config, sync-complete, raw, wait, "
-                            "expect, sleep, barrier, pack)");
+                            "expect, sleep, barrier, chip, pack)");
   }
   // fragment=N: the flow goes out as messages of N members each, one datagram each.
   Words op;

@@ -11,6 +11,11 @@
 //   expect flow-stats 10 packets>=1 | queue-stats 3 [queue=2] bytes=0 | meter-stats 1 drop_bytes>=1
 //   sleep 500ms
 //   barrier [timeout=D]                     wait until the agent has handled all sent before
+//   chip fault port_vpn -5                  a control command to the chip simulator
+//   expect chip port 3 pvid=4004 nhop=- [chip=IFINDEX] [timeout=D]   (or: absent)
+//   expect chip vlan 100 mgid=8010 flood=3,5 | xlate 3 4005 vlan=all tagged=1
+//   expect chip requests=0                  simulator counters since the last barrier
+//   expect log ~ "enabled openflow port: 3" [timeout=D]   the agent's log file
 #pragma once
 
 #include <optional>
@@ -75,8 +80,31 @@ struct BarrierStep {
 };
 // The barrier's message; its xid tells its status from that of another flow id 0.
 FlowMsg barrier_flow(uint32_t xid);
-using StepAction = std::variant<SendStep, WaitRegistrationStep, ExpectStatusStep,
-                                ExpectNoStatusStep, ExpectStatsStep, SleepStep, BarrierStep>;
+// chip CTL...: one line to the chip simulator's control socket.
+struct ChipControlStep {
+  std::string command;
+};
+// expect chip port|vlan|xlate ...: one item of the simulator, asked until its fields have the
+// values (as the simulator shows them) or it is absent; expect chip COUNTER=N: the simulator's
+// counters, less what they were at the last barrier.
+enum class ChipItem { port, vlan, xlate, counters };
+struct ExpectChipStep {
+  ChipItem item = ChipItem::port;
+  std::vector<std::string> ids;  // port; VLAN or "all"; port and IIVID
+  std::optional<std::string> chip;
+  bool absent = false;
+  std::vector<std::pair<std::string, std::string>> fields;  // name, value
+  std::optional<double> timeout;
+};
+// expect log ~ "words": the agent's log file gets a line with the words, after the last match.
+struct ExpectLogStep {
+  std::string text;
+  std::optional<double> timeout;
+};
+using StepAction =
+    std::variant<SendStep, WaitRegistrationStep, ExpectStatusStep, ExpectNoStatusStep,
+                 ExpectStatsStep, SleepStep, BarrierStep, ChipControlStep, ExpectChipStep,
+                 ExpectLogStep>;
 
 struct Step {
   int line = 0;

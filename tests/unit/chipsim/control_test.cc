@@ -4,6 +4,7 @@
 #include "chipsim_test_util.h"
 #include "control/control.h"
 #include "control/events.h"
+#include "control/platform_config.h"
 #include "hex.h"
 #include "model/status.h"
 
@@ -187,6 +188,92 @@ TEST_F(ControlTest, PolicerAndQueueCounters) {
   ASSERT_EQ(a.status, 0);
   EXPECT_EQ(wire::Reader(a.reply).u64_at(48 + 184 + 8 * 5), 7u);
   EXPECT_EQ(wire::Reader(a.reply).u64_at(48 + 248 + 8 * 5), 700u);
+}
+
+// Ports, VLANs and translations as `query` and `show` give them, from what the requests set: on
+// the default platform (IIVIDs 7168-8186, mgids 8000-9018, ports 1-48 on chip 0 of slot 1) with a
+// chip of slot 2 besides, which serves none of them.
+TEST(Views, QueriesAndShowOfPortsAndVlans) {
+  auto plat = std::get<platform::Platform>(
+      platform::parse_platform(platform::default_platform_text(), "default"));
+  ModelConfig cfg = model_config(plat);
+  cfg.chips.push_back({2, 0, 1, 1});
+  Model m(cfg);
+  Control ctl{m, nullptr, {1}, {}, 0};
+  const uint32_t p3 = platform::port_ifindex(1, 3), p5 = platform::port_ifindex(1, 5);
+  const uint32_t other = platform::chip_ifindex(2, 0);
+  for (const auto& [req, chip] : std::vector<std::pair<Req, uint32_t>>{
+           {Req(0x04272003, 1108)
+                .u32(28, p3)
+                .u32(36, (1u << 27) | (1u << 30) | (1u << 29) | (1u << 22) | (1u << 26))
+                .u32(40, (1u << 29) | (1u << 23) | (1u << 26) | (1u << 25) | (1u << 22))
+                .u32(48, 7172)
+                .u32(84 + 4 * (7168 / 32), 0xFFFFFFFFu),
+            kChip},
+           {Req(0x04272024, 44).u32(28, p3).u32(32, 0x80000000u).u32(36, 0xFFE01), kChip},
+           {Req(0x04272001, 84).u32(32, p3).u32(36, 3u << 16).u32(40, 1u << 19).u32(56, 7u << 7),
+            kChip},
+           {Req(0x01271002, 160).u32(28, p3).u8(33 + 4 * 2, 2), kChip},
+           {Req(0x0427180C, 56).u32(28, 11).u8(33, 1).u8(34, 16).u8(35, 0x80).u32(36, p3), kChip},
+           {Req(0x04272014, 60).u32(28, 1).u32(32, 0x00020000).u32(36, 4).u32(48, p3).u32(52, 1).u32(
+                56, 1),
+            kChip},
+           {Req(0x04272001, 52).u8(28, 6).u32(32, 0x80000000u).mac(38, {0, 1, 2, 3, 4, 5}).u32(48, p3),
+            kChip},
+           {Req(0x04272006, 48).u16(28, 7).u32(36, 1).u32(40, 7178).u32(44, 100), kChip},
+           {Req(0x04272006, 48).u16(28, 7).u16(30, 1).u32(36, 1).u32(40, 7178).u32(44, 100), kChip},
+           {Req(0x04272007, 56).u32(44, 1).u16(50, 7178).u32(52, 8010), kChip},
+           {Req(0x05270008, 64)
+                .u32(28, 8010)
+                .u32(32, 1)
+                .u32(36, 0xFFFFFFFFu)
+                .u32(40, 7178)
+                .u8(48, 1)
+                .u16(50, 2)
+                .u32(56, p3)
+                .u32(60, p5),
+            kChip},
+           {Req(0x04272003, 2084)
+                .u32(28, p3)
+                .u32(36, (1u << 19) | (1u << 21))
+                .u32(40, 1u << 21)
+                .u32(56, 1)
+                .u32(84, 7173)
+                .u32(88, kAllVlans),
+            kChip},
+           {Req(0x04272007, 56).u32(44, 1).u16(50, 4000).u32(52, 100), kChip},  // both outside
+           {Req(0x04272003, 1108).u32(28, p3).u32(36, 1u << 22).u32(40, (1u << 29) | (1u << 22)),
+            other},
+       })
+    ASSERT_EQ(call(m, req.b, chip).status, 0) << call(m, req.b, chip).log;
+  const std::string q = R"({"ok":true,"chip":2218786816,"found":)";
+  const std::string p3_fields =
+      "id=3 name=ethernet1/3 ifindex=0x18418000 served=1 lrn=1 rx_fwd=1 rx_fwd2=1 tx_en=1 "
+      "pvid=7172 iivids=7168-7199 vpn=0x000ffe01 ppid=7 typ_cls=0 mac_cls=0 qos=on lldp_ovrd=1 "
+      "l2_ovrd=1 address=00:01:02:03:04:05 nhop=11";
+  for (const auto& [line, answer] : std::vector<std::pair<std::string, std::string>>{
+           {"query port 3", q + R"(true,"fields":")" + p3_fields + R"("})"},
+           {"query port 0x18418000", q + R"(true,"fields":")" + p3_fields + R"("})"},
+           {"query port 3 chip " + std::to_string(other),
+            R"({"ok":true,"chip":2222981120,"found":true,"fields":"id=3 name=ethernet1/3 )"
+            R"(ifindex=0x18418000 served=0 lrn=- rx_fwd=- rx_fwd2=- tx_en=1 pvid=- iivids=- vpn=- )"
+            R"(ppid=- typ_cls=- mac_cls=- qos=- lldp_ovrd=- l2_ovrd=- address=- nhop=-"})"},
+           {"query port 5", q + "false}"},
+           {"query vlan 100", q + R"(true,"fields":"vlan=100 rte0=7178 rte1=7178 mgid=8010 )"
+                                  R"(flood=3,5"})"},
+           {"query vlan all", q + "false}"},
+           {"query xlate 3 7173", q + R"(true,"fields":"port=3 iivid=7173 vlan=all tagged=1"})"},
+           {"query xlate 3 7174", q + "false}"},
+           {"show vlans 100", R"({"ok":true,"text":"chip 0x84400000: slot 1, chip 0\n)"
+                              R"(  vlan rte0 rte1 mgid flood\n  100  7178 7178 8010 3,5\n\n)"
+                              R"(chip 0x84800000: slot 2, chip 0\n  no VLANs\n"})"},
+       })
+    EXPECT_EQ(control_command(ctl, line), answer) << line;
+  EXPECT_TRUE(has(control_command(ctl, "show ports"), "ethernet1/3"));
+  EXPECT_TRUE(has(control_command(ctl, "stats"), R"("iivid_outside":1,"mgid_outside":1)"));
+  for (const char* bad : {"query", "query port", "query port x", "query vlan 1 chip 5",
+                          "query xlate 3", "show ports 3 4", "show bogus", "show vlans x"})
+    EXPECT_TRUE(has(control_command(ctl, bad), R"({"ok":false,"error":")")) << bad;
 }
 
 // A zim chip counts queue bytes in units of 8; the other families in bytes.

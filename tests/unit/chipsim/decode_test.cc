@@ -188,6 +188,34 @@ std::vector<DecodeCase> cases() {
        translation(3084, (1u << 19) | (1u << 21) | (1u << 24), 250, true), 0,
        {R"({"iivid":4250,"vlan":349,"vlan2":349})"},
        [](const ChipState& c) { EXPECT_EQ(c.translations.size(), 250u); }},
+      {"translation_batch_all_vlans", Family::ard, {},
+       translation(2084, (1u << 19) | (1u << 21), 1, false).u32(88, kAllVlans), 0,
+       {R"({"iivid":4001,"vlan":4294967295})"},
+       [](const ChipState& c) { EXPECT_TRUE(c.translations.at({kPort, 4001}).tagged()); }},
+      {"translation_vlan_4096", Family::ard, {},
+       one_pair(0x04272003, 92, kPort, (1u << 19) | (1u << 21), 0, false).u32(88, 4096),
+       status::kInvalid, {R"("error":"vlan 4096")"}},
+      {"partition_all_vlans", Family::ard, {},
+       Req(0x04272006, 48).u16(28, 7).u16(30, 1).u32(36, 1).u32(40, 4001).u32(44, kAllVlans), 0,
+       {}, [](const ChipState& c) { EXPECT_EQ(c.partition.at({1, kAllVlans}), 4001u); }},
+      {"partition_vlan_5000", Family::ard, {},
+       Req(0x04272006, 48).u16(28, 7).u32(36, 1).u32(40, 4001).u32(44, 5000), status::kInvalid,
+       {}},
+      {"port_wide_applies_what_its_mask_names", Family::ard, {port_wide(1108)},
+       port_wide(1108).u32(36, (1u << 27) | (1u << 22)).u32(40, (1u << 29) | (1u << 23)).u32(48, 99),
+       0, {}, [](const ChipState& c) {
+         const PortState& p = c.ports.at(kPort);
+         EXPECT_EQ(p.lrn, true);
+         EXPECT_EQ(p.tx_en, false);
+         EXPECT_EQ(p.pvid, 4004u);
+         EXPECT_FALSE(p.rx_fwd.has_value());
+       }},
+      {"port_control_class_bits_by_mask", Family::ard, {},
+       Req(0x04272001, 84).u32(32, kPort).u32(36, 1u << 16).u32(48, (1u << 6) | (1u << 7)), 0, {},
+       [](const ChipState& c) {
+         EXPECT_EQ(c.ports.at(kPort).typ_cls, true);
+         EXPECT_FALSE(c.ports.at(kPort).mac_cls.has_value());
+       }},
       {"translation_batch_251", Family::ard, {},
        translation(2084, (1u << 19) | (1u << 21), 3, false).u32(56, 251), status::kInvalid, {}},
       {"evt_not_on_ard", Family::ard, {},

@@ -46,7 +46,8 @@ std::vector<std::string> check_invariants(const Model& m) {
     for (const auto& [k, v] : c.vid_to_mgid)
       if (k >= iivid_limit || v > 0x1FFFF) note(c, "vid_to_mgid out of range");
     for (const auto& [k, v] : c.translations)
-      if (k.second >= iivid_limit || v.vlan > 4095) note(c, "translation out of range");
+      if (k.second >= iivid_limit || (v.vlan > 4095 && v.vlan != kAllVlans))
+        note(c, "translation out of range");
     for (const auto& [ifx, p] : c.ports)
       for (size_t i = 0; i < p.iivid_members.size(); ++i)
         if (p.iivid_members[i] >= iivid_limit ||

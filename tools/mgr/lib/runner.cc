@@ -279,7 +279,7 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
   if (!opt.summary) return sum;
   std::fprintf(opt.out, "%s: %zu datagram%s sent, %zu of %zu expectations met%s\n", sc.file.c_str(),
                sum.sent, sum.sent == 1 ? "" : "s", sum.expectations - sum.failed, sum.expectations,
-               sum.aborted ? ", stopped by a send error" : "");
+               sum.aborted ? ", stopped by an error" : "");
   return sum;
 }
 

@@ -47,7 +47,7 @@ struct RunSummary {
   size_t sent = 0;          // datagrams
   size_t expectations = 0;  // waits and expects
   size_t failed = 0;
-  bool aborted = false;  // a send failed: the run stopped there
+  bool aborted = false;  // a send or a chip control command failed: the run stopped there
   int exit_code() const { return (failed || aborted) ? 1 : 0; }
 };
 

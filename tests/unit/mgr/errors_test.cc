@@ -99,7 +99,19 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"expect flow-stats 3 bytes>=lots", "bytes: 'lots' is not a number"},
         BadLine{"sleep", "needs one duration"}, BadLine{"sleep -1", "not a duration"},
         BadLine{"vlan add vlan=\"100 iivid=3", "unterminated quote"},
-        BadLine{"end", "'end' without 'pack'"}));
+        BadLine{"end", "'end' without 'pack'"},
+        BadLine{"chip", "which control command?"},
+        BadLine{"expect chip", "expect chip: port ID, vlan ID"},
+        BadLine{"expect chip xlate 3", "expect chip xlate: which one?"},
+        BadLine{"expect chip port x pvid=1", "'x' is not a number"},
+        BadLine{"expect chip port 3", "nothing to check"},
+        BadLine{"expect chip port 3 absent pvid=1", "absent and field values do not go together"},
+        BadLine{"expect chip vlan 100 bogus", "'bogus' is not field=value, absent or chip="},
+        BadLine{"expect chip port 3 chip=x pvid=1", "chip: 'x' is not a number"},
+        BadLine{"expect chip requests=lots", "requests: 'lots' is not a number"},
+        BadLine{"expect chip requests=1 absent", "'absent' is not field=value"},
+        BadLine{"expect log \"x\"", "write expect log ~"},
+        BadLine{"expect log ~ x timeout=soon", "not a duration"}));
 
 TEST(SyntaxErrors, PackBlocks) {
   auto unclosed = parse_scenario("\npack\nvlan add vlan=1 iivid=2\n", "p", {});

@@ -11,9 +11,15 @@
 #include <thread>
 
 #include "bench.h"
+#include "chip_side.h"
+#include "control/platform_config.h"
 #include "endpoint.h"
+#include "platform/ifindex.h"
+#include "platform/run_dir.h"
+#include "platform/wire.h"
 #include "processes.h"
 #include "runner.h"
+#include "server/server.h"
 
 namespace ofa::mgr {
 namespace {
@@ -45,7 +51,7 @@ class Runner : public ofa::test::RunDir {
   RunSummary run(const std::string& text) {
     auto sc = parse_scenario(text, "t.scn", {});
     EXPECT_TRUE(sc.ok()) << (sc.ok() ? "" : sc.error());
-    RunOptions opt{agent_path(1), 0.2, false, true, out_};
+    RunOptions opt{agent_path(1), 0.2, false, true, out_, platform::hsl_ctl_path(1), ""};
     return run_steps(sc.value(), *mp_, opt);
   }
 
@@ -166,6 +172,81 @@ TEST_F(Runner, ABarrierWaitsForTheStatusOfItsOwnFlowZero) {
     EXPECT_EQ((std::vector<uint32_t>{f.sub_type, f.flow_id, f.xid}),
               (std::vector<uint32_t>{kSubAddFlow, 0, xid}));
   }
+}
+
+// Chip lines against the simulator's control socket, served in a thread: one-item checks,
+// counters since the last barrier (or the last reset), and a refused control command, which
+// stops the run.
+TEST_F(Runner, ChipLinesAskTheSimulator) {
+  chipsim::Model model(chipsim::model_config(
+      std::get<platform::Platform>(platform::platform_from_env())));
+  chipsim::Control control{model, nullptr, {1}, {}, 0};
+  chipsim::Server server(model, control, chipsim::ServerOptions{1, false, 0});
+  ASSERT_FALSE(server.open().has_value());
+  for (uint16_t rte : {0, 1}) {  // the partition takes VLAN 100 to IIVID 4010 on rte 0 and 1
+    std::vector<uint8_t> msg(4096, 0);
+    wire::Writer w(msg);
+    for (auto [off, v] : std::vector<std::pair<size_t, uint32_t>>{
+             {0, 96}, {20, platform::chip_ifindex(1, 0)}, {28, 16}, {40, 76}, {48, 0x04272006},
+             {56, 48}, {60, 48}, {84, 1}, {88, 4010}, {92, 100}})
+      w.u32_at(off, v);
+    w.u16_at(4, 203);
+    w.u16_at(76, 7);
+    w.u16_at(78, rte);
+    model.ioctl(msg, 96);
+  }
+  ASSERT_EQ(model.chips().begin()->second.partition.size(), 2u);
+  std::atomic<bool> stop{false};
+  std::thread serving([&] { server.run(stop); });
+  StatusMsg barrier = status(0, 0, "ERROR: Msg has: FLOW ID ZERO");
+  barrier.xid = kBarrierXid;
+  agent_sends(barrier);
+  auto sum =
+      run("expect chip vlan 100 rte0=4010 rte1=4010 mgid=-\n"
+          "expect chip vlan 100 rte0=4011 pvid=1 timeout=50ms\n"
+          "expect chip port 3 absent\n"
+          "expect chip vlan 100 absent timeout=50ms\n"
+          "expect chip requests=2 errors=0\n"
+          "barrier\n"
+          "expect chip requests=0\n"
+          "chip fault partition_id -5\n"
+          "chip reset\n"
+          "expect chip requests=0 messages=0 vlan_count=0\n"
+          "chip fault bogus -1\n"
+          "expect chip requests=0\n");
+  stop = true;
+  serving.join();
+  EXPECT_TRUE(sum.aborted);
+  EXPECT_EQ(sum.failed, 3u) << output();
+  EXPECT_EQ(sum.expectations, 8u);
+  expect_in(output(), {"got:      rte0=4010, no field pvid (vlan=100 rte0=4010 rte1=4010 mgid=- flood=-)",
+                       "got:      present: vlan=100", "got:      no counter vlan_count",
+                       "t.scn:11: the simulator answers: unknown command \"bogus\""});
+}
+
+// The agent's log is read from where it ended when the run began, each match past the last.
+TEST(AgentLog, MatchesInOrderFromTheRunsStart) {
+  std::string path = ::testing::TempDir() + "agent_log_test.log";
+  std::FILE* f = std::fopen(path.c_str(), "w");
+  std::fputs("enabled openflow port: 3\n", f);
+  std::fflush(f);
+  ChipSide side("", path);
+  std::fputs("x enabled openflow port: 3\nUnabled to enable openflow port: 5 rc: -5\n", f);
+  std::fclose(f);
+  for (auto [text, found] : std::vector<std::pair<const char*, bool>>{
+           {"enabled openflow port: 3", true},
+           {"enabled openflow port: 3", false},
+           {"port: 5 rc: -5", true},
+           {"port: 5", false}}) {
+    EXPECT_EQ(side.check_log({text, std::nullopt}).empty(), found) << text;
+  }
+  std::fclose(std::fopen(path.c_str(), "w"));  // made anew: read from its start
+  f = std::fopen(path.c_str(), "a");
+  std::fputs("rc: 1\n", f);
+  std::fclose(f);
+  EXPECT_EQ(side.check_log({"rc: 1", std::nullopt}), "");
+  EXPECT_EQ(ChipSide("", "").check_log({"x", std::nullopt}), "no agent log (--agent-log FILE)");
+  std::remove(path.c_str());
 }
 
 TEST_F(Runner, AMissingAgentStopsTheRun) {

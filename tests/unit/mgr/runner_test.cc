@@ -175,8 +175,8 @@ TEST_F(Runner, ABarrierWaitsForTheStatusOfItsOwnFlowZero) {
 }
 
 // Chip lines against the simulator's control socket, served in a thread: one-item checks,
-// counters since the last barrier (or the last reset), and a refused control command, which
-// stops the run.
+// counters since the last barrier line (or the last reset), and a refused control command,
+// which stops the run.
 TEST_F(Runner, ChipLinesAskTheSimulator) {
   chipsim::Model model(chipsim::model_config(
       std::get<platform::Platform>(platform::platform_from_env())));
@@ -198,9 +198,11 @@ TEST_F(Runner, ChipLinesAskTheSimulator) {
   ASSERT_EQ(model.chips().begin()->second.partition.size(), 2u);
   std::atomic<bool> stop{false};
   std::thread serving([&] { server.run(stop); });
-  StatusMsg barrier = status(0, 0, "ERROR: Msg has: FLOW ID ZERO");
-  barrier.xid = kBarrierXid;
-  agent_sends(barrier);
+  for (uint32_t i = 0; i < 4; ++i) {  // expect chip COUNTER=N sends a barrier of its own
+    StatusMsg barrier = status(0, 0, "ERROR: Msg has: FLOW ID ZERO");
+    barrier.xid = kBarrierXid + i;
+    agent_sends(barrier);
+  }
   auto sum =
       run("expect chip vlan 100 rte0=4010 rte1=4010 mgid=-\n"
           "expect chip vlan 100 rte0=4011 pvid=1 timeout=50ms\n"

@@ -120,7 +120,24 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
   Inbox inbox(ep, opt);
   ChipSide chip(opt.chip_control, opt.agent_log);
   uint32_t barriers = 0;
+  const Step* at = nullptr;
+  // Sends a barrier and waits for its status: "" when it came, else which status was awaited;
+  // nothing when it could not be sent (the run stops).
+  auto barrier = [&](double t) -> std::optional<std::string> {
+    uint32_t xid = kBarrierXid + barriers++;
+    if (auto e = send_one(ep, inbox, opt, encode(barrier_flow(xid)).value())) {
+      abort_on(sc, *at, opt, *e, sum);
+      return std::nullopt;
+    }
+    ++sum.sent;
+    auto m = inbox.take(t, [xid](const Message& x) {
+      const auto* s = std::get_if<StatusMsg>(&x);
+      return s && s->flow_id == 0 && s->xid == xid;
+    });
+    return m ? "" : "flow 0, xid " + std::to_string(xid);
+  };
   for (const auto& step : sc.steps) {
+    at = &step;
     if (const auto* send = std::get_if<SendStep>(&step.action)) {
       std::optional<std::string> e;
       for (const auto& dg : send->datagrams) {
@@ -219,24 +236,16 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
       }
     } else if (const auto* bar = std::get_if<BarrierStep>(&step.action)) {
       ++sum.expectations;
-      uint32_t xid = kBarrierXid + barriers++;
-      if (auto e = send_one(ep, inbox, opt, encode(barrier_flow(xid)).value())) {
-        abort_on(sc, step, opt, *e, sum);
-        break;
-      }
-      ++sum.sent;
       double t = bar->timeout.value_or(opt.timeout);
-      auto m = inbox.take(t, [xid](const Message& x) {
-        const auto* s = std::get_if<StatusMsg>(&x);
-        return s && s->flow_id == 0 && s->xid == xid;
-      });
-      if (m) {
+      auto got = barrier(t);
+      if (!got) break;
+      if (got->empty()) {
         chip.rebase();
         line(opt, step.line, "ok", step.source, "the agent has handled everything sent before");
       } else {
         ++sum.failed;
         line(opt, step.line, "FAILED", step.source);
-        more(opt, "expected: the status of the barrier (flow 0, xid " + std::to_string(xid) + ")");
+        more(opt, "expected: the status of the barrier (" + *got + ")");
         more(opt, "got:      nothing within " + secs(t));
       }
     } else if (const auto* cc = std::get_if<ChipControlStep>(&step.action)) {
@@ -247,7 +256,16 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
       line(opt, step.line, "done", step.source);
     } else if (const auto* ec = std::get_if<ExpectChipStep>(&step.action)) {
       ++sum.expectations;
-      std::string got = poll(inbox, ec->timeout.value_or(opt.timeout), [&] { return chip.check(*ec); });
+      double t = ec->timeout.value_or(opt.timeout);
+      std::string got;
+      if (ec->item == ChipItem::counters) {
+        // Counters are exact once the agent has handled everything sent before.
+        auto flushed = barrier(t);
+        if (!flushed) break;
+        got = flushed->empty() ? chip.check(*ec) : "no status of the barrier (" + *flushed + ")";
+      } else {
+        got = poll(inbox, t, [&] { return chip.check(*ec); });
+      }
       if (got.empty()) {
         line(opt, step.line, "ok", step.source);
       } else {

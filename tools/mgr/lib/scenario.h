@@ -85,8 +85,9 @@ struct ChipControlStep {
   std::string command;
 };
 // expect chip port|vlan|xlate ...: one item of the simulator, asked until its fields have the
-// values (as the simulator shows them) or it is absent; expect chip COUNTER=N: the simulator's
-// counters, less what they were at the last barrier.
+// values (as the simulator shows them) or it is absent; expect chip COUNTER=N: a barrier of its
+// own (which moves no base), then the simulator's counters less what they were at the last
+// barrier line.
 enum class ChipItem { port, vlan, xlate, counters };
 struct ExpectChipStep {
   ChipItem item = ChipItem::port;

@@ -178,17 +178,25 @@ TEST_F(Runner, ABarrierWaitsForTheStatusOfItsOwnFlowZero) {
 // counters since the last barrier line (or the last reset), and a refused control command,
 // which stops the run.
 TEST_F(Runner, ChipLinesAskTheSimulator) {
-  chipsim::Model model(chipsim::model_config(
-      std::get<platform::Platform>(platform::platform_from_env())));
+  chipsim::Model model(
+      chipsim::model_config(std::get<platform::Platform>(platform::platform_from_env())));
   chipsim::Control control{model, nullptr, {1}, {}, 0};
   chipsim::Server server(model, control, chipsim::ServerOptions{1, false, 0});
   ASSERT_FALSE(server.open().has_value());
   for (uint16_t rte : {0, 1}) {  // the partition takes VLAN 100 to IIVID 4010 on rte 0 and 1
     std::vector<uint8_t> msg(4096, 0);
     wire::Writer w(msg);
-    for (auto [off, v] : std::vector<std::pair<size_t, uint32_t>>{
-             {0, 96}, {20, platform::chip_ifindex(1, 0)}, {28, 16}, {40, 76}, {48, 0x04272006},
-             {56, 48}, {60, 48}, {84, 1}, {88, 4010}, {92, 100}})
+    for (auto [off, v] :
+         std::vector<std::pair<size_t, uint32_t>>{{0, 96},
+                                                  {20, platform::chip_ifindex(1, 0)},
+                                                  {28, 16},
+                                                  {40, 76},
+                                                  {48, 0x04272006},
+                                                  {56, 48},
+                                                  {60, 48},
+                                                  {84, 1},
+                                                  {88, 4010},
+                                                  {92, 100}})
       w.u32_at(off, v);
     w.u16_at(4, 203);
     w.u16_at(76, 7);
@@ -221,9 +229,10 @@ TEST_F(Runner, ChipLinesAskTheSimulator) {
   EXPECT_TRUE(sum.aborted);
   EXPECT_EQ(sum.failed, 3u) << output();
   EXPECT_EQ(sum.expectations, 8u);
-  expect_in(output(), {"got:      rte0=4010, no field pvid (vlan=100 rte0=4010 rte1=4010 mgid=- flood=-)",
-                       "got:      present: vlan=100", "got:      no counter vlan_count",
-                       "t.scn:11: the simulator answers: unknown command \"bogus\""});
+  expect_in(output(),
+            {"got:      rte0=4010, no field pvid (vlan=100 rte0=4010 rte1=4010 mgid=- flood=-)",
+             "got:      present: vlan=100", "got:      no counter vlan_count",
+             "t.scn:11: the simulator answers: unknown command \"bogus\""});
 }
 
 // The agent's log is read from where it ended when the run began, each match past the last.
@@ -235,11 +244,11 @@ TEST(AgentLog, MatchesInOrderFromTheRunsStart) {
   ChipSide side("", path);
   std::fputs("x enabled openflow port: 3\nUnabled to enable openflow port: 5 rc: -5\n", f);
   std::fclose(f);
-  for (auto [text, found] : std::vector<std::pair<const char*, bool>>{
-           {"enabled openflow port: 3", true},
-           {"enabled openflow port: 3", false},
-           {"port: 5 rc: -5", true},
-           {"port: 5", false}}) {
+  for (auto [text, found] :
+       std::vector<std::pair<const char*, bool>>{{"enabled openflow port: 3", true},
+                                                 {"enabled openflow port: 3", false},
+                                                 {"port: 5 rc: -5", true},
+                                                 {"port: 5", false}}) {
     EXPECT_EQ(side.check_log({text, std::nullopt}).empty(), found) << text;
   }
   std::fclose(std::fopen(path.c_str(), "w"));  // made anew: read from its start

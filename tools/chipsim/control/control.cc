@@ -404,17 +404,17 @@ std::string control_command(Control& c, std::string_view line) {
   if (w[0] == "help") {
     auto j = ok();
     j.key("commands").begin_array();
-    for (auto s : {"dump", "show [ports [ID] | vlans [ID|all]]",
-                   "query port ID | vlan ID|all | xlate PORT IIVID [chip IFINDEX]", "stats",
-                   "check", "reset",
-                   "fault <command> <status> [once|times N|from N] [chip IFINDEX]",
-                   "fault clear [command]", "fault list",
-                   "event chip-up|chip-down|slot-up|slot-down|ignored [slot N] [chip N] [class N] "
-                   "[close none|close type N]",
-                   "event error [code N] [type N] [seq N]", "traffic all P B",
-                   "traffic entry LDEV REGION HANDLE P B [chip IFINDEX]",
-                   "traffic policer ID INSTANCE A B [chip IFINDEX]",
-                   "traffic queue IFINDEX QUEUE P B [chip IFINDEX]"})
+    for (auto s :
+         {"dump", "show [ports [ID] | vlans [ID|all]]",
+          "query port ID | vlan ID|all | xlate PORT IIVID [chip IFINDEX]", "stats", "check",
+          "reset", "fault <command> <status> [once|times N|from N] [chip IFINDEX]",
+          "fault clear [command]", "fault list",
+          "event chip-up|chip-down|slot-up|slot-down|ignored [slot N] [chip N] [class N] "
+          "[close none|close type N]",
+          "event error [code N] [type N] [seq N]", "traffic all P B",
+          "traffic entry LDEV REGION HANDLE P B [chip IFINDEX]",
+          "traffic policer ID INSTANCE A B [chip IFINDEX]",
+          "traffic queue IFINDEX QUEUE P B [chip IFINDEX]"})
       j.value(s);
     return j.end_array().end_object().take();
   }

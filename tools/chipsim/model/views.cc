@@ -81,8 +81,7 @@ const ChipState* home_chip(const Model& m, uint32_t port_ifindex) {
 Item port_fields(const Model& m, const ChipState& c, uint32_t ifindex, const PortState& p) {
   const platform::Platform& plat = m.config().platform;
   uint32_t id = port_id(ifindex);
-  const auto* desc =
-      plat.chip_for_port(static_cast<uint32_t>(platform::ifindex_slot(ifindex)), id);
+  const auto* desc = plat.chip_for_port(static_cast<uint32_t>(platform::ifindex_slot(ifindex)), id);
   bool served = desc && desc->local_id == c.local_id &&
                 static_cast<int32_t>(c.slot) == platform::ifindex_slot(ifindex);
   bool qos = std::any_of(p.cos_enabled.begin(), p.cos_enabled.end(), [](uint8_t e) { return e; });
@@ -130,21 +129,21 @@ std::optional<Item> vlan_fields(const ChipState& c, uint32_t vlan) {
     }
   }
   return Item{{"vlan", vlan_text(vlan)},
-                {"rte0", partition_iivid(c, 0, vlan)},
-                {"rte1", partition_iivid(c, 1, vlan)},
-                {"mgid", mgid},
-                {"flood", flood}};
+              {"rte0", partition_iivid(c, 0, vlan)},
+              {"rte1", partition_iivid(c, 1, vlan)},
+              {"mgid", mgid},
+              {"flood", flood}};
 }
 
 std::optional<Item> xlate_fields(const Model& m, const ChipState& c, uint32_t scope,
-                                   uint32_t iivid) {
+                                 uint32_t iivid) {
   auto it = c.translations.find({scope, iivid});
   if (it == c.translations.end()) return std::nullopt;
   const Translation& t = it->second;
   Item f{{"port", scope == 0 ? "partition" : std::to_string(port_id(scope))},
-           {"iivid", std::to_string(iivid)},
-           {"vlan", vlan_text(t.vlan)},
-           {"tagged", t.tagged() ? "1" : "0"}};
+         {"iivid", std::to_string(iivid)},
+         {"vlan", vlan_text(t.vlan)},
+         {"tagged", t.tagged() ? "1" : "0"}};
   if (m.rules().second_vlan_array) f.emplace_back("vlan2", vlan_text(t.vlan2));
   return f;
 }

@@ -37,7 +37,7 @@ Item port_fields(const Model& m, const ChipState& c, uint32_t ifindex, const Por
 std::optional<Item> vlan_fields(const ChipState& c, uint32_t vlan);
 // Translation fields: port, iivid, vlan, tagged (and vlan2 on zim). Scope 0 is the partition.
 std::optional<Item> xlate_fields(const Model& m, const ChipState& c, uint32_t scope,
-                                   uint32_t iivid);
+                                 uint32_t iivid);
 
 // The VLANs the chip's partition names, ascending (the all-VLANs id last).
 std::vector<uint32_t> chip_vlans(const ChipState& c);

@@ -8,8 +8,8 @@
 
 #include "bench.h"
 #include "cli.h"
-#include "platform/run_dir.h"
 #include "common/json.h"
+#include "platform/run_dir.h"
 #include "runner.h"
 #include "syntax.h"
 

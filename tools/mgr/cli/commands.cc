@@ -162,7 +162,7 @@ int send(const Options& o, const Target& t) {
     return kFailed;
   }
   Scenario sc{"", {Step{1, text, *step.value()}}};
-  RunOptions ro{agent_path(t.slot), o.timeout,   true, false, stdout, platform::hsl_ctl_path(t.slot),
+  RunOptions ro{agent_path(t.slot), o.timeout, true, false, stdout, platform::hsl_ctl_path(t.slot),
                 o.agent_log};
   RunSummary sum = run_steps(sc, *ep, ro);
   if (sum.exit_code() != kOk || !send_step || !ep->bound()) return sum.exit_code();
@@ -211,13 +211,9 @@ int run(const Options& o, const Target& t) {
     return kOk;
   }
   auto ep = bind_or_exit();
-  RunOptions ro{agent_path(t.slot),
-                o.timeout,
-                o.verbose,
-                true,
-                stdout,
-                platform::hsl_ctl_path(t.slot),
-                o.agent_log};
+  RunOptions ro{
+      agent_path(t.slot), o.timeout, o.verbose, true, stdout, platform::hsl_ctl_path(t.slot),
+      o.agent_log};
   return run_steps(sc.value(), *ep, ro).exit_code();
 }
 

@@ -57,7 +57,8 @@ If the manager's end point is free, send binds it and shows the answer: the stat
 operation (waiting at most --timeout), or whatever else arrives shortly after.
 )";
 
-constexpr const char* kRun = R"(usage: ofa-mgr run [-v] [--timeout D] [--dry-run] [--agent-log FILE] FILE
+constexpr const char* kRun =
+    R"(usage: ofa-mgr run [-v] [--timeout D] [--dry-run] [--agent-log FILE] FILE
 
 Carries out a scenario: one operation per line, '#' comments, blank lines allowed.
   wait registration [timeout=D]

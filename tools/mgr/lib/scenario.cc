@@ -187,7 +187,8 @@ StepResult expect_log(std::span<const std::string> w) {
     return StepResult::fail("expect log: write expect log ~ \"words of the line\"");
   }
   ExpectLogStep s{w[1], std::nullopt};
-  if (auto e = timeout_option(w.subspan(2), s.timeout)) return StepResult::fail("expect log: " + *e);
+  if (auto e = timeout_option(w.subspan(2), s.timeout))
+    return StepResult::fail("expect log: " + *e);
   return std::optional<StepAction>(s);
 }
 

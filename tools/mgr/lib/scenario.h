@@ -102,10 +102,9 @@ struct ExpectLogStep {
   std::string text;
   std::optional<double> timeout;
 };
-using StepAction =
-    std::variant<SendStep, WaitRegistrationStep, ExpectStatusStep, ExpectNoStatusStep,
-                 ExpectStatsStep, SleepStep, BarrierStep, ChipControlStep, ExpectChipStep,
-                 ExpectLogStep>;
+using StepAction = std::variant<SendStep, WaitRegistrationStep, ExpectStatusStep,
+                                ExpectNoStatusStep, ExpectStatsStep, SleepStep, BarrierStep,
+                                ChipControlStep, ExpectChipStep, ExpectLogStep>;
 
 struct Step {
   int line = 0;

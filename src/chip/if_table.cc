@@ -35,6 +35,7 @@ of_if_entry* entry_of(avl_node* n) {
 }  // namespace
 
 of_if_cmp_fn of_if_evt_cmp = evt_cmp_by_address;
+of_if_delete_fn of_if_port_delete_hook = nullptr;
 
 bool of_if_is_physical(uint32_t ifindex) {
   uint32_t t = if_type(ifindex);
@@ -149,6 +150,7 @@ of_if_entry* ofProcessPortAdd(uint32_t ifindex, const char* name, uint16_t port_
 int ofProcessPortDelete(uint32_t /*ifindex*/, uint16_t port_id) {
   of_if_entry* e = ofLookupIfEntrybyPortId(port_id);
   if (!e) return 0;
+  if (of_if_port_delete_hook) of_if_port_delete_hook(e);
   if (e->owner) of_dlist_unlink(&e->member_link);
   avl_remove(ofIfTable, e);
   if (e->chip) of_dlist_unlink(&e->chip_link);

@@ -55,6 +55,11 @@ extern avl_tree* ofIfTable;
 using of_if_cmp_fn = int (*)(const void*, const void*);
 extern of_if_cmp_fn of_if_evt_cmp;
 
+// Called with an entry just before ofProcessPortDelete frees it, so that nothing keeps it (the
+// VLAN tables set it to drop the port from every VLAN).
+using of_if_delete_fn = void (*)(of_if_entry*);
+extern of_if_delete_fn of_if_port_delete_hook;
+
 // 0, or OFA_E_NO_MEMORY with "Failed to initialize interface table, error = %d".
 int ofInitIfTable();
 // A new entry, or null (already present, chip not derivable, no memory).

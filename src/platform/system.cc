@@ -108,8 +108,9 @@ int sysCtrlGetSystemParameters(void* handle, uint32_t* slots_from_one) {
 uint32_t dpx_ni_my_slot() {
   return ofa_sys_platform().my_slot;
 }
+// Ports are named from 1 and the agent counts port ids from 0: the count covers the highest id.
 uint32_t ip_get_number_of_phy_ports() {
-  return ofa_sys_platform().phy_ports;
+  return ofa_sys_platform().phy_ports + 1;
 }
 
 int l3_get_ifname_from_port_num(uint32_t port, char* buf, size_t len) {

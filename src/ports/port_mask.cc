@@ -3,6 +3,7 @@
 #include "agent/flow_record.h"
 #include "agent/trace.h"
 #include "chip/if_table.h"
+#include "platform/system.h"
 #include "platform/wire.h"
 
 namespace {
@@ -53,7 +54,7 @@ uint16_t port_mask_get_first_port(const of_port_mask* mask) {
 }
 
 bool is_physical_port(uint16_t port_id) {
-  return port_id <= OF_MAX_PORT;
+  return port_id <= OF_MAX_PORT && port_id < ip_get_number_of_phy_ports();
 }
 
 int port_is_openflow_type(uint16_t port_id) {

@@ -39,5 +39,5 @@ int port_is_openflow_type(uint16_t port_id);
 // of_enabled; 0 for a port that is not physical, and with "Error: Invalid port ptr:
 // port_id=%d!!\n" for a physical port without an entry.
 int port_is_openflow_port(uint16_t port_id);
-// A port id the interface table can hold (0 to 288).
+// A port id below the platform's number of physical ports (which counts port 0), at most 288.
 bool is_physical_port(uint16_t port_id);

@@ -6,6 +6,8 @@
 #include "agent/trace.h"
 #include "flow/flow_engine.h"
 #include "ports/port_catchall.h"
+#include "ports/port_lifecycle.h"
+#include "ports/vlan_table.h"
 
 int openflow_init(uint8_t mode) {
   if (openflow_init_completed) return 1;
@@ -15,11 +17,9 @@ int openflow_init(uint8_t mode) {
   g_openflow_lp.counters[0] = g_openflow_lp.counters[1] = 0;
   if (!openflow_flow_db_init()) file_printf("openflow_init: flow databases not made\n");
   lp_openflow_init_port_db();
-  // Wiring point: the flow id hash table and flow-record pool, meters and groups, the
-  // per-process flow block, the flow, VLAN, IIVID-MAC and port-VID tables, the all-ports
-  // pseudo-VLAN and the statistics buckets are created here, in that order, by the subsystems
-  // that own them.
-  openflowAgtPcb.hw.all_ports_vlan = 0xffffffffu;
+  // Wiring point: meters and groups, the per-process flow block, the IIVID-MAC table and the
+  // statistics buckets are created here, in that order, by the subsystems that own them.
+  if (openflow_vlan_init() != 0) file_printf("openflow_init: VLAN tables not made\n");
   return 1;
 }
 
@@ -28,8 +28,10 @@ void openflow_destroy() {
   for (uint32_t& c : g_openflow_lp.counters)
     c = 0;
   openflow_flow_db_destroy();
+  // Wiring point: meters and groups go here, before the VLANs.
+  openflow_lp_dpx_del_all();
   lp_cam_rem_openflow_catchall_cams_for_portmask(nullptr);
-  // Wiring point: the mirror of openflow_init (hash table, pools, meters, groups, hardware
-  // entries, interfaces, tables, statistics buckets).
+  openflow_lp_interface_del_all();
   openflow_init_completed = 0;
+  openflow_vlan_destroy();
 }

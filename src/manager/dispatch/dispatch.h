@@ -1,6 +1,6 @@
 // The handlers of the manager's operations: flow operations (type 7) with their statuses,
-// configuration messages (type 0), sync complete (type 1), and the entry points that answer a
-// fixed value. Everything runs on the main thread, one message at a time.
+// configuration messages (type 0), sync complete (type 1), VLANs (type 10) and port VLANs (type 8),
+// and the entry points that answer a fixed value. Everything runs on the main thread, one message at a time.
 //
 // Flow operations: sub-types 1 to 5 with flow id 0 are refused with a status; ADD_FLOW and
 // MODIFY_FLOW answer by the fragment rule (a fragment that succeeds draws nothing), the prefix
@@ -40,6 +40,15 @@ inline constexpr uint32_t OFM_PORT_ONLINE = 34;
 
 inline constexpr uint32_t OF_SYNC_MSG_MIN_LEN = 316;
 
+// ---- VLAN (type 10) and port-VLAN (type 8) messages --------------------------------------------
+// Sub-type in the low 16 bits of the word at 4; iivid or port_id at 8, vlan_id at 12. A message
+// shorter than its fields is refused with "Error - %s, Invalid IPC length %d".
+inline constexpr uint32_t OF_VLAN_MSG_MIN_LEN = 16;
+inline constexpr uint32_t OFM_ADD_PORT_VLAN = 26;
+inline constexpr uint32_t OFM_DEL_PORT_VLAN = 27;
+inline constexpr uint32_t OFM_ADD_VLAN = 28;
+inline constexpr uint32_t OFM_DEL_VLAN = 29;
+
 // ---- registration --------------------------------------------------------------------------
 // The agent's databases, torn down and rebuilt by a global disable (CONFIG_OF with add 0). The
 // top registers them with the handlers of types 0, 1 and 7.
@@ -54,6 +63,10 @@ void openflow_lp_process_flow_operation(uint32_t len, const uint8_t* msg, int so
 void openflow_lp_process_config_data(uint32_t len, const uint8_t* msg, int sock, uint32_t slot);
 void openflow_lp_process_sync_complete_msg(uint32_t len, const uint8_t* msg, int sock,
                                            uint32_t slot);
+void openflow_lp_process_vlan_iivid_update(uint32_t len, const uint8_t* msg, int sock,
+                                           uint32_t slot);
+void openflow_lp_process_port_vlan_update(uint32_t len, const uint8_t* msg, int sock,
+                                          uint32_t slot);
 
 // One flow operation of at least 316 bytes; an empty span is traced and dropped.
 void openflow_process_ipc_internal(std::span<const uint8_t> msg);

@@ -123,7 +123,7 @@ TEST(System, AnswersFromThePlatformFile) {
   EXPECT_EQ(platsys_get_hwprofile(), 7);
   EXPECT_EQ(platsys_get_tcam_size_by_pid(7, 23), 4096u);
   EXPECT_EQ(platsys_get_tcam_size_by_pid(7, 11), 0u);
-  EXPECT_EQ(ip_get_number_of_phy_ports(), 48u);
+  EXPECT_EQ(ip_get_number_of_phy_ports(), 49u);  // port ids 0 to 48
   char name[8];
   ASSERT_EQ(l3_get_ifname_from_port_num(5, name, sizeof name), 0);
   EXPECT_STREQ(name, "etherne");  // cut to the buffer

@@ -1,0 +1,321 @@
+// The ports engine on `ard` against the fake HSL: a port's field column after enable, disable,
+// link changes and a second add; the mask walk; the VLAN table's order and derivations; VLAN and
+// port-VLAN messages on the tables; a port leaving the interface table leaves every VLAN.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "agent/trace.h"
+#include "chip_env.h"
+#include "foundation/avl_tree.h"
+#include "platform/wire.h"
+#include "ports/port_lifecycle.h"
+#include "ports/vlan_table.h"
+
+namespace {
+
+using ofa::test::ChipEnv;
+
+constexpr uint32_t kVpnL2 = 0xffe01, kVpnL3 = 0xffe02;
+constexpr uint32_t kTrailBits = 0xE0000000;
+
+of_port_config config(std::vector<uint16_t> ports, bool l3 = false) {
+  of_port_config cfg;
+  for (uint16_t p : ports) {
+    set_mask_bit(&cfg.ports, p);
+    if (l3) set_mask_bit(&cfg.l3_ports, p);
+  }
+  cfg.pvid = 4020;
+  uint16_t first = ports.empty() ? 1 : ports[0];
+  cfg.if_index = ofa::platform::port_ifindex(1, first <= 24 ? first : 1);  // a port of the chip
+  cfg.def_nhop_id = 11;
+  return cfg;
+}
+
+// Port ids of a VLAN's member tree in its order; empty for an unknown VLAN.
+std::vector<uint16_t> members(uint32_t vlan_id) {
+  std::vector<uint16_t> out;
+  of_vlan_entry* v = of_lookup_vlan(vlan_id);
+  if (!v) return out;
+  for (avl_node* n = avl_getfirst(v->port_tree); n; n = avl_getnext(v->port_tree, n))
+    out.push_back(static_cast<of_if_entry*>(n->info)->port_id);
+  return out;
+}
+
+// A VLAN or port-VLAN message body: `first` (iivid or port_id) at 8, vlan_id at 12.
+std::vector<uint8_t> vlan_msg(uint32_t first, uint32_t vlan_id) {
+  std::vector<uint8_t> b(16);
+  ofa::wire::Writer w(b.data(), b.size());
+  w.u32(0);
+  w.u32(0);
+  w.u32(first);
+  w.u32(vlan_id);
+  return b;
+}
+
+// One chip in slot 1 (ports 1-24), IIVIDs 4000-4999 and mgids from 8000, the VLAN tables made.
+class Ports : public ChipEnv {
+ protected:
+  void SetUp() override {
+    ChipEnv::SetUp();
+    ofa_hw_resources& hw = openflowAgtPcb.hw;
+    hw.iivid_min = 4000;
+    hw.iivid_max = 4999;
+    hw.mgid_start = 8000;
+    hw.dflt_iivid = 4004;
+    hw.dflt_mgid = 8004;
+    hw.all_ports_iivid = 4005;
+    hw.all_ports_mgid = 8005;
+    ASSERT_EQ(chip_up(1, 0), 0);
+    ASSERT_EQ(openflow_vlan_init(), 0);
+  }
+  static of_if_entry* make(uint16_t p) {
+    return ofProcessPortAdd(ofa::platform::port_ifindex(1, p), "p", p);
+  }
+};
+
+// ---- the lifecycle's field column -------------------------------------------------------------
+
+enum Step { kAddL2, kAddL3, kDisable, kOffline, kOnline };
+
+struct Column {
+  uint32_t l3_mode, lrn, rx_fwd, tx_en, mac_cls, typ_cls, pvid, ppid, vpnid, nhop, lldp, l2ctrl;
+  uint32_t iivid_min, iivid_max, enabled, l3_type;
+  bool operator==(const Column&) const = default;
+};
+void PrintTo(const Column& c, std::ostream* os) {
+  for (uint32_t v : {c.l3_mode, c.lrn, c.rx_fwd, c.tx_en, c.mac_cls, c.typ_cls, c.pvid, c.ppid,
+                     c.vpnid, c.nhop, c.lldp, c.l2ctrl, c.iivid_min, c.iivid_max, c.enabled,
+                     c.l3_type})
+    *os << v << ' ';
+}
+Column column_of(const of_if_entry* e) {
+  return {e->l3_mode,    e->lrn,       e->rx_fwd,         e->tx_en,       e->is_mac_cls,
+          e->is_typ_cls, e->pvid,      e->ppid,           e->vpnid,       e->of_def_nhop_id,
+          e->lldp_vlan_ovrd, e->l2_ctrl_ovrd, e->iivid_min, e->iivid_max, e->of_enabled,
+          e->of_l3_type};
+}
+
+constexpr Column kEnabledL2{0, 0, 1, 1, 0, 0, 4020, 7, kVpnL2, 11, 0, 0, 4000, 4999, 1, 0};
+constexpr Column kEnabledL3{1, 0, 1, 1, 0, 0, 4020, 7, kVpnL3, 11, 0, 0, 4000, 4999, 1, 1};
+constexpr Column kDisabled{0, 0, 0, 0, 1, 1, 4004, 0, 0, 11, 1, 1, 4000, 4999, 0, 0};
+
+struct LifeCase {
+  const char* name;
+  std::vector<Step> steps;
+  Column want;
+  uint16_t count;          // of_port_count
+  size_t in_pseudo;        // times port 3 stands in the pseudo-VLAN's tree
+  std::vector<const char*> traces;  // no-handler traces of the last step, in order
+};
+void PrintTo(const LifeCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+Column with(Column c, uint32_t Column::*field, uint32_t v) {
+  c.*field = v;
+  return c;
+}
+
+class Lifecycle : public Ports, public ::testing::WithParamInterface<LifeCase> {};
+
+TEST_P(Lifecycle, FieldColumnCountAndPseudoVlan) {
+  const LifeCase& c = GetParam();
+  std::string out;
+  for (Step s : c.steps) {
+    of_if_entry* e = ofLookupIfEntrybyPortId(3);
+    out = printed([&] {
+      if (s == kAddL2 || s == kAddL3) openflow_lp_interface_config(1, config({3}, s == kAddL3));
+      if (s == kDisable) openflow_lp_interface_config_del(3);
+      if (s == kOffline) openflow_lp_port_offline(e, 0);
+      if (s == kOnline) openflow_lp_port_online(e, 0);
+    });
+  }
+  of_if_entry* e = ofLookupIfEntrybyPortId(3);
+  ASSERT_NE(e, nullptr);
+  EXPECT_EQ(column_of(e), c.want);
+  EXPECT_EQ(of_port_count, c.count);
+  auto in = members(OF_ALL_PORTS_VLAN);
+  EXPECT_EQ(static_cast<size_t>(std::count(in.begin(), in.end(), 3)), c.in_pseudo);
+  size_t at = 0;
+  for (const char* t : c.traces) {
+    at = out.find(t, at);
+    EXPECT_NE(at, std::string::npos) << t << " in " << out;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Steps, Lifecycle,
+    ::testing::Values(
+        LifeCase{"l2", {kAddL2}, kEnabledL2, 1, 1,
+                 {"No port enable handler for chip: 2", "no handler for chip:2 iivid:4005 mgid:8005"}},
+        LifeCase{"l3", {kAddL3}, kEnabledL3, 1, 1, {}},
+        LifeCase{"l2_after_l3_keeps_type_and_joins_again",
+                 {kAddL3, kAddL2},
+                 with(kEnabledL2, &Column::l3_type, 1),
+                 1,
+                 2,
+                 {}},
+        LifeCase{"disable",
+                 {kAddL2, kDisable},
+                 kDisabled,
+                 0,
+                 0,
+                 {"No port disable handler for chip: 2", "no handler for chip:2 iivid:4005"}},
+        LifeCase{"enable_again", {kAddL2, kDisable, kAddL3}, kEnabledL3, 1, 1, {}},
+        LifeCase{"offline",
+                 {kAddL2, kOffline},
+                 with(kEnabledL2, &Column::tx_en, 0),
+                 1,
+                 1,
+                 {"No port state change handler for chip : 2"}},
+        LifeCase{"online", {kAddL2, kOffline, kOnline}, kEnabledL2, 1, 1, {}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// ---- the mask walk ----------------------------------------------------------------------------
+
+struct WalkCase {
+  const char* name;
+  uint8_t add;
+  std::vector<uint16_t> mask;
+  std::vector<uint16_t> before;  // entries made first
+  std::vector<uint16_t> after;   // entries afterwards, highest first
+};
+void PrintTo(const WalkCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+class Walk : public Ports, public ::testing::WithParamInterface<WalkCase> {};
+
+TEST_P(Walk, FirstPhysicalPortWithEntryOnly) {
+  const WalkCase& c = GetParam();
+  for (uint16_t p : c.before)
+    ASSERT_NE(make(p), nullptr);
+  debugOpenflow &= ~kTrailBits;
+  openflow_lp_interface_config(c.add, config(c.mask));
+  EXPECT_EQ(debugOpenflow & kTrailBits, kTrailBits);
+  std::vector<uint16_t> got;
+  avl_node* it = nullptr;
+  for (of_if_entry* e = of_get_first_port(&it); e; e = of_get_next_port(&it))
+    got.push_back(e->port_id);
+  EXPECT_EQ(got, c.after);
+}
+
+// The test platform has 96 ports: ids up to 96 are physical.
+INSTANTIATE_TEST_SUITE_P(
+    Masks, Walk,
+    ::testing::Values(WalkCase{"add_serves_the_first_member", 1, {5, 9}, {}, {5}},
+                      WalkCase{"add_highest_port", 1, {96}, {}, {96}},
+                      WalkCase{"add_past_the_physical_ports", 1, {97}, {}, {}},
+                      WalkCase{"empty_mask", 1, {}, {7}, {7}},
+                      WalkCase{"delete_walks_past_a_port_without_entry", 0, {3, 5}, {5, 7}, {7}},
+                      WalkCase{"delete_of_absent_ports", 0, {3, 4}, {7}, {7}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// ---- VLAN tables ------------------------------------------------------------------------------
+
+std::vector<uint32_t> vlan_walk() {
+  std::vector<uint32_t> ids;
+  avl_node* it = nullptr;
+  for (of_vlan_entry* v = of_get_first_vlan(&it); v; v = of_get_next_vlan(&it))
+    ids.push_back(v->vlan_id);
+  return ids;
+}
+
+TEST_F(Ports, VlanOrderAndDerivations) {
+  EXPECT_EQ(vlan_walk(), std::vector<uint32_t>{OF_ALL_PORTS_VLAN});
+  EXPECT_EQ(of_get_vlan_count(), 1u);
+  ASSERT_EQ(of_ofpp_all_of_vlan_p, of_lookup_vlan(OF_ALL_PORTS_VLAN));
+  EXPECT_EQ(of_ofpp_all_of_vlan_p->iivid, 4005u);
+  EXPECT_EQ(of_ofpp_all_of_vlan_p->mgid, 8005u);
+  for (auto [iivid, vlan] : {std::pair{4010u, 100u}, {4001u, 5u}, {4300u, 300u}})
+    EXPECT_EQ(lp_process_add_vlan(vlan_msg(iivid, vlan)), 1);
+  EXPECT_EQ(lp_process_add_vlan(vlan_msg(4011, 100)), 0);  // known: the new IIVID is not taken
+  EXPECT_EQ(vlan_walk(), (std::vector<uint32_t>{OF_ALL_PORTS_VLAN, 300, 100, 5}));
+  EXPECT_EQ(of_get_vlan_count(), 4u);
+  EXPECT_EQ(of_lookup_vlan(100)->iivid, 4010u);
+  EXPECT_EQ(of_lookup_vlan(100)->mgid, 8010u);
+}
+
+enum Op { kAddVlan, kDelVlan, kAddPort, kDelPort };
+struct MsgStep {
+  Op op;
+  uint32_t first;  // iivid or port
+  uint32_t vlan;
+  int result;
+};
+struct MemberCase {
+  const char* name;
+  std::vector<MsgStep> steps;
+  std::vector<uint16_t> members;  // of VLAN 100 afterwards
+  uint32_t memberships;           // port-VLAN records
+};
+void PrintTo(const MemberCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+class Members : public Ports, public ::testing::WithParamInterface<MemberCase> {};
+
+// VLAN 100 (IIVID 4010) and ports 3 and 5 exist; port 9 has no entry.
+TEST_P(Members, TablesAfterMessages) {
+  const MemberCase& c = GetParam();
+  ASSERT_NE(make(5), nullptr);
+  ASSERT_NE(make(3), nullptr);
+  ASSERT_EQ(lp_process_add_vlan(vlan_msg(4010, 100)), 1);
+  for (const MsgStep& s : c.steps) {
+    auto m = vlan_msg(s.first, s.vlan);
+    int r = s.op == kAddVlan   ? lp_process_add_vlan(m)
+            : s.op == kDelVlan ? lp_process_del_vlan(m)
+            : s.op == kAddPort ? lp_process_add_port_vlan(m)
+                               : lp_process_del_port_vlan(m);
+    EXPECT_EQ(r, s.result) << s.op << " " << s.first << " " << s.vlan;
+  }
+  EXPECT_EQ(members(100), c.members);
+  EXPECT_EQ(of_get_port_vid_count(), c.memberships);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Messages, Members,
+    ::testing::Values(
+        MemberCase{"by_interface_index", {{kAddPort, 5, 100, 1}, {kAddPort, 3, 100, 1}}, {3, 5}, 2},
+        MemberCase{"repeat_joins_twice_one_membership",
+                   {{kAddPort, 3, 100, 1}, {kAddPort, 3, 100, 1}},
+                   {3, 3},
+                   1},
+        MemberCase{"delete_takes_one_occurrence",
+                   {{kAddPort, 3, 100, 1}, {kAddPort, 3, 100, 1}, {kDelPort, 3, 100, 1}},
+                   {3},
+                   0},
+        MemberCase{"unknown_vlan_or_port", {{kAddPort, 3, 7, 0}, {kAddPort, 9, 100, 0}}, {}, 0},
+        MemberCase{"delete_of_absent_membership", {{kDelPort, 3, 100, 1}}, {}, 0},
+        MemberCase{"vlan_delete_keeps_memberships",
+                   {{kAddPort, 3, 100, 1}, {kDelVlan, 0, 100, 1}, {kDelVlan, 0, 100, 0}},
+                   {},
+                   1},
+        MemberCase{"port_id_high_bits_ignored_for_the_lookup",
+                   {{kAddPort, 0x10003, 100, 1}},
+                   {3},
+                   1}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// The entry of a port that leaves the interface table stays in no VLAN, however often it joined;
+// the pseudo-VLAN pointer goes with its record.
+TEST_F(Ports, NothingKeepsAPortOrAVlanThatWent) {
+  ASSERT_EQ(lp_process_add_vlan(vlan_msg(4010, 100)), 1);
+  openflow_lp_interface_config(1, config({3}));
+  openflow_lp_interface_config(1, config({3}));
+  ASSERT_EQ(lp_process_add_port_vlan(vlan_msg(3, 100)), 1);
+  ASSERT_EQ(lp_process_add_port_vlan(vlan_msg(3, 100)), 1);
+  ofProcessPortDelete(0, 3);
+  EXPECT_EQ(members(100), std::vector<uint16_t>{});
+  EXPECT_EQ(members(OF_ALL_PORTS_VLAN), std::vector<uint16_t>{});
+  ASSERT_EQ(lp_process_del_vlan(vlan_msg(0, OF_ALL_PORTS_VLAN)), 1);
+  EXPECT_EQ(of_ofpp_all_of_vlan_p, nullptr);
+  EXPECT_EQ(openflow_lp_interface_config(1, config({5})), 0);  // no pseudo-VLAN to join
+  openflow_lp_dpx_del_all();
+  EXPECT_EQ(of_get_vlan_count(), 0u);
+  EXPECT_EQ(of_get_port_vid_count(), 0u);
+}
+
+}  // namespace

@@ -113,7 +113,7 @@ int openflow_lp_interface_config(uint8_t add, const of_port_config& cfg) {
 void openflow_lp_interface_config_del(uint16_t port_id) {
   of_if_entry* e = ofLookupIfEntrybyPortId(port_id);
   if (!e) return;
-  if (e->of_enabled) --of_port_count;
+  if (e->of_enabled && of_port_count) --of_port_count;
   openflow_lp_port_of_disable(e);
   if (of_ofpp_all_of_vlan_p) {
     of_process_del_port_from_vlan(e, of_ofpp_all_of_vlan_p);

@@ -21,6 +21,9 @@
 #include "manager/msg_catalogue.h"
 #include "mgr_end.h"
 #include "platform/wire.h"
+#include "adapter/catchall.h"
+#include "ports/port_lifecycle.h"
+#include "ports/vlan_table.h"
 
 namespace {
 
@@ -249,7 +252,15 @@ INSTANTIATE_TEST_SUITE_P(
                       LengthCase{"config_3720", MSGTYPE_OPENFLOW_CONFIG, 3720, nullptr},
                       LengthCase{"sync_315", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 315,
                                  "Error - openflow_lp_process_sync_msg, Invalid IPC length 315"},
-                      LengthCase{"sync_316", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 316, nullptr}),
+                      LengthCase{"sync_316", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 316, nullptr},
+                      LengthCase{"vlan_15", MSGTYPE_OPENFLOW_VLAN_IVID_UPD, 15,
+                                 "Error - openflow_lp_process_vlan_iivid_update, Invalid IPC "
+                                 "length 15"},
+                      LengthCase{"vlan_16", MSGTYPE_OPENFLOW_VLAN_IVID_UPD, 16, nullptr},
+                      LengthCase{"port_vlan_15", MSGTYPE_OPENFLOW_PORT_VLAN_UPD, 15,
+                                 "Error - openflow_lp_process_port_vlan_update, Invalid IPC "
+                                 "length 15"},
+                      LengthCase{"port_vlan_16", MSGTYPE_OPENFLOW_PORT_VLAN_UPD, 16, nullptr}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // ---- configuration --------------------------------------------------------------------------
@@ -314,6 +325,219 @@ TEST_F(Dispatch, GlobalDisableResetsAndRegistersAgain) {
   EXPECT_EQ(msgs[0], ofa::test::hex("02C00008 02C00004 00000001"));
   deliver(op(OFM_ADD_FLOW, 5));  // the tables are back
   EXPECT_EQ(openflow_flow_count(), 1u);
+}
+
+// ---- ports and VLANs ------------------------------------------------------------------------
+
+// IIVIDs 4000-4999 and mgids from 8000; the VLAN tables and the pseudo-VLAN made.
+class PortsDispatch : public Dispatch {
+ protected:
+  void SetUp() override {
+    Dispatch::SetUp();
+    ofa_hw_resources& hw = openflowAgtPcb.hw;
+    hw.iivid_min = 4000;
+    hw.iivid_max = 4999;
+    hw.mgid_start = 8000;
+    hw.dflt_iivid = 4004;
+    hw.all_ports_iivid = 4005;
+    hw.all_ports_mgid = 8005;
+    ASSERT_EQ(openflow_vlan_init(), 0);
+  }
+};
+
+mgr::ConfigMsg port_config(uint32_t sub_cmd, uint8_t add, uint16_t port, bool l3 = false) {
+  mgr::ConfigMsg m = config(sub_cmd, add);
+  m.ports.set(port);
+  if (l3) m.l3_ports.set(port);
+  m.port_id = port;
+  m.pvid = 4020;
+  m.if_name = std::string(40, 'n');  // the field's 32 bytes are taken
+  m.if_index = ofa::platform::port_ifindex(1, port);
+  m.port_address = {1, 2, 3, 4, 5, 6};
+  m.def_nhop_id = 11;
+  return m;
+}
+
+// What port 3 is after the messages.
+struct PortState {
+  bool exists;
+  uint8_t enabled, l3_type;
+  uint32_t tx_en;
+  uint16_t catchall_flags;
+  bool operator==(const PortState&) const = default;
+};
+void PrintTo(const PortState& p, std::ostream* os) {
+  *os << p.exists << ' ' << +p.enabled << ' ' << +p.l3_type << ' ' << p.tx_en << ' '
+      << p.catchall_flags;
+}
+
+struct PortCfgCase {
+  const char* name;
+  std::vector<mgr::ConfigMsg> msgs;
+  PortState want;
+  uint32_t flows;  // left of a flow on port 3 added after the first message
+};
+void PrintTo(const PortCfgCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+class PortConfig : public PortsDispatch, public ::testing::WithParamInterface<PortCfgCase> {};
+
+TEST_P(PortConfig, PortFlowsAndCatchAll) {
+  const PortCfgCase& c = GetParam();
+  deliver(c.msgs[0]);
+  deliver(op(OFM_ADD_FLOW, 9, 0, 3));
+  for (size_t i = 1; i < c.msgs.size(); ++i)
+    deliver(c.msgs[i]);
+  of_if_entry* e = ofLookupIfEntrybyPortId(3);
+  PortState got{e != nullptr, 0, 0, 0, g_openflow_portdb_lp[2].flags};
+  if (e) {
+    got.enabled = e->of_enabled;
+    got.l3_type = e->of_l3_type;
+    got.tx_en = e->tx_en;
+  }
+  EXPECT_EQ(got, c.want);
+  EXPECT_EQ(openflow_flow_count(), c.flows);
+}
+
+constexpr uint16_t kValid = OF_CATCHALL_VALID;
+
+INSTANTIATE_TEST_SUITE_P(
+    SubCommands, PortConfig,
+    ::testing::Values(
+        PortCfgCase{"enable", {port_config(10, 1, 3, true)}, {true, 1, 1, 1, kValid}, 1},
+        PortCfgCase{"disable_flows_catchall_port",
+                    {port_config(10, 1, 3), port_config(10, 0, 3)},
+                    {false, 0, 0, 0, 0},
+                    1},  // the flow walk finds no flow of the port: the flow stays
+        PortCfgCase{"offline", {port_config(10, 1, 3), port_config(33, 0, 3)}, {true, 1, 0, 0, kValid}, 1},
+        PortCfgCase{"online",
+                    {port_config(10, 1, 3), port_config(33, 0, 3), port_config(34, 0, 3)},
+                    {true, 1, 0, 1, kValid},
+                    1},
+        PortCfgCase{"offline_with_add_1",
+                    {port_config(10, 1, 3), port_config(33, 1, 3)},
+                    {true, 1, 0, 1, kValid},
+                    1},
+        PortCfgCase{"protected_vlan_programs_nothing",
+                    {port_config(10, 1, 3), port_config(16, 1, 3), port_config(16, 0, 3)},
+                    {true, 1, 0, 1, kValid},
+                    1}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// The port block of the message, offsets 3666 to 3719.
+TEST_F(PortsDispatch, EnableTakesThePortBlock) {
+  deliver(port_config(10, 1, 3));
+  of_if_entry* e = ofLookupIfEntrybyPortId(3);
+  ASSERT_NE(e, nullptr);
+  EXPECT_EQ(e->pvid, 4020u);
+  EXPECT_EQ(e->of_def_nhop_id, 11u);
+  EXPECT_EQ(e->ifIndex, ofa::platform::port_ifindex(1, 3));
+  EXPECT_EQ(std::string(e->ifName), std::string(OF_IF_NAME_SIZE - 1, 'n'));
+  EXPECT_EQ(Bytes(e->port_address, e->port_address + 6), (Bytes{1, 2, 3, 4, 5, 6}));
+}
+
+TEST_F(PortsDispatch, EnableBeforeInitAndLinkOfOtherPortsDoNothing) {
+  openflow_init_completed = 0;
+  deliver(port_config(10, 1, 3));
+  EXPECT_EQ(ofLookupIfEntrybyPortId(3), nullptr);
+  of_if_entry* remote = port(30, 2, 3);  // slot 2
+  ASSERT_NE(remote, nullptr);
+  remote->tx_en = 1;
+  deliver(port_config(33, 0, 30));
+  deliver(port_config(33, 0, 4));  // no entry
+  EXPECT_EQ(remote->tx_en, 1u);
+}
+
+struct VlanCase {
+  const char* name;
+  mgr::Message msg;
+  const char* words;
+  const char* absent;
+  uint32_t vlans;        // afterwards, the pseudo-VLAN counted
+  uint32_t memberships;  // afterwards
+};
+void PrintTo(const VlanCase& c, std::ostream* os) {
+  *os << c.name;
+}
+
+mgr::Message vlan(uint16_t sub, uint32_t iivid, uint32_t vlan_id) {
+  return mgr::VlanMsg{sub, iivid, vlan_id};
+}
+mgr::Message port_vlan(uint16_t sub, uint32_t port, uint32_t vlan_id) {
+  return mgr::PortVlanMsg{sub, port, vlan_id};
+}
+
+class VlanMsgs : public PortsDispatch, public ::testing::WithParamInterface<VlanCase> {};
+
+// VLAN 100 (IIVID 4010) with port 5 as its member, and port 3, exist before each message.
+TEST_P(VlanMsgs, TracesAndTables) {
+  const VlanCase& c = GetParam();
+  ASSERT_NE(port(3, 1, 3), nullptr);
+  deliver(vlan(28, 4010, 100));
+  deliver(port_vlan(26, 5, 100));
+  std::string out = printed([&] { deliver(c.msg); });
+  EXPECT_NE(out.find(c.words), std::string::npos) << out;
+  if (c.absent) {
+    EXPECT_EQ(out.find(c.absent), std::string::npos) << out;
+  }
+  EXPECT_EQ(of_get_vlan_count(), c.vlans);
+  EXPECT_EQ(of_get_port_vid_count(), c.memberships);
+  EXPECT_TRUE(sent().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    SubTypes, VlanMsgs,
+    ::testing::Values(
+        VlanCase{"add", vlan(28, 4020, 200), "Enter ADD VLAN: vlan_id: 200 iivid", "Exit", 3, 1},
+        VlanCase{"add_known", vlan(28, 4011, 100),
+                 "Exit ADD VLAN: vlan_id 100 iivid: 4011 after ", nullptr, 2, 1},
+        VlanCase{"delete_keeps_memberships", vlan(29, 0, 100), "Enter DEL VLAN: vlan_id: 100",
+                 "Exit", 1, 1},
+        VlanCase{"delete_absent", vlan(29, 0, 7), "lp_process_del_vlan: vlan:7 not present",
+                 nullptr, 2, 1},
+        VlanCase{"vlan_default", vlan(30, 0, 7), "Default case for VLAN IPC handling", nullptr,
+                 2, 1},
+        VlanCase{"port_add", port_vlan(26, 3, 100), "Enter ADD PORT VLAN: port_id: 3 vlan_id: 100",
+                 "Exit", 2, 2},
+        VlanCase{"port_add_unknown_vlan", port_vlan(26, 5, 7), "Exit ADD PORT 5 vlan 7 after ",
+                 nullptr, 2, 1},
+        VlanCase{"port_delete", port_vlan(27, 5, 100), "Enter DEL PORT VLAN", "Exit", 2, 0},
+        VlanCase{"port_delete_unknown_port", port_vlan(27, 9, 100),
+                 "Exit DEL PORT 9 vlan 100 after ", nullptr, 2, 1},
+        VlanCase{"port_vlan_default", port_vlan(5, 5, 100),
+                 "Default case for PORT VLAN IPC handling", nullptr, 2, 1}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(PortsDispatch, VlanMessagesWaitForTheAgent) {
+  g_openflow_lp.mode = OFA_MODE_NONE;
+  std::string out = printed([&] {
+    deliver(vlan(28, 4010, 100));
+    deliver(port_vlan(26, 5, 100));
+  });
+  EXPECT_NE(out.find("Adding VLAN: Openflow is not enabled"), std::string::npos) << out;
+  EXPECT_NE(out.find("Adding PORT to VLAN: Openflow is not enabled"), std::string::npos) << out;
+  EXPECT_EQ(of_get_vlan_count(), 1u);
+}
+
+// A global disable empties every flood group, removes every VLAN (the pseudo-VLAN too), then
+// takes OpenFlow off each port, and builds the tables again.
+TEST_F(PortsDispatch, GlobalDisableTearsDownInOrder) {
+  deliver(port_config(10, 1, 3));
+  deliver(vlan(28, 4010, 100));
+  deliver(port_vlan(26, 3, 100));
+  std::string out = printed([&] { deliver(config(OFM_CONFIG_OF, 0)); });
+  size_t at = 0;
+  for (const char* step : {"iivid:4005 mgid:8005", "iivid:4010 mgid:8010", "vlanid:-1, iivid:4005",
+                           "vlanid:100, iivid:4010", "No port disable handler", "No port disable handler"}) {
+    at = out.find(step, at);
+    ASSERT_NE(at, std::string::npos) << step << " in " << out;
+  }
+  EXPECT_EQ(out.find("mgid:", at), std::string::npos) << out;  // no flood refresh after them
+  EXPECT_EQ(of_get_vlan_count(), 1u);
+  EXPECT_EQ(of_get_port_vid_count(), 0u);
+  EXPECT_EQ(of_get_port_count(), 0);
+  EXPECT_EQ(of_port_count, 0);
 }
 
 }  // namespace

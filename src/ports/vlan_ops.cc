@@ -176,6 +176,9 @@ int openflow_vlan_init() {
   of_ofpp_all_of_vlan_p = of_process_vlan_add(OF_ALL_PORTS_VLAN, hw.all_ports_iivid, hw.all_ports_mgid);
   of_lookups.vlan = lookup_view;
   of_lookups.all_ports_vlan = all_ports_view;
+  of_lookups.vlan_count = of_get_vlan_count;
+  of_lookups.first_vlan = of_get_first_vlan;
+  of_lookups.next_vlan = of_get_next_vlan;
   return rc;
 }
 

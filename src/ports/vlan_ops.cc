@@ -64,65 +64,69 @@ int lp_process_del_vlan(std::span<const uint8_t> msg) {
   return 1;
 }
 
-int lp_process_add_port_vlan(std::span<const uint8_t> msg) {
+namespace {
+
+// A port joins or leaves a known VLAN: its tree, its membership, the VLAN's flood group.
+int port_vlan(const char* name, std::span<const uint8_t> msg, bool add) {
   vlan_msg m = read_msg(msg);
-  file_printf("%s: vlan:%d port:%d\n", "lp_process_add_port_vlan", m.vlan_id, m.first);
+  file_printf("%s: vlan:%d port:%d\n", name, m.vlan_id, m.first);
   of_vlan_entry* v = of_lookup_vlan(m.vlan_id);
   of_if_entry* port = ofLookupIfEntrybyPortId(static_cast<uint16_t>(m.first));
   if (!v || !port) return 0;
-  of_process_add_port_to_vlan(port, v);
-  of_process_of_add_port_vlan_membership(m.first, m.vlan_id);
+  if (add) {
+    of_process_add_port_to_vlan(port, v);
+    of_process_of_add_port_vlan_membership(m.first, m.vlan_id);
+  } else {
+    of_process_del_port_from_vlan(port, v);
+    of_process_of_del_port_vlan_membership(m.first, m.vlan_id);
+  }
   of_dpx_update_vlan_flood_mgid(v);
   return 1;
 }
 
+}  // namespace
+
+int lp_process_add_port_vlan(std::span<const uint8_t> msg) {
+  return port_vlan("lp_process_add_port_vlan", msg, true);
+}
+
 int lp_process_del_port_vlan(std::span<const uint8_t> msg) {
-  vlan_msg m = read_msg(msg);
-  file_printf("%s: vlan:%d port:%d\n", "lp_process_del_port_vlan", m.vlan_id, m.first);
-  of_vlan_entry* v = of_lookup_vlan(m.vlan_id);
-  of_if_entry* port = ofLookupIfEntrybyPortId(static_cast<uint16_t>(m.first));
-  if (!v || !port) return 0;
-  of_process_del_port_from_vlan(port, v);
-  of_process_of_del_port_vlan_membership(m.first, m.vlan_id);
-  of_dpx_update_vlan_flood_mgid(v);
-  return 1;
+  return port_vlan("lp_process_del_port_vlan", msg, false);
 }
 
 // ---- the chips ------------------------------------------------------------------------------
 // A VLAN record that could not be made reaches these as null: the handler is not called.
 
-int of_dpx_vlan_add(of_vlan_entry* vlan) {
+namespace {
+
+// Slot 11 or 12 with the record (and the spare word of a removal); the two differ in trace ids.
+template <typename Fn, typename... Spare>
+int dpx_iivid(Fn fn, uint32_t no_handler_id, uint32_t failed_id, of_vlan_entry* vlan,
+              Spare... spare) {
   uint32_t fam = of_chip_family();
-  of_vlan_fn fn = of_chip_op(of_iivid_add_fn);
   if (!fn) {
-    ofa_trace(OFACORE, 3, 3, OFA_TR_DPX_VLAN_ADD_NO_HANDLER, "no handler for chip:%d vlanid:%d, iivid:%d",
-              fam, vlan ? vlan->vlan_id : 0, vlan ? vlan->iivid : 0);
+    ofa_trace(OFACORE, 3, 3, no_handler_id, "no handler for chip:%d vlanid:%d, iivid:%d", fam,
+              vlan ? vlan->vlan_id : 0, vlan ? vlan->iivid : 0);
     return 0;
   }
-  int rc = vlan ? fn(vlan) : OFA_E_INVALID_ARG;
+  int rc = vlan ? fn(vlan, spare...) : OFA_E_INVALID_ARG;
   if (rc != 0) {
-    ofa_trace(OFACORE, 3, 2, OFA_TR_DPX_VLAN_ADD_FAILED, "Unable to program iivid for chip:%d rc:%d",
-              fam, rc);
+    ofa_trace(OFACORE, 3, 2, failed_id, "Unable to program iivid for chip:%d rc:%d", fam, rc);
     return 0;
   }
   return 1;
 }
 
+}  // namespace
+
+int of_dpx_vlan_add(of_vlan_entry* vlan) {
+  return dpx_iivid(of_chip_op(of_iivid_add_fn), OFA_TR_DPX_VLAN_ADD_NO_HANDLER,
+                   OFA_TR_DPX_VLAN_ADD_FAILED, vlan);
+}
+
 int of_dpx_vlan_del(of_vlan_entry* vlan, uint32_t spare) {
-  uint32_t fam = of_chip_family();
-  of_vlan_word_fn fn = of_chip_op(of_iivid_rem_fn);
-  if (!fn) {
-    ofa_trace(OFACORE, 3, 3, OFA_TR_DPX_VLAN_DEL_NO_HANDLER, "no handler for chip:%d vlanid:%d, iivid:%d",
-              fam, vlan ? vlan->vlan_id : 0, vlan ? vlan->iivid : 0);
-    return 0;
-  }
-  int rc = vlan ? fn(vlan, spare) : OFA_E_INVALID_ARG;
-  if (rc != 0) {
-    ofa_trace(OFACORE, 3, 2, OFA_TR_DPX_VLAN_DEL_FAILED, "Unable to program iivid for chip:%d rc:%d",
-              fam, rc);
-    return 0;
-  }
-  return 1;
+  return dpx_iivid(of_chip_op(of_iivid_rem_fn), OFA_TR_DPX_VLAN_DEL_NO_HANDLER,
+                   OFA_TR_DPX_VLAN_DEL_FAILED, vlan, spare);
 }
 
 int of_dpx_update_vlan_flood_mgid(of_vlan_entry* vlan) {
@@ -173,7 +177,8 @@ int openflow_vlan_init() {
   if (rc == 0) rc = of_init_port_vid_table();
   ofa_hw_resources& hw = openflowAgtPcb.hw;
   hw.all_ports_vlan = OF_ALL_PORTS_VLAN;
-  of_ofpp_all_of_vlan_p = of_process_vlan_add(OF_ALL_PORTS_VLAN, hw.all_ports_iivid, hw.all_ports_mgid);
+  of_ofpp_all_of_vlan_p =
+      of_process_vlan_add(OF_ALL_PORTS_VLAN, hw.all_ports_iivid, hw.all_ports_mgid);
   of_lookups.vlan = lookup_view;
   of_lookups.all_ports_vlan = all_ports_view;
   of_lookups.vlan_count = of_get_vlan_count;

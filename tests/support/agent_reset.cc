@@ -45,4 +45,15 @@ void reset_agent(const AgentSetup& s) {
   install_fake_hsl();
 }
 
+void set_test_iivids() {
+  ofa_hw_resources& hw = openflowAgtPcb.hw;
+  hw.iivid_min = 4000;
+  hw.iivid_max = 4999;
+  hw.mgid_start = 8000;
+  hw.dflt_iivid = 4004;
+  hw.dflt_mgid = 8004;
+  hw.all_ports_iivid = 4005;
+  hw.all_ports_mgid = 8005;
+}
+
 }  // namespace ofa::test

@@ -24,6 +24,10 @@ struct AgentSetup {
 };
 void reset_agent(const AgentSetup& setup = {});
 
+// The IIVID range of the port and VLAN tests on `ard`: IIVIDs 4000-4999, mgids from 8000, the
+// default IIVID 4004 (mgid 8004) and the all-ports IIVID 4005 (mgid 8005).
+void set_test_iivids();
+
 // Registers with the stage driver (the stage is Standby then) and drops the stage it posts; for
 // tests that link the agent's top.
 inline void register_with_stage_driver() {

@@ -1,6 +1,7 @@
 // The handlers of the manager's operations: flow operations (type 7) with their statuses,
 // configuration messages (type 0), sync complete (type 1), VLANs (type 10) and port VLANs (type 8),
-// and the entry points that answer a fixed value. Everything runs on the main thread, one message at a time.
+// and the entry points that answer a fixed value. Everything runs on the main thread, one message
+// at a time.
 //
 // Flow operations: sub-types 1 to 5 with flow id 0 are refused with a status; ADD_FLOW and
 // MODIFY_FLOW answer by the fragment rule (a fragment that succeeds draws nothing), the prefix

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "adapter/catchall.h"
 #include "agent/flow_record.h"
 #include "agent/timebase.h"
 #include "agent/top/openflow_agt_main.h"
@@ -21,7 +22,6 @@
 #include "manager/msg_catalogue.h"
 #include "mgr_end.h"
 #include "platform/wire.h"
-#include "adapter/catchall.h"
 #include "ports/port_lifecycle.h"
 #include "ports/vlan_table.h"
 
@@ -336,13 +336,7 @@ class PortsDispatch : public Dispatch {
  protected:
   void SetUp() override {
     Dispatch::SetUp();
-    ofa_hw_resources& hw = openflowAgtPcb.hw;
-    hw.iivid_min = 4000;
-    hw.iivid_max = 4999;
-    hw.mgid_start = 8000;
-    hw.dflt_iivid = 4004;
-    hw.all_ports_iivid = 4005;
-    hw.all_ports_mgid = 8005;
+    ofa::test::set_test_iivids();
     ASSERT_EQ(openflow_vlan_init(), 0);
   }
 };
@@ -412,7 +406,8 @@ INSTANTIATE_TEST_SUITE_P(
                     {port_config(10, 1, 3), port_config(10, 0, 3)},
                     {false, 0, 0, 0, 0},
                     1},  // the flow walk finds no flow of the port: the flow stays
-        PortCfgCase{"offline", {port_config(10, 1, 3), port_config(33, 0, 3)}, {true, 1, 0, 0, kValid}, 1},
+        PortCfgCase{
+            "offline", {port_config(10, 1, 3), port_config(33, 0, 3)}, {true, 1, 0, 0, kValid}, 1},
         PortCfgCase{"online",
                     {port_config(10, 1, 3), port_config(33, 0, 3), port_config(34, 0, 3)},
                     {true, 1, 0, 1, kValid},
@@ -492,14 +487,14 @@ INSTANTIATE_TEST_SUITE_P(
     SubTypes, VlanMsgs,
     ::testing::Values(
         VlanCase{"add", vlan(28, 4020, 200), "Enter ADD VLAN: vlan_id: 200 iivid", "Exit", 3, 1},
-        VlanCase{"add_known", vlan(28, 4011, 100),
-                 "Exit ADD VLAN: vlan_id 100 iivid: 4011 after ", nullptr, 2, 1},
+        VlanCase{"add_known", vlan(28, 4011, 100), "Exit ADD VLAN: vlan_id 100 iivid: 4011 after ",
+                 nullptr, 2, 1},
         VlanCase{"delete_keeps_memberships", vlan(29, 0, 100), "Enter DEL VLAN: vlan_id: 100",
                  "Exit", 1, 1},
         VlanCase{"delete_absent", vlan(29, 0, 7), "lp_process_del_vlan: vlan:7 not present",
                  nullptr, 2, 1},
-        VlanCase{"vlan_default", vlan(30, 0, 7), "Default case for VLAN IPC handling", nullptr,
-                 2, 1},
+        VlanCase{"vlan_default", vlan(30, 0, 7), "Default case for VLAN IPC handling", nullptr, 2,
+                 1},
         VlanCase{"port_add", port_vlan(26, 3, 100), "Enter ADD PORT VLAN: port_id: 3 vlan_id: 100",
                  "Exit", 2, 2},
         VlanCase{"port_add_unknown_vlan", port_vlan(26, 5, 7), "Exit ADD PORT 5 vlan 7 after ",

@@ -61,14 +61,7 @@ class Ports : public ChipEnv {
  protected:
   void SetUp() override {
     ChipEnv::SetUp();
-    ofa_hw_resources& hw = openflowAgtPcb.hw;
-    hw.iivid_min = 4000;
-    hw.iivid_max = 4999;
-    hw.mgid_start = 8000;
-    hw.dflt_iivid = 4004;
-    hw.dflt_mgid = 8004;
-    hw.all_ports_iivid = 4005;
-    hw.all_ports_mgid = 8005;
+    ofa::test::set_test_iivids();
     ASSERT_EQ(chip_up(1, 0), 0);
     ASSERT_EQ(openflow_vlan_init(), 0);
   }
@@ -87,14 +80,14 @@ struct Column {
   bool operator==(const Column&) const = default;
 };
 void PrintTo(const Column& c, std::ostream* os) {
-  for (uint32_t v : {c.l3_mode, c.lrn, c.rx_fwd, c.tx_en, c.mac_cls, c.typ_cls, c.pvid, c.ppid,
-                     c.vpnid, c.nhop, c.lldp, c.l2ctrl, c.iivid_min, c.iivid_max, c.enabled,
-                     c.l3_type})
+  for (uint32_t v :
+       {c.l3_mode, c.lrn, c.rx_fwd, c.tx_en, c.mac_cls, c.typ_cls, c.pvid, c.ppid, c.vpnid, c.nhop,
+        c.lldp, c.l2ctrl, c.iivid_min, c.iivid_max, c.enabled, c.l3_type})
     *os << v << ' ';
 }
 Column column_of(const of_if_entry* e) {
-  return {e->l3_mode,    e->lrn,       e->rx_fwd,         e->tx_en,       e->is_mac_cls,
-          e->is_typ_cls, e->pvid,      e->ppid,           e->vpnid,       e->of_def_nhop_id,
+  return {e->l3_mode,        e->lrn,          e->rx_fwd,    e->tx_en,     e->is_mac_cls,
+          e->is_typ_cls,     e->pvid,         e->ppid,      e->vpnid,     e->of_def_nhop_id,
           e->lldp_vlan_ovrd, e->l2_ctrl_ovrd, e->iivid_min, e->iivid_max, e->of_enabled,
           e->of_l3_type};
 }
@@ -107,8 +100,8 @@ struct LifeCase {
   const char* name;
   std::vector<Step> steps;
   Column want;
-  uint16_t count;          // of_port_count
-  size_t in_pseudo;        // times port 3 stands in the pseudo-VLAN's tree
+  uint16_t count;                  // of_port_count
+  size_t in_pseudo;                // times port 3 stands in the pseudo-VLAN's tree
   std::vector<uint32_t> commands;  // chip requests of the last step
   std::set<size_t> fail = {};      // of the last step's requests, refused
 };
@@ -159,19 +152,9 @@ INSTANTIATE_TEST_SUITE_P(
                  1,
                  2,
                  kPortChange},
-        LifeCase{"disable",
-                 {kAddL2, kDisable},
-                 kDisabled,
-                 0,
-                 0,
-                 kPortChange},
+        LifeCase{"disable", {kAddL2, kDisable}, kDisabled, 0, 0, kPortChange},
         LifeCase{"enable_again", {kAddL2, kDisable, kAddL3}, kEnabledL3, 1, 1, kPortChange},
-        LifeCase{"offline",
-                 {kAddL2, kOffline},
-                 with(kEnabledL2, &Column::tx_en, 0),
-                 1,
-                 1,
-                 kLink},
+        LifeCase{"offline", {kAddL2, kOffline}, with(kEnabledL2, &Column::tx_en, 0), 1, 1, kLink},
         LifeCase{"online", {kAddL2, kOffline, kOnline}, kEnabledL2, 1, 1, kLink},
         LifeCase{"refused_enable_stops_nothing_after_it",
                  {kAddL2},
@@ -257,8 +240,8 @@ struct MsgStep {
 struct MemberCase {
   const char* name;
   std::vector<MsgStep> steps;
-  std::vector<uint16_t> members;  // of VLAN 100 afterwards
-  uint32_t memberships;           // port-VLAN records
+  std::vector<uint16_t> members;   // of VLAN 100 afterwards
+  uint32_t memberships;            // port-VLAN records
   std::vector<uint32_t> commands;  // chip requests of the steps
 };
 void PrintTo(const MemberCase& c, std::ostream* os) {
@@ -314,12 +297,12 @@ INSTANTIATE_TEST_SUITE_P(
                    {kFlood, kFlood, kFlood}},
         MemberCase{"unknown_vlan_or_port", {{kAddPort, 3, 7, 0}, {kAddPort, 9, 100, 0}}, {}, 0, {}},
         MemberCase{"delete_of_absent_membership", {{kDelPort, 3, 100, 1}}, {}, 0, {kFlood}},
-        MemberCase{"vlan_delete_keeps_memberships",
-                   {{kAddPort, 3, 100, 1}, {kDelVlan, 0, 100, 1}, {kDelVlan, 0, 100, 0}},
-                   {},
-                   1,
-                   {kFlood, OF_CMD_PARTITION_ID, OF_CMD_PARTITION_ID, OF_CMD_BULK,
-                    OF_CMD_VID_TO_MGID}},
+        MemberCase{
+            "vlan_delete_keeps_memberships",
+            {{kAddPort, 3, 100, 1}, {kDelVlan, 0, 100, 1}, {kDelVlan, 0, 100, 0}},
+            {},
+            1,
+            {kFlood, OF_CMD_PARTITION_ID, OF_CMD_PARTITION_ID, OF_CMD_BULK, OF_CMD_VID_TO_MGID}},
         MemberCase{"port_id_high_bits_ignored_for_the_lookup",
                    {{kAddPort, 0x10003, 100, 1}},
                    {3},

@@ -104,6 +104,7 @@ struct LifeCase {
   size_t in_pseudo;                // times port 3 stands in the pseudo-VLAN's tree
   std::vector<uint32_t> commands;  // chip requests of the last step
   std::set<size_t> fail = {};      // of the last step's requests, refused
+  const char* words = "";          // printed by the last step
 };
 void PrintTo(const LifeCase& c, std::ostream* os) {
   *os << c.name;
@@ -118,15 +119,19 @@ class Lifecycle : public Ports, public ::testing::WithParamInterface<LifeCase> {
 
 TEST_P(Lifecycle, FieldColumnCountAndPseudoVlan) {
   const LifeCase& c = GetParam();
+  std::string out;
   for (Step s : c.steps) {
     of_if_entry* e = ofLookupIfEntrybyPortId(3);
     hsl().requests.clear();
     hsl().fail = c.fail;
-    if (s == kAddL2 || s == kAddL3) openflow_lp_interface_config(1, config({3}, s == kAddL3));
-    if (s == kDisable) openflow_lp_interface_config_del(3);
-    if (s == kOffline) openflow_lp_port_offline(e, 0);
-    if (s == kOnline) openflow_lp_port_online(e, 0);
+    out = printed([&] {
+      if (s == kAddL2 || s == kAddL3) openflow_lp_interface_config(1, config({3}, s == kAddL3));
+      if (s == kDisable) openflow_lp_interface_config_del(3);
+      if (s == kOffline) openflow_lp_port_offline(e, 0);
+      if (s == kOnline) openflow_lp_port_online(e, 0);
+    });
   }
+  EXPECT_NE(out.find(c.words), std::string::npos) << out;
   of_if_entry* e = ofLookupIfEntrybyPortId(3);
   ASSERT_NE(e, nullptr);
   EXPECT_EQ(column_of(e), c.want);
@@ -162,7 +167,8 @@ INSTANTIATE_TEST_SUITE_P(
                  1,
                  1,
                  {OF_CMD_BULK, OF_CMD_MGID_ADD},
-                 {0}}),
+                 {0},
+                 "Unable to enable port for chip 2, port 3 rc: -106"}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // ---- the mask walk ----------------------------------------------------------------------------

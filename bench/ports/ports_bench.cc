@@ -35,7 +35,8 @@ namespace mgr = ofa::mgr;
 
 constexpr const char* kPlatform =
     "[switch]\nmodel = 131\nhw_profile = 7\nl2_tcam_size = 2048\nl3_tcam_size = 2048\n"
-    "my_slot = 1\n[ports]\ncount = 48\n[slot 1]\nchip.0.type = 1\nchip.0.ports = 1-24\n"
+    "my_slot = 1\n[resources]\nmgid_start = 8000\nmgid_end = 12186\niivid_min = 4000\n"
+    "iivid_max = 8186\n[ports]\ncount = 48\n[slot 1]\nchip.0.type = 1\nchip.0.ports = 1-24\n"
     "chip.1.type = 1\nchip.1.ports = 25-48\n";
 constexpr uint16_t kPorts = 48;
 constexpr uint32_t kVlans = 4094;
@@ -57,17 +58,7 @@ bool start_agent() {
   ofa_sys_set(*p);
   ofNLSetIoctlHook(accepting_ioctl);
   openflowAgtPcb.model = 131;
-  openflowAgtPcb.my_slot = 1;
-  ofa_hw_resources& hw = openflowAgtPcb.hw;
-  hw.of_flags = OF_PROFILE;
-  hw.l2tcam_size = hw.l3tcam_size = 2048;
-  hw.iivid_min = 4000;
-  hw.iivid_max = 8186;
-  hw.mgid_start = 8000;
-  hw.dflt_iivid = 4004;
-  hw.dflt_mgid = 8004;
-  hw.all_ports_iivid = 4005;
-  hw.all_ports_mgid = 8005;
+  if (ofa_get_hw_resrc_info() != 0) return false;
   ofInitSlotTable();
   ofInitChipTable();
   ofInitIfTable();

@@ -70,6 +70,9 @@ sed -E 's/^\{"seq":([0-9]+),"chip":([0-9]+),"command":"([a-z0-9_]+)".*"status":(
   "$run/requests.jsonl" | awk '{ printf "  %3s  chip 0x%08x  %-14s status %s\n", $1, $2, $3, $4 }'
 "$bin_sim" ctl check
 
+step "ofa-chipsim show: the flows in the chip, in the chip's order"
+"$bin_sim" ctl show
+
 step "the agent's debug log ($OFA_DEBUG_LOG), last lines"
 tail -n 15 "$OFA_DEBUG_LOG"
 

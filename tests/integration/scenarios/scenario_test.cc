@@ -1,0 +1,64 @@
+// Scenario files against the real programs: for each file under this folder, ofa-chipsim and
+// openflowAgtd on a fresh run directory and the file's platform ("# platform: PATH" on one of its
+// first lines, relative to the source tree), and `ofa-mgr run` of the file with the agent's debug
+// log for its `expect log` lines. The file passes when every expectation is met. The simulator's
+// request log and its consistency check are looked at too: every file must leave the chip
+// consistent.
+#include <filesystem>
+
+#include "processes.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> scenario_files() {
+  std::vector<std::string> out;
+  for (const auto& e : fs::recursive_directory_iterator(OFA_SCENARIO_DIR))
+    if (e.path().extension() == ".scn") out.push_back(e.path().string());
+  std::sort(out.begin(), out.end());
+  return out;
+}
+
+std::string platform_of(const std::string& file) {
+  std::string text = ofa::test::read_file(file);
+  const std::string tag = "# platform: ";
+  size_t at = text.find(tag);
+  if (at == std::string::npos) return "";
+  size_t end = text.find('\n', at);
+  return std::string(OFA_SOURCE_DIR) + "/" + text.substr(at + tag.size(), end - at - tag.size());
+}
+
+class Scenario : public ofa::test::RunDir, public ::testing::WithParamInterface<std::string> {};
+
+TEST_P(Scenario, EveryExpectationIsMet) {
+  const std::string file = GetParam();
+  std::string platform = platform_of(file);
+  if (!platform.empty()) env_["OFA_PLATFORM"] = platform;
+  ofa::test::Child sim, mgr, agent;
+  sim.start(OFA_CHIPSIM_BIN, {"--no-auto-events", "--log", path("requests.jsonl")}, env_,
+            path("chipsim.out"));
+  ASSERT_TRUE(ofa::test::wait_for([&] { return ofa::test::exists(path("hsl/ctl.1")); }));
+  mgr.start(OFA_MGR_BIN, {"run", "--timeout", "10", "--agent-log", path("ofastdout"), file}, env_,
+            path("run.out"));
+  ASSERT_TRUE(ofa::test::wait_for([&] { return ofa::test::exists(path("pq6/ofmgragt.mp")); }));
+  agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
+  int rc = mgr.wait_exit(std::chrono::seconds(120));
+  std::string run = ofa::test::read_file(path("run.out"));
+  EXPECT_EQ(rc, 0) << run << "\n-- agent log tail --\n"
+                   << agent_log().substr(agent_log().size() > 4000 ? agent_log().size() - 4000 : 0);
+  EXPECT_NE(ctl("check").find("\"consistent\":true"), std::string::npos);
+  EXPECT_TRUE(agent.alive());
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, Scenario, ::testing::ValuesIn(scenario_files()),
+                         [](const auto& info) {
+                           std::string name =
+                               fs::path(info.param).parent_path().filename().string() + "_" +
+                               fs::path(info.param).stem().string();
+                           for (char& c : name)
+                             if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+                           return name;
+                         });
+
+}  // namespace

@@ -273,6 +273,7 @@ TEST(Views, QueriesAndShowOfPortsAndVlans) {
            {"query vlan all", q + "false}"},
            {"query xlate 3 7173", q + R"(true,"fields":"port=3 iivid=7173 vlan=all tagged=1"})"},
            {"query xlate 3 7174", q + "false}"},
+           {"query region 10 20", q + "false}"},  // no region made here
            {"show vlans 100", R"({"ok":true,"text":"chip 0x84400000: slot 1, chip 0\n)"
                               R"(  vlan rte0 rte1 mgid flood\n  100  7178 7178 8010 3,5\n\n)"
                               R"(chip 0x84800000: slot 2, chip 0\n  no VLANs\n"})"},

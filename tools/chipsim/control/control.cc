@@ -315,12 +315,15 @@ std::string cmd_show(Control& c, std::span<const std::string_view> w) {
 }
 
 constexpr std::string_view kQueryUsage =
-    "usage: query port ID | vlan ID|all | xlate PORT IIVID  [chip IFINDEX]";
+    "usage: query port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION  [chip IFINDEX]";
 
 // One port, VLAN or translation of one chip: the port's own chip (or the first chip) unless
 // "chip IFINDEX" names one.
 std::string cmd_query(Control& c, std::span<const std::string_view> w) {
-  size_t npos = w.empty() ? 0 : w[0] == "xlate" ? 2 : (w[0] == "port" || w[0] == "vlan") ? 1 : 0;
+  size_t npos = w.empty()                               ? 0
+                : (w[0] == "xlate" || w[0] == "region") ? 2
+                : (w[0] == "port" || w[0] == "vlan")    ? 1
+                                                        : 0;
   if (npos == 0 || w.size() < 1 + npos) return error(kQueryUsage);
   std::vector<uint32_t> v;
   for (size_t i = 1; i <= npos; ++i) {
@@ -330,7 +333,8 @@ std::string cmd_query(Control& c, std::span<const std::string_view> w) {
   }
   Options o = options(w.subspan(1 + npos), {"chip"});
   if (!o.bad.empty()) return error(o.bad);
-  uint32_t port = w[0] == "vlan" || v[0] == 0 ? 0 : port_ifindex_of(c.model, v[0]);
+  bool by_port = w[0] == "port" || w[0] == "xlate";
+  uint32_t port = !by_port || v[0] == 0 ? 0 : port_ifindex_of(c.model, v[0]);
   const ChipState* chip = home_chip(c.model, port);
   if (auto s = o.get("chip")) {
     auto ifx = number<uint32_t>(*s);
@@ -345,6 +349,8 @@ std::string cmd_query(Control& c, std::span<const std::string_view> w) {
       f = port_fields(c.model, *chip, port, it->second);
   } else if (w[0] == "vlan") {
     f = vlan_fields(*chip, v[0]);
+  } else if (w[0] == "region") {
+    f = region_fields(*chip, static_cast<uint8_t>(v[0]), static_cast<uint8_t>(v[1]));
   } else {
     f = xlate_fields(c.model, *chip, port, v[1]);
   }
@@ -406,9 +412,10 @@ std::string control_command(Control& c, std::string_view line) {
     j.key("commands").begin_array();
     for (auto s :
          {"dump", "show [ports [ID] | vlans [ID|all]]",
-          "query port ID | vlan ID|all | xlate PORT IIVID [chip IFINDEX]", "stats", "check",
-          "reset", "fault <command> <status> [once|times N|from N] [chip IFINDEX]",
-          "fault clear [command]", "fault list",
+          "query port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION [chip IFINDEX]",
+          "stats", "check", "reset",
+          "fault <command> <status> [once|times N|from N] [chip IFINDEX]", "fault clear [command]",
+          "fault list",
           "event chip-up|chip-down|slot-up|slot-down|ignored [slot N] [chip N] [class N] "
           "[close none|close type N]",
           "event error [code N] [type N] [seq N]", "traffic all P B",

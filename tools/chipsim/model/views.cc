@@ -135,6 +135,17 @@ std::optional<Item> vlan_fields(const ChipState& c, uint32_t vlan) {
               {"flood", flood}};
 }
 
+std::optional<Item> region_fields(const ChipState& c, uint8_t ldev, uint8_t region) {
+  auto it = c.regions.find({ldev, region});
+  if (it == c.regions.end()) return std::nullopt;
+  std::string handles;
+  for (const auto& e : it->second.entries)
+    handles += (handles.empty() ? "" : ",") + std::to_string(e.handle);
+  return Item{{"entries", std::to_string(it->second.entries.size())},
+              {"handles", handles.empty() ? "-" : handles},
+              {"size", std::to_string(it->second.size)}};
+}
+
 std::optional<Item> xlate_fields(const Model& m, const ChipState& c, uint32_t scope,
                                  uint32_t iivid) {
   auto it = c.translations.find({scope, iivid});

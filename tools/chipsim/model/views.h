@@ -39,6 +39,10 @@ std::optional<Item> vlan_fields(const ChipState& c, uint32_t vlan);
 std::optional<Item> xlate_fields(const Model& m, const ChipState& c, uint32_t scope,
                                  uint32_t iivid);
 
+// Region fields: entries (how many), handles (in the chip's order, "-" for none), size.
+// Nothing when the chip has no such region.
+std::optional<Item> region_fields(const ChipState& c, uint8_t ldev, uint8_t region);
+
 // The VLANs the chip's partition names, ascending (the all-VLANs id last).
 std::vector<uint32_t> chip_vlans(const ChipState& c);
 

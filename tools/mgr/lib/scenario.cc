@@ -123,18 +123,20 @@ StepResult expect_stats(StatsKind kind, const std::string& what, std::span<const
   return std::optional<StepAction>(s);
 }
 
-// expect chip port ID | vlan ID|all | xlate PORT IIVID  field=value... | absent  [chip=IFINDEX]
+// expect chip port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION  field=value... |
+//   absent  [chip=IFINDEX]
 // expect chip COUNTER=N...
 StepResult expect_chip(std::span<const std::string> w) {
   ExpectChipStep s;
   size_t ids = 0;
   if (w.empty()) {
-    return StepResult::fail("expect chip: port ID, vlan ID, xlate PORT IIVID or COUNTER=N");
+    return StepResult::fail(
+        "expect chip: port ID, vlan ID, xlate PORT IIVID, region LDEV REGION or COUNTER=N");
   } else if (w[0] == "port" || w[0] == "vlan") {
     s.item = w[0] == "port" ? ChipItem::port : ChipItem::vlan;
     ids = 1;
-  } else if (w[0] == "xlate") {
-    s.item = ChipItem::xlate;
+  } else if (w[0] == "xlate" || w[0] == "region") {
+    s.item = w[0] == "xlate" ? ChipItem::xlate : ChipItem::region;
     ids = 2;
   } else {
     s.item = ChipItem::counters;

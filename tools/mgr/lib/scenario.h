@@ -88,7 +88,7 @@ struct ChipControlStep {
 // values (as the simulator shows them) or it is absent; expect chip COUNTER=N: a barrier of its
 // own (which moves no base), then the simulator's counters less what they were at the last
 // barrier line.
-enum class ChipItem { port, vlan, xlate, counters };
+enum class ChipItem { port, vlan, xlate, region, counters };
 struct ExpectChipStep {
   ChipItem item = ChipItem::port;
   std::vector<std::string> ids;  // port; VLAN or "all"; port and IIVID

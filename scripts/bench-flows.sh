@@ -9,8 +9,9 @@
 #                          [--keys shared|distinct] [--json] SIZE...
 #   scripts/bench-flows.sh 1000 10000 49999 200000
 #
-# OFA_BENCH_CHIP chooses the chip: `chipsim` (default), ofa-chipsim over its socket. The agent
-# with the chip model in process (the model behind the ioctl hook) will be `in-process`.
+# OFA_BENCH_CHIP chooses the chip: `chipsim` (default), ofa-chipsim over its socket; `in-process`,
+# the agent built with the chip model behind its ioctl hook (bin/openflowAgtd-model), whose chips
+# come up with their first port.
 # OFA_BUILD_DIR is the build tree (default build; the programs are built there first).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -39,7 +40,8 @@ remote_port=49 # front-panel port 1 of slot 2
 remote_ifindex=$(((6 << 26) | (2 << 22) | (1 << 15)))
 
 [ -f "$build/build.ninja" ] || [ -f "$build/Makefile" ] || cmake --preset default >/dev/null
-cmake --build "$build" -j "$(nproc)" --target openflowAgtd ofa-chipsim ofa-mgr >/dev/null
+cmake --build "$build" -j "$(nproc)" --target openflowAgtd openflowAgtd-model ofa-chipsim ofa-mgr \
+  >/dev/null
 bin_agent=$build/bin/openflowAgtd
 bin_sim=$build/tools/chipsim/ofa-chipsim
 bin_mgr=$build/tools/mgr/ofa-mgr
@@ -70,10 +72,7 @@ case "$chip" in
     wait_for 10 test -S "$run/hsl/ctl.1"
     ;;
   in-process)
-    # The agent built with the chip model behind its ioctl hook starts here instead, and the
-    # chip events below come from it.
-    echo "bench-flows: the in-process chip is not available yet" >&2
-    exit 2
+    bin_agent=$build/bin/openflowAgtd-model
     ;;
   *) echo "bench-flows: OFA_BENCH_CHIP is chipsim or in-process" >&2; exit 2 ;;
 esac
@@ -87,19 +86,22 @@ pids+=($!)
 wait "$listener"
 
 # Slots and chips up; the regions and default entries are programmed once requests stop coming.
-"$bin_sim" ctl event slot-up >/dev/null
-"$bin_sim" ctl event chip-up >/dev/null
-settled() {
-  local before
-  before=$(requests)
-  sleep 0.5
-  [ "$before" -gt 0 ] && [ "$(requests)" -eq "$before" ]
-}
-wait_for 30 settled
+if [ "$chip" = chipsim ]; then
+  "$bin_sim" ctl event slot-up >/dev/null
+  "$bin_sim" ctl event chip-up >/dev/null
+  settled() {
+    local before
+    before=$(requests)
+    sleep 0.5
+    [ "$before" -gt 0 ] && [ "$(requests)" -eq "$before" ]
+  }
+  wait_for 30 settled
+fi
 
 cat >"$run/setup.scn" <<EOF
 openflow enable
-port enable 3 pvid=1
+port enable 3 pvid=1 nhop=11
+port enable 5 pvid=1 nhop=12
 port enable $remote_port pvid=1 ifindex=$remote_ifindex
 default-action controller
 barrier

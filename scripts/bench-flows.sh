@@ -12,6 +12,8 @@
 # OFA_BENCH_CHIP chooses the chip: `chipsim` (default), ofa-chipsim over its socket; `in-process`,
 # the agent built with the chip model behind its ioctl hook (bin/openflowAgtd-model), whose chips
 # come up with their first port.
+# OFA_BENCH_PIN=1 runs every program on CPU 0 (taskset), so that no add pays a wake-up across
+# cores: compare its figures with the pinned round trip, the others with the unpinned one.
 # OFA_BUILD_DIR is the build tree (default build; the programs are built there first).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -34,6 +36,8 @@ while [ $# -gt 0 ]; do
 done
 [ ${#sizes[@]} -gt 0 ] || usage
 chip=${OFA_BENCH_CHIP:-chipsim}
+pin=()
+[ "${OFA_BENCH_PIN:-0}" = 1 ] && pin=(taskset -c 0)
 build=${OFA_BUILD_DIR:-build}
 on_chip=49999  # the agent's handle supply; the platform's flow regions hold as many
 remote_port=49 # front-panel port 1 of slot 2
@@ -67,7 +71,7 @@ requests() { "$bin_sim" ctl stats | sed -E 's/.*"requests":([0-9]+).*/\1/'; }
 
 case "$chip" in
   chipsim)
-    "$bin_sim" --no-auto-events 2>"$run/chipsim.err" &
+    "${pin[@]}" "$bin_sim" --no-auto-events 2>"$run/chipsim.err" &
     pids+=($!)
     wait_for 10 test -S "$run/hsl/ctl.1"
     ;;
@@ -81,7 +85,7 @@ esac
 "$bin_mgr" listen --count 1 --timeout 30 >"$run/registration.txt" 2>&1 &
 listener=$!
 wait_for 10 test -S "$run/pq6/ofmgragt.mp"
-"$bin_agent" >"$run/agent.out" 2>&1 &
+"${pin[@]}" "$bin_agent" >"$run/agent.out" 2>&1 &
 pids+=($!)
 wait "$listener"
 
@@ -114,7 +118,7 @@ for n in "${sizes[@]}"; do
   [ "$n" -le "$on_chip" ] || remote=(--remote-port "$remote_port" --on-chip "$on_chip")
   [ ${#json[@]} -gt 0 ] || printf '\n== %s flows, order %s, window %s, keys %s (chip: %s)\n' \
     "$n" "$order" "$window" "$keys" "$chip"
-  "$bin_mgr" bench "${setup[@]}" "${json[@]}" --timeout 10 flows="$n" order="$order" \
+  "${pin[@]}" "$bin_mgr" bench "${setup[@]}" "${json[@]}" --timeout 10 flows="$n" order="$order" \
     window="$window" --keys "$keys" "${remote[@]}" delete 2>>"$run/bench.err" || rc=$?
   setup=()
 done

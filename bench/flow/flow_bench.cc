@@ -52,6 +52,7 @@ constexpr uint16_t kRemotePort = 100;
 constexpr uint16_t kOutPort = 5;
 
 ofa::chipsim::Model* g_model = nullptr;
+bool g_log_on = false;  // the debug log as the agent starts it
 Clock::duration g_model_time{};
 
 int model_ioctl(int, uint8_t* buf, uint32_t len, uint32_t cap) {
@@ -151,6 +152,10 @@ Figures run(uint32_t n, const std::string& order) {
     std::fprintf(stderr, "agent start failed\n");
     std::exit(1);
   }
+  if (g_log_on) {
+    openflowAgt_trace_init();
+    openflow_ofa_debug_init();
+  }
   auto msgs = messages(n, order);
   {
     // Memory: the same adds against a chip that keeps nothing, then DELETE_FLOWS.
@@ -218,8 +223,7 @@ int main(int argc, char** argv) {
   if (log_at) {
     std::string path = "/tmp/ofa_flow_bench_log";
     setenv("OFA_DEBUG_LOG", path.c_str(), 1);
-    openflowAgt_trace_init();
-    openflow_ofa_debug_init();
+    g_log_on = true;
     Figures f = run(log_at, "random");
     std::printf("%-8u %-10s %9.2f %9.0f %6.1f%% %8.2f %8.2f   (debug log on)\n", log_at, "random",
                 f.us_per_add, 1e6 / f.us_per_add, f.model_share, f.p50, f.p99);

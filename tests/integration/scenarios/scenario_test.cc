@@ -2,9 +2,9 @@
 // session basic.scn), ofa-chipsim and
 // openflowAgtd on a fresh run directory and the file's platform ("# platform: PATH" on one of its
 // first lines, relative to the source tree), and `ofa-mgr run` of the file with the agent's debug
-// log for its `expect log` lines. The file passes when every expectation is met. The simulator's
-// request log and its consistency check are looked at too: every file must leave the chip
-// consistent.
+// log for its `expect log` lines. The file passes when every expectation is met, the chip is left
+// consistent, and, where a golden request log `<name>.requests.jsonl` stands next to it, the chip's
+// last requests are those lines.
 #include <filesystem>
 
 #include "processes.h"
@@ -33,6 +33,19 @@ std::string platform_of(const std::string& file) {
   return std::string(OFA_SOURCE_DIR) + "/" + text.substr(at + tag.size(), end - at - tag.size());
 }
 
+// The simulator's request log as the golden files hold it: one decoded request a line, without
+// its sequence number.
+std::vector<std::string> request_lines(const std::string& text) {
+  std::vector<std::string> out;
+  for (std::string line : ofa::test::lines(text)) {
+    size_t at = line.find("\"seq\":");
+    size_t comma = at == std::string::npos ? at : line.find(',', at);
+    if (comma != std::string::npos) line.erase(at, comma - at + 1);
+    out.push_back(line);
+  }
+  return out;
+}
+
 class Scenario : public ofa::test::RunDir, public ::testing::WithParamInterface<std::string> {};
 
 TEST_P(Scenario, EveryExpectationIsMet) {
@@ -53,6 +66,16 @@ TEST_P(Scenario, EveryExpectationIsMet) {
                    << agent_log().substr(agent_log().size() > 4000 ? agent_log().size() - 4000 : 0);
   EXPECT_NE(ctl("check").find("\"consistent\":true"), std::string::npos);
   EXPECT_TRUE(agent.alive());
+  // A golden request log next to the file holds the last requests the chip must have received.
+  std::string golden = fs::path(file).replace_extension(".requests.jsonl").string();
+  if (ofa::test::exists(golden)) {
+    auto want = request_lines(ofa::test::read_file(golden));
+    auto got = request_lines(ofa::test::read_file(path("requests.jsonl")));
+    ASSERT_GE(got.size(), want.size());
+    got.erase(got.begin(), got.end() - static_cast<std::ptrdiff_t>(want.size()));
+    for (size_t i = 0; i < want.size(); ++i)
+      EXPECT_EQ(got[i], want[i]) << golden << " line " << i + 1;
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, Scenario, ::testing::ValuesIn(scenario_files()),

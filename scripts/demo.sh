@@ -73,6 +73,10 @@ sed -E 's/^\{"seq":([0-9]+),"chip":([0-9]+),"command":"([a-z0-9_]+)".*"status":(
 step "ofa-chipsim show: the flows in the chip, in the chip's order"
 "$bin_sim" ctl show
 
+step "ofa-chipsim show ports and vlans: the OpenFlow ports and the VLAN around them"
+"$bin_sim" ctl show ports | sed -E 's/^\{"ok":true,"text":"//; s/"\}$//; s/\\n/\n/g'
+"$bin_sim" ctl show vlans | sed -E 's/^\{"ok":true,"text":"//; s/"\}$//; s/\\n/\n/g'
+
 step "the agent's debug log ($OFA_DEBUG_LOG), last lines"
 tail -n 15 "$OFA_DEBUG_LOG"
 

@@ -98,3 +98,28 @@ const of_chip_flow_node* of_chip_avl_lookup_prev_flow(of_flow_tree_kind kind, of
   of_chip_flow_node key{priority, flow_id, 0};
   return tree ? item_of(avl_get_prev(tree, &key)) : nullptr;
 }
+
+void of_chip_avl_lookup_neighbours(of_flow_tree_kind kind, of_chip_entry* chip, uint32_t priority,
+                                   uint32_t flow_id, const of_chip_flow_node** lower,
+                                   const of_chip_flow_node** higher) {
+  *lower = *higher = nullptr;
+  avl_tree* tree = of_chip_flow_tree(kind, chip);
+  if (!tree) return;
+  of_chip_flow_node key{priority, flow_id, 0};
+  for (avl_node* n = tree->root; n;) {
+    int cmp = of_chip_cmp_flows(&key, n->info);
+    if (cmp == 0) {
+      // The pair is in the tree (an entry the chip kept): its own neighbours, one side each.
+      *lower = item_of(avl_get_next(tree, &key));
+      *higher = item_of(avl_get_prev(tree, &key));
+      return;
+    }
+    if (cmp < 0) {
+      *lower = item_of(n);
+      n = n->left;
+    } else {
+      *higher = item_of(n);
+      n = n->right;
+    }
+  }
+}

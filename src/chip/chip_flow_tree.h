@@ -42,4 +42,9 @@ const of_chip_flow_node* of_chip_avl_lookup_next_flow(of_flow_tree_kind kind, of
                                                       uint32_t priority, uint32_t flow_id);
 const of_chip_flow_node* of_chip_avl_lookup_prev_flow(of_flow_tree_kind kind, of_chip_entry* chip,
                                                       uint32_t priority, uint32_t flow_id);
+// Both neighbours of a pair in one descent: *lower the next lower entry, *higher the next higher
+// one (null at an end), as the two lookups above would give.
+void of_chip_avl_lookup_neighbours(of_flow_tree_kind kind, of_chip_entry* chip, uint32_t priority,
+                                   uint32_t flow_id, const of_chip_flow_node** lower,
+                                   const of_chip_flow_node** higher);
 avl_tree* of_chip_flow_tree(of_flow_tree_kind kind, of_chip_entry* chip);

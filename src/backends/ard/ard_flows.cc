@@ -75,8 +75,9 @@ int traced(int rc, const fd_entry& f, const of_chip_entry* chip, uint32_t handle
 void place(of_flow_tree_kind kind, of_chip_entry* chip, const fd_entry& f, const of_flow_hw_ref& hw,
            uint32_t* handle, uint32_t* before, uint32_t* after) {
   *handle = static_cast<uint32_t>(hw.get(chip->chip_id));
-  const of_chip_flow_node* lower = of_chip_avl_lookup_next_flow(kind, chip, f.priority, f.flow_id);
-  const of_chip_flow_node* higher = of_chip_avl_lookup_prev_flow(kind, chip, f.priority, f.flow_id);
+  const of_chip_flow_node* lower = nullptr;
+  const of_chip_flow_node* higher = nullptr;
+  of_chip_avl_lookup_neighbours(kind, chip, f.priority, f.flow_id, &lower, &higher);
   *before = lower ? static_cast<uint32_t>(lower->handle) : 0;
   *after = higher ? static_cast<uint32_t>(higher->handle) : 0;
   file_printf("OFA Program priority:%d flow_id:%d before:%d after:%d handle:%d\n", f.priority,

@@ -25,10 +25,6 @@ void multicast_step(const fd_entry* flow) {
   }
 }
 
-void not_enabled(const fd_entry* flow) {
-  of_lp_message_set("Openflow not enabled in: %P (%d)", flow->in_port_id, flow->in_port_id);
-}
-
 // The hardware record of one port: programmed and stored, or freed. 1 or 0.
 int add_and_store(uint16_t port_id, uint16_t record_port, fd_entry* flow, bool remote) {
   port_hw_data* hw = of_new_port_hw_data(flow, record_port);
@@ -49,14 +45,14 @@ int add_port_flow(fd_entry* flow) {
   flow->is_generic = 0;
   const of_if_entry* port = ofLookupIfEntrybyPortId(flow->in_port_id);
   if (!port) {
-    not_enabled(flow);
+    of_flow_not_enabled_reply(flow);
     return 0;
   }
   if (!port->is_local && !(flow->mvid == OF_MVID_NONE && flow->fid == OF_FID_NONE))
     multicast_step(flow);
   if (port->is_local) {
     if (port->of_enabled != 1) {
-      not_enabled(flow);
+      of_flow_not_enabled_reply(flow);
       return 0;
     }
     return add_and_store(flow->in_port_id, flow->in_port_id, flow, false);
@@ -140,7 +136,7 @@ int openflow_generic_mode_program_hardware(fd_entry* flow) {
   flow->is_generic = 0;
   const of_if_entry* port = ofLookupIfEntrybyPortId(flow->in_port_id);
   if (!port) {
-    not_enabled(flow);
+    of_flow_not_enabled_reply(flow);
     return 0;
   }
   if (port->is_local) return add_and_store(flow->in_port_id, flow->in_port_id, flow, false);

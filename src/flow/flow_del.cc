@@ -18,21 +18,9 @@
 
 namespace {
 
-void clean_multicast(fd_entry* flow, const char* who) {
-  if (flow->mvid == OF_MVID_NONE && flow->fid == OF_FID_NONE) return;
-  if (flow->mvid != OF_MVID_NONE) {
-    ofa_debug_printf("OPENFLOW HARDWARE: %s - Cleaning multicast replication entry MVID %d\n", who,
-                     flow->mvid);
-  } else {
-    ofa_debug_printf("OPENFLOW HARDWARE: %s - Cleaning multicast replication entry FID %d\n", who,
-                     flow->fid);
-  }
-  flow->mvid = OF_MVID_NONE;
-}
-
 int delete_port_flow(fd_entry* flow) {
   port_hw_data* hw = of_process_flow_delete(flow->priority, flow->flow_id);
-  clean_multicast(flow, "openflow_generic_mode_delete_one_flow");
+  of_flow_clean_multicast(flow, "openflow_generic_mode_delete_one_flow");
   if (!hw) {
     openflow_cleanup_fd_entry(flow);
     return 1;
@@ -71,7 +59,7 @@ int delete_port_flow(fd_entry* flow) {
 }
 
 int delete_generic_flow(fd_entry* flow) {
-  clean_multicast(flow, "openflow_generic_mode_delete_one_flow");
+  of_flow_clean_multicast(flow, "openflow_generic_mode_delete_one_flow");
   if (flow->rule_kind == 0) {
     for (uint16_t p = 0; p <= OF_MAX_PORT; ++p) {
       const of_if_entry* port = ofLookupIfEntrybyPortId(p);

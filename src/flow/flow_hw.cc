@@ -160,6 +160,22 @@ void of_generic_reply(fd_entry* flow, const of_generic_walk& walk) {
   }
 }
 
+void of_flow_clean_multicast(fd_entry* flow, const char* who) {
+  if (flow->mvid == OF_MVID_NONE && flow->fid == OF_FID_NONE) return;
+  if (flow->mvid != OF_MVID_NONE) {
+    ofa_debug_printf("OPENFLOW HARDWARE: %s - Cleaning multicast replication entry MVID %d\n", who,
+                     flow->mvid);
+  } else {
+    ofa_debug_printf("OPENFLOW HARDWARE: %s - Cleaning multicast replication entry FID %d\n", who,
+                     flow->fid);
+  }
+  flow->mvid = OF_MVID_NONE;
+}
+
+void of_flow_not_enabled_reply(const fd_entry* flow) {
+  of_lp_message_set("Openflow not enabled in: %P (%d)", flow->in_port_id, flow->in_port_id);
+}
+
 void of_flow_remote_reply(fd_entry* flow) {
   if (flow->mvid == OF_MVID_NONE) {
     of_lp_message_set("PSEUDO_SUCCESS: IN Port: %P NOT in LP, no MVID, NO LP Prog.",

@@ -38,5 +38,10 @@ of_generic_walk of_walk_generic_ports(fd_entry* flow, int (*step)(uint16_t port,
 void of_generic_reply(fd_entry* flow, const of_generic_walk& walk);
 // Skipped, or counts as a noted OpenFlow port of this LP.
 bool of_port_is_local_openflow(const of_if_entry* port);
+// A flow with an mvid or fid leaves its (empty, on this LP) multicast replication: the debug line,
+// and the mvid becomes 2048.
+void of_flow_clean_multicast(fd_entry* flow, const char* who);
+// The reply of a flow whose in-port is not an OpenFlow port here (or has no interface entry).
+void of_flow_not_enabled_reply(const fd_entry* flow);
 // The reply and flag of a flow on a port of another LP (mvid none: pseudo success).
 void of_flow_remote_reply(fd_entry* flow);

@@ -29,10 +29,6 @@ int finish(fd_entry* flow, int result) {
   return 0;
 }
 
-void not_enabled(const fd_entry* flow) {
-  of_lp_message_set("Openflow not enabled in: %P (%d)", flow->in_port_id, flow->in_port_id);
-}
-
 }  // namespace
 
 int openflow_generic_mode_update_hardware(fd_entry* flow) {
@@ -53,14 +49,14 @@ int openflow_generic_mode_update_hardware(fd_entry* flow) {
   flow->is_generic = 0;
   const of_if_entry* port = ofLookupIfEntrybyPortId(flow->in_port_id);
   if (!port) {
-    not_enabled(flow);
+    of_flow_not_enabled_reply(flow);
     return finish(flow, 0);
   }
   port_hw_data* hw = openflow_search_flow_in_list(flow->in_port_id, flow->flow_id, flow->priority);
   uint8_t change = 0;
   if (port->is_local) {
     if (!port->of_enabled) {
-      not_enabled(flow);
+      of_flow_not_enabled_reply(flow);
       return finish(flow, 0);
     }
     return finish(flow,
@@ -104,16 +100,7 @@ int openflow_generic_mode_mod_flow(std::span<const uint8_t> msg, int prefix) {
     of_meter_flow_count(meter_id, -1);
     flow->meter_id = meter_id;
   }
-  if (!(flow->mvid == OF_MVID_NONE && flow->fid >= OF_FID_NONE)) {
-    if (flow->mvid != OF_MVID_NONE) {
-      ofa_debug_printf("OPENFLOW HARDWARE: %s - Cleaning multicast replication entry MVID %d\n",
-                       "openflow_generic_mode_mod_flow", flow->mvid);
-    } else {
-      ofa_debug_printf("OPENFLOW HARDWARE: %s - Cleaning multicast replication entry FID %d\n",
-                       "openflow_generic_mode_mod_flow", flow->fid);
-    }
-    flow->mvid = OF_MVID_NONE;
-  }
+  of_flow_clean_multicast(flow, "openflow_generic_mode_mod_flow");
   if (flow->prefix_only == 0 || has_group) {
     flow->older_words = flow->chain_words;
   } else {

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "chip/group_entry.h"
+
 struct avl_node;
 struct of_vlan_entry;
 
@@ -15,7 +17,6 @@ struct of_vlan_view {
   uint32_t mgid = 0;  // the VLAN's flood group
 };
 
-inline constexpr uint32_t OF_LP_GROUP_ALL = 0;
 inline constexpr uint32_t OF_POLICER_UNKNOWN = 4096;
 
 struct of_group_view {

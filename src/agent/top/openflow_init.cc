@@ -5,6 +5,8 @@
 #include "agent/top/openflow_agt_main.h"
 #include "agent/trace.h"
 #include "flow/flow_engine.h"
+#include "groups_meters/group_db.h"
+#include "groups_meters/l2fwd_table.h"
 #include "ports/port_catchall.h"
 #include "ports/port_lifecycle.h"
 #include "ports/vlan_table.h"
@@ -17,8 +19,10 @@ int openflow_init(uint8_t mode) {
   g_openflow_lp.counters[0] = g_openflow_lp.counters[1] = 0;
   if (!openflow_flow_db_init()) file_printf("openflow_init: flow databases not made\n");
   lp_openflow_init_port_db();
-  // Wiring point: meters and groups, the per-process flow block, the IIVID-MAC table and the
+  // Wiring point: meters, then groups; the per-process flow block, the IIVID-MAC table and the
   // statistics buckets are created here, in that order, by the subsystems that own them.
+  if (!openflow_lp_group_init()) file_printf("openflow_init: group base not made\n");
+  of_init_ivid_mac_table();
   if (openflow_vlan_init() != 0) file_printf("openflow_init: VLAN tables not made\n");
   return 1;
 }
@@ -28,10 +32,12 @@ void openflow_destroy() {
   for (uint32_t& c : g_openflow_lp.counters)
     c = 0;
   openflow_flow_db_destroy();
-  // Wiring point: meters and groups go here, before the VLANs.
+  // Wiring point: meters go here, before the groups.
+  openflow_lp_group_destroy();
   openflow_lp_dpx_del_all();
   lp_cam_rem_openflow_catchall_cams_for_portmask(nullptr);
   openflow_lp_interface_del_all();
   openflow_init_completed = 0;
+  of_free_ivid_mac_table();
   openflow_vlan_destroy();
 }

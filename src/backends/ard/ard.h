@@ -3,6 +3,7 @@
 #pragma once
 
 #include "backends/ard/ard_flows.h"
+#include "backends/ard/ard_groups.h"
 #include "backends/ard/ard_ports.h"
 #include "backends/ard/ard_regions.h"
 #include "backends/ard/ard_vlans.h"
@@ -19,6 +20,8 @@ inline constexpr of_chip_handlers ard_handlers = {
     .iivid_add = ard_of_iivid_add_cfg_ioctl,
     .iivid_rem = ard_of_iivid_rem_cfg_ioctl,
     .vlan_flood_mgid_upd = ard_of_vlan_flood_mgid_upd_ioctl,
+    .l2fwd_add = ard_of_l2fwd_add,
+    .l2fwd_del = ard_of_l2fwd_del,
     .l2flow_add = ard_of_l2flow_add,
     .l2flow_mod = ard_of_l2flow_upd,
     .l2flow_del = ard_of_l2flow_del,
@@ -27,4 +30,14 @@ inline constexpr of_chip_handlers ard_handlers = {
     .l3flow_ipv4del = ard_of_l3flow_ipv4del,
     .get_flow_stats = ard_of_get_flow_stats,
     .clr_flow_stats = ard_of_clr_flow_stats,
+    .group_l2_mgid_add = ard_of_group_l2_mgid_add,
+    .group_l2_mgid_mod = ard_of_group_l2_mgid_upd,
+    .group_l3_mgid_add = ard_of_group_l3_mgid_add,
+    .group_l3_mgid_mod = ard_of_group_l3_mgid_upd,
+    .group_mgid_del = ard_of_group_mgid_del,
+    .group_mp_nhop_add = ard_of_group_mp_nhop_add,
+    .group_mp_nhop_mod = ard_of_group_mp_nhop_add,
+    .group_sp_nhop_add = ard_of_group_sp_nhop_add,
+    .group_sp_nhop_mod = ard_of_group_sp_nhop_add,
+    .group_nhop_del = ard_of_group_nhop_del,
 };

@@ -1,7 +1,7 @@
 // Dispatch of the manager's operations with the flow engine behind it: the status each flow
-// sub-type draws (or not), its bytes, the traces, the length checks of the handlers, and the
-// configuration sub-commands 6 and 13. Messages come from the manager tool's encoder, statuses go
-// back through its decoder.
+// sub-type draws (or not), its bytes, the traces, the length checks of the handlers, the
+// configuration sub-commands 6 and 13, and the VLAN, port-VLAN and group messages' traces.
+// Messages come from the manager tool's encoder, statuses go back through its decoder.
 #include "manager/dispatch/dispatch.h"
 
 #include <optional>
@@ -17,6 +17,8 @@
 #include "codec.h"
 #include "flow/flow_engine.h"
 #include "flow_env.h"
+#include "groups_meters/group_db.h"
+#include "groups_meters/l2fwd_table.h"
 #include "hex.h"
 #include "manager/flow_status.h"
 #include "manager/msg_catalogue.h"
@@ -260,7 +262,11 @@ INSTANTIATE_TEST_SUITE_P(
                       LengthCase{"port_vlan_15", MSGTYPE_OPENFLOW_PORT_VLAN_UPD, 15,
                                  "Error - openflow_lp_process_port_vlan_update, Invalid IPC "
                                  "length 15"},
-                      LengthCase{"port_vlan_16", MSGTYPE_OPENFLOW_PORT_VLAN_UPD, 16, nullptr}),
+                      LengthCase{"port_vlan_16", MSGTYPE_OPENFLOW_PORT_VLAN_UPD, 16, nullptr},
+                      LengthCase{"group_1055", MSGTYPE_OPENFLOW_GROUP_OPERATION, 1055,
+                                 "Error - openflow_lp_process_group_operation, Invalid IPC "
+                                 "length 1055"},
+                      LengthCase{"group_1056", MSGTYPE_OPENFLOW_GROUP_OPERATION, 1056, nullptr}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // ---- configuration --------------------------------------------------------------------------
@@ -331,13 +337,16 @@ TEST_F(Dispatch, GlobalDisableResetsAndRegistersAgain) {
 
 // ---- ports and VLANs ------------------------------------------------------------------------
 
-// IIVIDs 4000-4999 and mgids from 8000; the VLAN tables and the pseudo-VLAN made.
+// IIVIDs 4000-4999 and mgids from 8000; the VLAN tables and the pseudo-VLAN made, and the group
+// base.
 class PortsDispatch : public Dispatch {
  protected:
   void SetUp() override {
     Dispatch::SetUp();
     ofa::test::set_test_iivids();
     ASSERT_EQ(openflow_vlan_init(), 0);
+    ASSERT_EQ(openflow_lp_group_init(), 1);
+    ASSERT_EQ(of_init_ivid_mac_table(), 0);
   }
 };
 
@@ -434,14 +443,25 @@ mgr::Message port_vlan(uint16_t sub, uint32_t port, uint32_t vlan_id) {
   return mgr::PortVlanMsg{sub, port, vlan_id};
 }
 
+// An ALL group on port 5 in VLAN 100.
+mgr::Message group(uint16_t sub, uint32_t id) {
+  mgr::GroupMsg m;
+  m.sub_type = sub;
+  m.group_id = id;
+  m.mgid = 8100;
+  m.buckets = {{5, 100, {}}};
+  return m;
+}
+
 class VlanMsgs : public PortsDispatch, public ::testing::WithParamInterface<VlanCase> {};
 
-// VLAN 100 (IIVID 4010) with port 5 as its member, and port 3, exist before each message.
+// VLAN 100 (IIVID 4010) with port 5 as its member, port 3, and group 5 exist before each message.
 TEST_P(VlanMsgs, TracesAndTables) {
   const VlanCase& c = GetParam();
   ASSERT_NE(port(3, 1, 3), nullptr);
   deliver(vlan(28, 4010, 100));
   deliver(port_vlan(26, 5, 100));
+  deliver(group(19, 5));
   std::string out = printed([&] { deliver(c.msg); });
   EXPECT_NE(out.find(c.words), std::string::npos) << out;
   if (c.absent) {
@@ -468,30 +488,53 @@ INSTANTIATE_TEST_SUITE_P(
         VlanCase{"port_delete_unknown_port", port_vlan(27, 9, 100),
                  "Exit DEL PORT 9 vlan 100 after ", nullptr},
         VlanCase{"port_vlan_default", port_vlan(5, 5, 100),
-                 "Default case for PORT VLAN IPC handling", nullptr}),
+                 "Default case for PORT VLAN IPC handling", nullptr},
+        VlanCase{"group_add", group(19, 6), "Enter ADD GROUP: Group id: 6 ", "Exit"},
+        VlanCase{"group_add_known", group(19, 5), "Exit ADD GROUP id: 5 after ", nullptr},
+        VlanCase{"group_add_id_zero", group(19, 0), "Enter ADD GROUP: Group id: 0 ", "Exit"},
+        VlanCase{"group_modify_id_zero", group(20, 0), "Exit MODIFY GROUP id: 0 after ",
+                 "ERROR_MSG"},
+        VlanCase{"group_modify", group(20, 5), "Enter MODIFY GROUP: Group id: 5 ", "Exit"},
+        VlanCase{"group_delete_id_zero", group(21, 0), "GROUP id: 0: ERROR_MSG", "Enter DELETE"},
+        VlanCase{"group_sub_type_25_id_zero", group(25, 0), "GROUP id: 0: ERROR_MSG", "Default"},
+        VlanCase{"group_default", group(22, 5), "Default case for Group IPC handling", nullptr},
+        VlanCase{"group_delete", group(21, 5), "Enter DELETE GROUP: Group id: 5 ", "Exit"},
+        VlanCase{"group_delete_all", group(21, 0xFFFFFFFF),
+                 "lp_openflow_generic_del_group_all success", "Exit"},
+        VlanCase{"group_delete_unknown", group(21, 9), "Exit DELETE GROUP: Group id: 9 after ",
+                 nullptr}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(PortsDispatch, VlanMessagesWaitForTheAgent) {
+TEST_F(PortsDispatch, VlanAndGroupMessagesWaitForTheAgent) {
   g_openflow_lp.mode = OFA_MODE_NONE;
   std::string out = printed([&] {
     deliver(vlan(28, 4010, 100));
     deliver(port_vlan(26, 5, 100));
+    deliver(group(19, 5));
   });
+  EXPECT_NE(out.find("Adding Group 5: Openflow is not enabled"), std::string::npos) << out;
+  EXPECT_EQ(of_lp_group_get_group_count(), 0u);
   EXPECT_NE(out.find("Adding VLAN: Openflow is not enabled"), std::string::npos) << out;
   EXPECT_NE(out.find("Adding PORT to VLAN: Openflow is not enabled"), std::string::npos) << out;
   EXPECT_EQ(of_get_vlan_count(), 1u);
 }
 
-// A global disable empties every flood group, removes every VLAN (the pseudo-VLAN too), then
-// takes OpenFlow off each port: its bulk alone, with no translations and no flood group left.
+// A global disable deletes every group's next hop and forwarding entries, empties every flood
+// group, removes every VLAN (the pseudo-VLAN too), then takes OpenFlow off each port: its bulk
+// alone, with no translations and no flood group left.
 TEST_F(PortsDispatch, GlobalDisableTearsDownInOrder) {
   deliver(port_config(10, 1, 3));
   deliver(vlan(28, 4010, 100));
   deliver(port_vlan(26, 3, 100));
+  mgr::GroupMsg indirect = std::get<mgr::GroupMsg>(group(19, 5));
+  indirect.type = mgr::kGroupIndirect;
+  deliver(indirect);
   hsl().requests.clear();
   deliver(config(OFM_CONFIG_OF, 0));
   std::vector<uint32_t> want;
   auto every_chip = [&](uint32_t cmd, int times) { want.insert(want.end(), 2 * times, cmd); };
+  every_chip(OF_CMD_NHOP_DEL, 1);
+  every_chip(OF_CMD_L2FWD_DEL, 1);
   every_chip(OF_CMD_MGID_ADD, 2);  // the pseudo-VLAN and VLAN 100
   for (int vlans = 0; vlans < 2; ++vlans) {
     every_chip(OF_CMD_PARTITION_ID, 2);
@@ -504,6 +547,7 @@ TEST_F(PortsDispatch, GlobalDisableTearsDownInOrder) {
   EXPECT_EQ(of_get_port_vid_count(), 0u);
   EXPECT_EQ(of_get_port_count(), 0);
   EXPECT_EQ(of_port_count, 0);
+  EXPECT_EQ(of_lp_group_get_group_count(), 0u);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// Scenario files against the real programs: for each file under this folder (and the example
-// session basic.scn), ofa-chipsim and
+// Scenario files against the real programs: for each file under this folder and ../groups (and
+// the example session basic.scn), ofa-chipsim and
 // openflowAgtd on a fresh run directory and the file's platform ("# platform: PATH" on one of its
 // first lines, relative to the source tree), and `ofa-mgr run` of the file with the agent's debug
 // log for its `expect log` lines. The file passes when every expectation is met, the chip is left
@@ -17,8 +17,9 @@ namespace fs = std::filesystem;
 // the registration that scripts/demo.sh waits for, so the demo itself runs it).
 std::vector<std::string> scenario_files() {
   std::vector<std::string> out;
-  for (const auto& e : fs::recursive_directory_iterator(OFA_SCENARIO_DIR))
-    if (e.path().extension() == ".scn") out.push_back(e.path().string());
+  for (const char* dir : {OFA_SCENARIO_DIR, OFA_SCENARIO_DIR "/../groups"})
+    for (const auto& e : fs::recursive_directory_iterator(dir))
+      if (e.path().extension() == ".scn") out.push_back(e.path().string());
   out.push_back(std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn");
   std::sort(out.begin(), out.end());
   return out;

@@ -21,21 +21,27 @@ bool pool_made(const generic_pool& p) {
   return p.block_count != 0;
 }
 
+// Grows by `initial` up to `limit`; false after printing `failed`.
+bool make_pool(generic_pool* pool, uint32_t initial, uint32_t size, uint32_t limit,
+               const char* failed) {
+  if (init_generic_pool(pool, initial, size, GENERIC_POOL_FIXED_GROWTH) != 1) {
+    file_printf(failed, 0);
+    return false;
+  }
+  set_generic_pool_upper_limit(pool, limit);
+  return true;
+}
+
+// Both pools, made only when the group pool is not: a pool that exists is left alone.
 int openflow_group_pool_init() {
   if (pool_made(g_group_pool)) return 1;
-  if (init_generic_pool(&g_group_pool, OF_GROUP_POOL_INITIAL, sizeof(group_node),
-                        GENERIC_POOL_FIXED_GROWTH) != 1) {
-    file_printf("ERROR: Group Pool initialisation failed ret_val:%d\n", 0);
+  if (!make_pool(&g_group_pool, OF_GROUP_POOL_INITIAL, sizeof(group_node), OF_GROUP_POOL_LIMIT,
+                 "ERROR: Group Pool initialisation failed ret_val:%d\n"))
     return 0;
-  }
-  set_generic_pool_upper_limit(&g_group_pool, OF_GROUP_POOL_LIMIT);
   file_printf("OFA: Group Pool initialisation success\n");
-  if (init_generic_pool(&g_bucket_pool, OF_BUCKET_POOL_INITIAL, sizeof(group_bucket),
-                        GENERIC_POOL_FIXED_GROWTH) != 1) {
-    file_printf("ERROR: Group  Pool initialisation failed ret_val:%d\n", 0);
+  if (!make_pool(&g_bucket_pool, OF_BUCKET_POOL_INITIAL, sizeof(group_bucket), OF_BUCKET_POOL_LIMIT,
+                 "ERROR: Group  Pool initialisation failed ret_val:%d\n"))
     return 0;
-  }
-  set_generic_pool_upper_limit(&g_bucket_pool, OF_BUCKET_POOL_LIMIT);
   file_printf("Group  Pool initialisation done\n");
   return 1;
 }

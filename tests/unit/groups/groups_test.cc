@@ -50,16 +50,12 @@ mgr::GroupMsg overrun() {
 }
 
 int run(std::span<const uint8_t> body) {
+  static int (*const ops[])(const of_group_msg&) = {lp_openflow_generic_add_group,
+                                                    lp_openflow_generic_modify_group,
+                                                    lp_openflow_generic_del_group};
   of_group_msg m;
   EXPECT_TRUE(of_group_msg_read(body, &m));
-  switch (m.sub_type) {
-    case OFM_ADD_GROUP:
-      return lp_openflow_generic_add_group(m);
-    case OFM_MODIFY_GROUP:
-      return lp_openflow_generic_modify_group(m);
-    default:
-      return lp_openflow_generic_del_group(m);
-  }
+  return ops[m.sub_type - OFM_ADD_GROUP](m);
 }
 int run(const mgr::GroupMsg& m) {
   auto body = mgr::encode_body(m);

@@ -1,9 +1,10 @@
-// Flow operations through the manager walk and dispatch, on an LP with OpenFlow ports: L2 port 3
-// on flat chip 0, L3 port 30 on flat chip 1, output port 5, and port 100 of another slot. Byte 0
-// of the input says which of the next eight chip requests the fake HSL refuses (bit i: every
-// request whose index is i modulo 8); the rest is a datagram. After each input the flow engine's
-// tables must agree with each other; every 64 inputs DELETE_FLOWS must leave no flow, record,
-// chain or member list behind.
+// Flow and group operations through the manager walk and dispatch, on an LP with OpenFlow ports:
+// L2 port 3 on flat chip 0, L3 port 30 on flat chip 1, output port 5, and port 100 of another
+// slot. Byte 0 of the input says which of the next eight chip requests the fake HSL refuses (bit
+// i: every request whose index is i modulo 8); the rest is a datagram. After each input the flow
+// engine's tables must agree with each other and every group and bucket taken from the pools must
+// be held by a group of the base; every 64 inputs DELETE_FLOWS must leave no flow, record, chain
+// or member list behind.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -21,6 +22,9 @@
 #include "flow/flow_table.h"
 #include "flow/member_list.h"
 #include "flow_invariants.h"
+#include "foundation/generic_pool.h"
+#include "groups_meters/group_db.h"
+#include "groups_meters/l2fwd_table.h"
 #include "manager/dispatch/dispatch.h"
 #include "manager/msg_catalogue.h"
 #include "platform/ifindex.h"
@@ -53,12 +57,23 @@ void chip_up(uint32_t local) {
 
 uint8_t g_faults = 0;
 
+// Every element taken from the group pools is held by a group of the base.
+bool group_pools_exact() {
+  uint32_t buckets = 0;
+  for (group_node* g = of_lp_group_get_first_group_entry(); g;
+       g = of_lp_group_get_next_group_entry_key(g->group_id))
+    buckets += g->bucket_count;
+  return generic_get_pool_allocated_number(of_lp_group_pool()) == of_lp_group_get_group_count() &&
+         generic_get_pool_allocated_number(of_lp_bucket_pool()) == buckets;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
   ofa::test::reset_agent({.chips = 2});
   check(openflow_lp_init_tcam_id_pool() == 1);
   check(openflow_flow_db_init() == 1);
+  check(openflow_lp_group_init() == 1 && of_init_ivid_mac_table() == 0);
   g_openflow_lp.mode = OFA_MODE_GENERIC;
   chip_up(0);
   chip_up(1);
@@ -85,6 +100,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (const auto& l : lines)
     std::fprintf(stderr, "%s\n", l.c_str());
   check(lines.empty());
+  check(group_pools_exact());
   if (++inputs % 64 == 0) {
     g_faults = 0;
     openflow_delete_all_flows();

@@ -35,6 +35,7 @@ of_if_entry* entry_of(avl_node* n) {
 }  // namespace
 
 of_if_cmp_fn of_if_evt_cmp = evt_cmp_by_address;
+of_if_free_fn of_if_evt_free = nullptr;
 of_if_delete_fn of_if_port_delete_hook = nullptr;
 
 bool of_if_is_physical(uint32_t ifindex) {
@@ -161,7 +162,7 @@ int ofProcessPortDelete(uint32_t /*ifindex*/, uint16_t port_id) {
     of_dlist_unlink(l);
     l = next;
   }
-  if (e->evt_tree) avl_tree_free(&e->evt_tree, nullptr);
+  if (e->evt_tree) avl_tree_free(&e->evt_tree, of_if_evt_free);
   delete e;
   return 0;
 }

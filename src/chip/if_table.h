@@ -51,9 +51,12 @@ struct of_if_entry {
 
 extern avl_tree* ofIfTable;
 
-// The compare of a port's EVT tree; the egress-translation layer sets its of_evt_cmp here.
+// The compare of a port's EVT tree and the free of its records; the egress-translation layer
+// sets its of_evt_cmp and its record free here.
 using of_if_cmp_fn = int (*)(const void*, const void*);
+using of_if_free_fn = void (*)(void*);
 extern of_if_cmp_fn of_if_evt_cmp;
+extern of_if_free_fn of_if_evt_free;
 
 // Called with an entry just before ofProcessPortDelete frees it, so that nothing keeps it (the
 // VLAN tables set it to drop the port from every VLAN).

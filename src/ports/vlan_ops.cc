@@ -11,6 +11,7 @@
 #include "chip/engine_lookups.h"
 #include "chip/if_table.h"
 #include "platform/wire.h"
+#include "ports/evt.h"
 #include "ports/vlan_table.h"
 
 namespace {
@@ -173,6 +174,7 @@ void openflow_lp_dpx_del_all() {
 }
 
 int openflow_vlan_init() {
+  of_evt_init();
   int rc = of_init_vlan_table();
   if (rc == 0) rc = of_init_port_vid_table();
   ofa_hw_resources& hw = openflowAgtPcb.hw;

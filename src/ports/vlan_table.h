@@ -72,7 +72,8 @@ void openflow_lp_port_vlan_del_all();
 void openflow_lp_vlan_del_all();
 void openflow_lp_dpx_del_all();
 // Start-up: both tables and the pseudo-VLAN (all_ports_iivid, all_ports_mgid); the VLAN lookups
-// the backends use are registered, and a port leaving the interface table leaves every VLAN.
+// the backends use are registered, a port leaving the interface table leaves every VLAN, and
+// ports made from then on keep EVT records (of_evt_init).
 int openflow_vlan_init();
 // Frees both tables (after the teardown).
 void openflow_vlan_destroy();

@@ -2,6 +2,7 @@
 // 40); the slots not named here are null, the ard backend has no handler for them yet.
 #pragma once
 
+#include "backends/ard/ard_evt.h"
 #include "backends/ard/ard_flows.h"
 #include "backends/ard/ard_groups.h"
 #include "backends/ard/ard_ports.h"
@@ -40,4 +41,5 @@ inline constexpr of_chip_handlers ard_handlers = {
     .group_sp_nhop_add = ard_of_group_sp_nhop_add,
     .group_sp_nhop_mod = ard_of_group_sp_nhop_add,
     .group_nhop_del = ard_of_group_nhop_del,
+    .egr_vlan_trans_upd = ard_of_egr_vlan_trans_upd,
 };

@@ -13,6 +13,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <span>
 
 #include "chip/chip_req.h"
 #include "chip/hsl_transport.h"
@@ -24,4 +26,23 @@ int ard_of_iivid_rem_cfg_ioctl(of_vlan_entry* vlan, uint32_t spare);
 int ard_of_vlan_flood_mgid_upd_ioctl(of_vlan_entry* vlan);
 
 inline constexpr uint32_t ARD_EVT_BULK_MAX = 25;
+
+// The request standing in the request area to every chip: 0, the first failure, or
+// OFA_E_HSL_SEND for a request that could not be built (length 0), which is not sent.
+int ard_dispatch_all(uint32_t len);
+
+// One translation row on a port: (IIVID, VLAN), tagged or not.
+struct ard_xlate_row {
+  uint32_t ifindex = 0;
+  uint32_t port_id = 0;  // for the logs
+  of_vlan_pair pair;
+  bool tagged = false;
+};
+// The rows in bulks of up to ARD_EVT_BULK_MAX translations, each bulk to every chip: `row_log`
+// for each row put in, `sending` with the bulk's length, `sent` with its status. The first
+// failure ends the walk and is returned; 0 when every bulk went (or there was none).
+int ard_send_xlate_bulks(std::span<const ard_xlate_row> rows,
+                         const std::function<void(const ard_xlate_row&)>& row_log,
+                         const std::function<void(uint32_t)>& sending,
+                         const std::function<void(int)>& sent);
 inline constexpr uint32_t ARD_FLOOD_MAX_PORTS = (OF_NL_MAX_REQUEST - 56) / 4;

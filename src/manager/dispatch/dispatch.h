@@ -1,7 +1,7 @@
 // The handlers of the manager's operations: flow operations (type 7) with their statuses,
 // configuration messages (type 0), sync complete (type 1), VLANs (type 10), port VLANs (type 8),
-// groups (type 9) and the entry points that answer a fixed value. Everything runs on the main
-// thread, one message at a time.
+// groups (type 9), egress VLAN translations (type 12, fields in ports/evt.h) and the entry points
+// that answer a fixed value. Everything runs on the main thread, one message at a time.
 //
 // Flow operations: sub-types 1 to 5 with flow id 0 are refused with a status; ADD_FLOW and
 // MODIFY_FLOW answer by the fragment rule (a fragment that succeeds draws nothing), the prefix
@@ -70,6 +70,7 @@ void openflow_lp_process_port_vlan_update(uint32_t len, const uint8_t* msg, int 
                                           uint32_t slot);
 // Group add, modify, delete (groups_meters/group_db.h): at least 1056 bytes.
 void openflow_lp_process_group_operation(uint32_t len, const uint8_t* msg, int sock, uint32_t slot);
+void openflow_lp_process_evt_operation(uint32_t len, const uint8_t* msg, int sock, uint32_t slot);
 
 // One flow operation of at least 316 bytes; an empty span is traced and dropped.
 void openflow_process_ipc_internal(std::span<const uint8_t> msg);

@@ -19,6 +19,7 @@ void ofa_register_dispatch(const ofa_dispatch_hooks& hooks) {
   ofa_set_msg_handler(MSGTYPE_OPENFLOW_VLAN_IVID_UPD, openflow_lp_process_vlan_iivid_update);
   ofa_set_msg_handler(MSGTYPE_OPENFLOW_PORT_VLAN_UPD, openflow_lp_process_port_vlan_update);
   ofa_set_msg_handler(MSGTYPE_OPENFLOW_GROUP_OPERATION, openflow_lp_process_group_operation);
+  ofa_set_msg_handler(MXL_MSGTYPE_OPENFLOW_EVT_OPERATION, openflow_lp_process_evt_operation);
 }
 
 void openflow_lp_process_sync_complete_msg(uint32_t len, const uint8_t*, int, uint32_t) {

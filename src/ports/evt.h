@@ -66,8 +66,8 @@ int of_dpx_process_evt_add(of_if_entry* port, const of_evt_msg& m);
 int of_dpx_process_evt_upd(of_if_entry* port, const of_evt_msg& m);
 int of_dpx_process_evt_del(of_if_entry* port, const of_evt_msg& m);
 // Slot 40: 1, or 0 with trace 19023 (no handler) or 19024 (the chip's refusal).
-int of_dpx_process_evt_upd_hw(uint32_t iivid, of_if_entry* port, uint32_t is_tag,
-                              uint32_t out_vlan, uint32_t remove);
+int of_dpx_process_evt_upd_hw(uint32_t iivid, of_if_entry* port, uint32_t is_tag, uint32_t out_vlan,
+                              uint32_t remove);
 
 // Start-up: every port's tree made from then on compares and frees EVT records.
 void of_evt_init();

@@ -56,8 +56,7 @@ int delete_and_program(of_if_entry* port, of_evt_entry* rec, const of_evt_msg& m
 }
 
 // The port of a request, or null with its trace; *result is what the request then answers.
-of_if_entry* local_port(const of_evt_msg& m, uint32_t no_port_id, uint32_t remote_id,
-                        int* result) {
+of_if_entry* local_port(const of_evt_msg& m, uint32_t no_port_id, uint32_t remote_id, int* result) {
   uint16_t id = static_cast<uint16_t>(m.out_port & 0xffff);
   of_if_entry* port = ofLookupIfEntrybyPortId(id);
   if (!port) {
@@ -204,8 +203,8 @@ int of_dpx_process_evt_del(of_if_entry* port, const of_evt_msg& m) {
   return delete_and_program(port, rec, m);
 }
 
-int of_dpx_process_evt_upd_hw(uint32_t iivid, of_if_entry* port, uint32_t is_tag,
-                              uint32_t out_vlan, uint32_t remove) {
+int of_dpx_process_evt_upd_hw(uint32_t iivid, of_if_entry* port, uint32_t is_tag, uint32_t out_vlan,
+                              uint32_t remove) {
   uint32_t fam = of_chip_family();
   of_egr_vlan_trans_fn fn = of_chip_op(of_egr_vlan_trans_upd_ioctl_fn);
   if (!fn) {

@@ -12,13 +12,12 @@
 
 namespace {
 
-int ard_of_egr_vlan_trans_one_ivid_and_port_upd(uint32_t iivid, of_if_entry* port,
-                                                uint32_t tagged, uint32_t egr_vlan) {
+int ard_of_egr_vlan_trans_one_ivid_and_port_upd(uint32_t iivid, of_if_entry* port, uint32_t tagged,
+                                                uint32_t egr_vlan) {
   file_printf("Push or Pop iivid:%d egr_vlanid:%d of_mode:%d\n", iivid, egr_vlan,
               g_openflow_lp.mode);
-  int rc = ard_dispatch_all(of_build_port_vlan_xlate(ofNLReqArea(), port->ifIndex,
-                                                     {iivid, egr_vlan}, tagged != 0,
-                                                     of_req_family::ard));
+  int rc = ard_dispatch_all(of_build_port_vlan_xlate(
+      ofNLReqArea(), port->ifIndex, {iivid, egr_vlan}, tagged != 0, of_req_family::ard));
   if (rc != 0)
     file_printf("Unable to program EVT iivid %d rc: %d\n", iivid, rc);
   else
@@ -66,8 +65,8 @@ int ard_of_egr_vlan_trans_all_ivid_and_port_upd(of_if_entry* port, uint32_t egr_
 
 }  // namespace
 
-int ard_of_egr_vlan_trans_upd(int32_t iivid, of_if_entry* port, uint32_t tagged,
-                              uint32_t egr_vlan, uint32_t remove) {
+int ard_of_egr_vlan_trans_upd(int32_t iivid, of_if_entry* port, uint32_t tagged, uint32_t egr_vlan,
+                              uint32_t remove) {
   if (!port) return OFA_E_INVALID_ARG;
   if (iivid == -1) return ard_of_egr_vlan_trans_all_ivid_and_port_upd(port, egr_vlan, remove);
   return ard_of_egr_vlan_trans_one_ivid_and_port_upd(static_cast<uint32_t>(iivid), port, tagged,

@@ -11,5 +11,5 @@
 
 struct of_if_entry;
 
-int ard_of_egr_vlan_trans_upd(int32_t iivid, of_if_entry* port, uint32_t tagged,
-                              uint32_t egr_vlan, uint32_t remove);
+int ard_of_egr_vlan_trans_upd(int32_t iivid, of_if_entry* port, uint32_t tagged, uint32_t egr_vlan,
+                              uint32_t remove);

@@ -28,9 +28,8 @@ int ard_send_xlate_bulks(std::span<const ard_xlate_row> rows,
     for (uint32_t n = 0; at < rows.size() && n < ARD_EVT_BULK_MAX && len != 0; ++n, ++at) {
       const ard_xlate_row& r = rows[at];
       row_log(r);
-      if (len > area.size() ||
-          of_build_port_vlan_xlate(area.subspan(len), r.ifindex, r.pair, r.tagged,
-                                   of_req_family::ard) == 0)
+      if (len > area.size() || of_build_port_vlan_xlate(area.subspan(len), r.ifindex, r.pair,
+                                                        r.tagged, of_req_family::ard) == 0)
         len = 0;
       else
         len = of_bulk_commit(area);
@@ -73,8 +72,8 @@ int ard_of_iivid_cfg_setup_egr_vlan_trans(uint32_t vlan_id, uint32_t iivid, uint
   return ard_send_xlate_bulks(
       rows,
       [&](const ard_xlate_row& r) {
-        file_printf("%s: port:%d vlanid:%d iivid:%d is_add:%d\n", kName, r.port_id, vlan_id,
-                    iivid, is_add);
+        file_printf("%s: port:%d vlanid:%d iivid:%d is_add:%d\n", kName, r.port_id, vlan_id, iivid,
+                    is_add);
       },
       [&](uint32_t len) { file_printf("%s: vlanid:%d evt req_len:%d\n", kName, vlan_id, len); },
       [&](int rc) {
@@ -86,7 +85,8 @@ int ard_of_iivid_cfg_setup_egr_vlan_trans(uint32_t vlan_id, uint32_t iivid, uint
 }
 
 int ard_of_iivid_cfg_setup_fwd_path(uint32_t iivid, uint32_t mgid, uint32_t /*flag*/) {
-  int rc = ard_dispatch_all(of_build_vid_to_mgid(ofNLReqArea(), static_cast<uint16_t>(iivid), mgid));
+  int rc =
+      ard_dispatch_all(of_build_vid_to_mgid(ofNLReqArea(), static_cast<uint16_t>(iivid), mgid));
   if (rc != 0)
     file_printf("Unable to program vid to mgid table rc:%d\n", rc);
   else
@@ -128,7 +128,7 @@ int ard_of_vlan_flood_mgid_upd_ioctl(of_vlan_entry* vlan) {
               vlan->mgid, static_cast<int>(members), static_cast<int>(ports.size()));
   of_mgid_member member{0xFFFFFFFF, vlan->iivid, ports};
   int rc = ard_dispatch_all(of_build_mgid_req(ofNLReqArea(), OF_CMD_MGID_ADD, vlan->mgid,
-                                      std::span<const of_mgid_member>(&member, 1), 0));
+                                              std::span<const of_mgid_member>(&member, 1), 0));
   if (rc != 0)
     file_printf("Unable to program vlan flood mgid rc: %d\n", rc);
   else

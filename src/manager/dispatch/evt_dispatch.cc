@@ -25,8 +25,9 @@ void openflow_lp_process_evt_operation(uint32_t len, const uint8_t* msg, int, ui
   std::span<const uint8_t> body(msg, len);
   uint32_t sub_type = ofa::wire::Reader(body).u32_at(4) & 0xffff;
   of_evt_msg m = of_evt_msg_read(body);
-  ofa_trace(OFAMSG, 7, 3, OFA_TR_EVT_DBG, "EVT DBG: is_out_vlan_tag: %d, out_port: %d out_vlan: %d\n",
-            m.is_out_vlan_tag, m.out_port, m.out_vlan);
+  ofa_trace(OFAMSG, 7, 3, OFA_TR_EVT_DBG,
+            "EVT DBG: is_out_vlan_tag: %d, out_port: %d out_vlan: %d\n", m.is_out_vlan_tag,
+            m.out_port, m.out_vlan);
   auto elapsed = [&] { return UINT64toString(ofa_timebase_ms() - start_ms); };
   switch (sub_type) {
     case OFM_ADD_EVT:

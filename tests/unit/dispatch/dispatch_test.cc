@@ -266,7 +266,11 @@ INSTANTIATE_TEST_SUITE_P(
                       LengthCase{"group_1055", MSGTYPE_OPENFLOW_GROUP_OPERATION, 1055,
                                  "Error - openflow_lp_process_group_operation, Invalid IPC "
                                  "length 1055"},
-                      LengthCase{"group_1056", MSGTYPE_OPENFLOW_GROUP_OPERATION, 1056, nullptr}),
+                      LengthCase{"group_1056", MSGTYPE_OPENFLOW_GROUP_OPERATION, 1056, nullptr},
+                      LengthCase{"evt_43", MXL_MSGTYPE_OPENFLOW_EVT_OPERATION, 43,
+                                 "Error - openflow_lp_process_evt_operation, Invalid IPC length "
+                                 "43"},
+                      LengthCase{"evt_44", MXL_MSGTYPE_OPENFLOW_EVT_OPERATION, 44, nullptr}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // ---- configuration --------------------------------------------------------------------------
@@ -442,6 +446,10 @@ mgr::Message vlan(uint16_t sub, uint32_t iivid, uint32_t vlan_id) {
 mgr::Message port_vlan(uint16_t sub, uint32_t port, uint32_t vlan_id) {
   return mgr::PortVlanMsg{sub, port, vlan_id};
 }
+// A P-type EVT of IIVID 4010 out as VLAN 100.
+mgr::Message evt(uint16_t sub, uint32_t port, uint32_t tag_action = 1) {
+  return mgr::EvtMsg{sub, 0, 0, 4010, tag_action, 0, 100, port};
+}
 
 // An ALL group on port 5 in VLAN 100.
 mgr::Message group(uint16_t sub, uint32_t id) {
@@ -502,6 +510,19 @@ INSTANTIATE_TEST_SUITE_P(
         VlanCase{"group_delete_all", group(21, 0xFFFFFFFF),
                  "lp_openflow_generic_del_group_all success", "Exit"},
         VlanCase{"group_delete_unknown", group(21, 9), "Exit DELETE GROUP: Group id: 9 after ",
+                 nullptr},
+        VlanCase{"evt_debug_line", evt(30, 3),
+                 "EVT DBG: is_out_vlan_tag: 0, out_port: 3 out_vlan: 100", nullptr},
+        VlanCase{"evt_add", evt(30, 3), "Enter ADD EVT: out_port: 3 iivid: 4010", "Exit"},
+        // A request that needs nothing answers 0 and reads as a failure.
+        VlanCase{"evt_add_no_need", evt(30, 3, 2), "Exit ADD EVT: out_port: 3 iivid: 4010 after ",
+                 nullptr},
+        VlanCase{"evt_add_failure_word", evt(30, 3, 4), "msec; FAILURE", nullptr},
+        VlanCase{"evt_delete_in_default", evt(31, 3), "Enter DEL EVT: out_port: 3 iivid: 4010",
+                 "Exit"},
+        VlanCase{"evt_delete_unknown_port", evt(31, 9),
+                 "Exit DEL EVT: out_port: 9 iivid: 4010 after ", nullptr},
+        VlanCase{"evt_default", evt(32, 3), "OPENFLOW METER IPC: Default case for EVT IPC handling",
                  nullptr}),
     [](const auto& info) { return std::string(info.param.name); });
 

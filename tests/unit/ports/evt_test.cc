@@ -1,0 +1,268 @@
+// Egress VLAN translation on `ard` against the fake HSL: every row of the add, update and delete
+// decision tables by the trace it draws, the result, the record left on the port and the
+// translations sent; the record primitives and their order.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <optional>
+#include <vector>
+
+#include "agent/trace.h"
+#include "chip/chip_req.h"
+#include "chip_env.h"
+#include "foundation/avl_tree.h"
+#include "platform/evrec.h"
+#include "platform/wire.h"
+#include "ports/evt.h"
+#include "ports/vlan_table.h"
+
+namespace {
+
+using ofa::test::ChipEnv;
+
+constexpr uint32_t P = 0, V = 1, kAll = 0xFFFFFFFF;
+
+struct Msg {
+  bool add;
+  uint32_t type, in_vlan, iivid, out_vlan, tag_action = 1;
+  uint32_t out_port = 5;
+};
+Msg add(uint32_t type, uint32_t in_vlan, uint32_t out_vlan, uint32_t tag_action = 1,
+        uint32_t iivid = 4011) {
+  return {true, type, in_vlan, iivid, out_vlan, tag_action};
+}
+Msg del(uint32_t type, uint32_t in_vlan, uint32_t out_vlan = 300, uint32_t iivid = 4011) {
+  return {false, type, in_vlan, iivid, out_vlan, 0};
+}
+Msg on(Msg m, uint32_t port) {
+  m.out_port = port;
+  return m;
+}
+
+std::vector<uint8_t> body(const Msg& m) {
+  std::vector<uint8_t> b(OF_EVT_MSG_MIN_LEN);
+  ofa::wire::Writer w(b.data(), b.size());
+  w.u32_at(4, m.add ? OFM_ADD_EVT : OFM_DEL_EVT);
+  w.u32_at(16, m.type);
+  w.u32_at(20, m.in_vlan);
+  w.u32_at(24, m.iivid);
+  w.u32_at(28, m.tag_action);
+  w.u32_at(32, 7);  // overwritten by the agent
+  w.u32_at(36, m.out_vlan);
+  w.u32_at(40, m.out_port);
+  return b;
+}
+
+struct Rec {
+  uint32_t type, is_tag, out_vlan;
+  bool operator==(const Rec&) const = default;
+};
+struct Row {
+  uint32_t iivid, vlan, tagged;
+  bool operator==(const Row&) const = default;
+};
+void PrintTo(const Rec& r, std::ostream* os) {
+  *os << r.type << "/" << r.is_tag << "/" << r.out_vlan;
+}
+void PrintTo(const Row& r, std::ostream* os) {
+  *os << r.iivid << "->" << r.vlan << (r.tagged ? " tagged" : " untagged");
+}
+
+enum Setup { kNone, kRemote, kUntaggedP, kRefused };
+
+struct Case {
+  const char* name;
+  std::vector<Msg> before;
+  Msg msg;
+  int result;
+  std::vector<uint32_t> ids;   // the decision's traces (the entry traces 16016/16019 aside)
+  std::optional<Rec> rec;      // port 5's record of the message's IIVID afterwards
+  std::vector<Row> rows = {};  // translations sent on port 5, in order
+  Setup setup = kNone;
+};
+void PrintTo(const Case& c, std::ostream* os) {
+  *os << c.name;
+}
+
+// VLANs 100, 200, 300 (IIVIDs 4010-4012) and ports 3 and 5 (pvid 4020) on one chip.
+class Evt : public ChipEnv, public ::testing::WithParamInterface<Case> {
+ protected:
+  void SetUp() override {
+    ChipEnv::SetUp();
+    setenv("OFA_DEBUG_LOG", "off", 1);
+    ASSERT_EQ(openflowAgt_trace_init(), 0);
+    ofa::test::set_test_iivids();
+    ASSERT_EQ(chip_up(1, 0), 0);
+    ASSERT_EQ(openflow_vlan_init(), 0);
+    for (auto [vlan, iivid] : {std::pair{100u, 4010u}, {200u, 4011u}, {300u, 4012u}})
+      of_process_vlan_add(vlan, iivid, 0);
+    for (uint16_t p : {3, 5})
+      ofProcessPortAdd(ofa::platform::port_ifindex(1, p), "p", p)->pvid = 4020;
+  }
+  void TearDown() override {
+    openflowAgt_trace_exit();
+    evrec_exit();
+    unsetenv("OFA_DEBUG_LOG");
+    ChipEnv::TearDown();
+  }
+  static of_if_entry* port5() { return ofLookupIfEntrybyPortId(5); }
+  static int run(const Msg& m) {
+    return m.add ? lp_process_add_evt(body(m)) : lp_process_del_evt(body(m));
+  }
+  static std::vector<uint32_t> ids_since(size_t from) {
+    std::vector<uint32_t> ids;
+    auto recs = trace_module_records(ofa_trace_handle(OFACORE));
+    for (size_t i = from; i < recs.size(); ++i)
+      if (recs[i].id != 16016 && recs[i].id != 16019) ids.push_back(recs[i].id);
+    return ids;
+  }
+  // The translations of the requests: one, or the sub-requests of a bulk; all on port 5.
+  static std::vector<Row> rows() {
+    std::vector<Row> out;
+    for (const auto& q : hsl().requests) {
+      bool bulk = q.command == OF_CMD_BULK;
+      size_t n = bulk ? q.word(32) >> 16 : 1;
+      for (size_t k = 0; k < n; ++k) {
+        size_t at = bulk ? 36 + k * OF_PORT_VLAN_XLATE_SIZE : 0;
+        EXPECT_EQ(q.word(at + 28), port5()->ifIndex);
+        out.push_back({q.word(at + 84), q.word(at + 88), q.word(at + 40) ? 1u : 0u});
+      }
+    }
+    return out;
+  }
+};
+
+TEST_P(Evt, DecisionTraceRecordAndRows) {
+  const Case& c = GetParam();
+  for (const Msg& m : c.before)
+    ASSERT_EQ(run(m), 1);
+  if (c.setup == kRemote) port5()->is_local = 0;
+  if (c.setup == kUntaggedP) {
+    ASSERT_EQ(of_evt_add_entry(port5(), 4011, P, 0, 300), 0);
+  }
+  if (c.setup == kRefused) hsl().fail = {0};
+  hsl().requests.clear();
+  size_t from = trace_module_records(ofa_trace_handle(OFACORE)).size();
+  EXPECT_EQ(run(c.msg), c.result);
+  EXPECT_EQ(ids_since(from), c.ids);
+  const of_evt_entry* r = of_lookup_evt(port5(), c.msg.iivid);
+  std::optional<Rec> got;
+  if (r) got = Rec{r->type, r->is_tag, r->out_vlan};
+  EXPECT_EQ(got, c.rec);
+  EXPECT_EQ(rows(), c.rows);
+}
+
+const Msg kP300 = add(P, 0, 300), kV300 = add(V, 200, 300), kVu = add(V, 200, 200, 2);
+const Rec kRecP300{P, 1, 300}, kRecV300{V, 1, 300};
+
+INSTANTIATE_TEST_SUITE_P(
+    Tables, Evt,
+    ::testing::Values(
+        // First add.
+        Case{"p_tagged", {}, kP300, 1, {19027}, kRecP300, {{4011, 300, 1}}},
+        Case{"p_untagged_is_the_default", {}, add(P, 0, 300, 2), 0, {19028}, {}},
+        Case{"p_tag_action_3_is_untagged", {}, add(P, 0, 300, 3), 0, {19028}, {}},
+        Case{"v_own_vlan_is_the_default", {}, add(V, 200, 200), 0, {19030}, {}},
+        Case{"v_tagged", {}, kV300, 1, {19029}, kRecV300, {{4011, 300, 1}}},
+        Case{"v_tag_action_3_is_tagged",
+             {},
+             add(V, 200, 300, 3),
+             1,
+             {19029},
+             kRecV300,
+             {{4011, 300, 1}}},
+        Case{"v_untagged", {}, kVu, 1, {19031}, Rec{V, 0, 200}, {{4011, 200, 0}}},
+        Case{"untagged_out_vlan_unchecked",
+             {},
+             add(V, 200, 7, 2),
+             1,
+             {19031},
+             Rec{V, 0, 7},
+             {{4011, 7, 0}}},
+        Case{"unknown_out_vlan", {}, add(P, 0, 7), 0, {19025}, {}},
+        Case{"unknown_in_vlan", {}, add(V, 7, 300), 0, {19026}, {}},
+        Case{"tag_action_4", {}, add(P, 0, 300, 4), 0, {}, {}},
+        Case{"unknown_port", {}, on(kP300, 9), 0, {16017}, {}},
+        Case{"remote_port", {}, kP300, 1, {16018}, {}, {}, kRemote},
+        Case{"port_id_low_16_bits", {}, on(kP300, 0x10005), 1, {19027}, kRecP300, {{4011, 300, 1}}},
+        Case{"refused_keeps_the_record",
+             {},
+             kP300,
+             0,
+             {19027, 19024},
+             kRecP300,
+             {{4011, 300, 1}},
+             kRefused},
+        Case{"all_iivids_sends_nothing", {}, add(P, 0, 300, 1, kAll), 1, {19027}, kRecP300},
+        // Update over a record.
+        Case{"p_untagged_record_is_invalid", {}, kP300, 0, {19037}, Rec{P, 0, 300}, {}, kUntaggedP},
+        Case{"p_untagged_deletes", {kP300}, add(P, 0, 300, 2), 1, {19036}, {}, {{4011, 300, 0}}},
+        Case{"p_same", {kP300}, kP300, 0, {19035}, kRecP300},
+        Case{"p_other", {kP300}, add(P, 0, 100), 1, {19034}, Rec{P, 1, 100}, {{4011, 100, 1}}},
+        Case{"other_type_silent", {kP300}, add(V, 200, 100), 0, {}, kRecP300},
+        Case{"upd_unknown_out_vlan", {kP300}, add(P, 0, 7), 0, {19032}, kRecP300},
+        Case{"upd_unknown_in_vlan", {kV300}, add(V, 7, 300), 0, {19033}, kRecV300},
+        Case{"vu_untagged", {kVu}, kVu, 0, {19045}, Rec{V, 0, 200}},
+        Case{"vu_other", {kVu}, kV300, 1, {19044}, kRecV300, {{4011, 300, 1}}},
+        Case{"vu_in_vlan_deletes", {kVu}, add(V, 200, 200), 1, {19043}, {}, {{4011, 200, 1}}},
+        Case{"vt_untagged",
+             {kV300},
+             add(V, 200, 300, 2),
+             1,
+             {19042},
+             Rec{V, 0, 300},
+             {{4011, 300, 0}}},
+        Case{"vt_same", {kV300}, kV300, 0, {19041}, kRecV300},
+        Case{"vt_same_in_vlan",
+             {add(V, 200, 200, 1, 4020)},
+             add(V, 200, 200, 1, 4020),
+             0,
+             {19040},
+             Rec{V, 1, 200}},
+        Case{"vt_other", {kV300}, add(V, 200, 100), 1, {19039}, Rec{V, 1, 100}, {{4011, 100, 1}}},
+        Case{"vt_in_vlan_deletes", {kV300}, add(V, 200, 200), 1, {19038}, {}, {{4011, 200, 1}}},
+        // Delete.
+        Case{"del_p", {kP300}, del(P, 0), 1, {19050}, {}, {{4011, 300, 0}}},
+        Case{"del_v", {kV300}, del(V, 200, 7), 1, {19050}, {}, {{4011, 200, 1}}},
+        Case{"del_in_default_state", {}, del(P, 0), 1, {19048}, {}},
+        Case{"del_other_type", {kP300}, del(V, 200), 0, {19049}, kRecP300},
+        Case{"del_unknown_in_vlan", {kV300}, del(V, 7), 0, {19046}, kRecV300},
+        Case{"del_unknown_port", {}, on(del(P, 0), 9), 0, {16020}, {}},
+        Case{"del_remote_port", {kP300}, del(P, 0), 1, {16021}, kRecP300, {}, kRemote},
+        // Pass 1: each port's pvid (5, then 3); pass 2: every VLAN, the pseudo-VLAN first.
+        Case{"del_all_iivids",
+             {add(P, 0, 300, 1, kAll)},
+             del(P, 0, 300, kAll),
+             1,
+             {19050},
+             {},
+             {{4020, 300, 0},
+              {4020, 300, 0},
+              {4005, kAll, 1},
+              {4012, 300, 1},
+              {4011, 200, 1},
+              {4010, 100, 1}}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// Records by IIVID, highest first; the relookup of a delete without a record; the records of a
+// port go with it (the sanitizer's leak check holds that).
+TEST_F(Evt, RecordPrimitives) {
+  of_if_entry* p = port5();
+  for (uint32_t iivid : {4011u, 4013u, 4012u})
+    ASSERT_EQ(of_evt_add_entry(p, iivid, V, 1, 300), 0);
+  EXPECT_EQ(of_evt_add_entry(p, 4012, V, 1, 300), -128);
+  EXPECT_EQ(of_evt_upd_entry(p, nullptr, 4099, 0, 1), -128);
+  std::vector<uint32_t> order;
+  for (avl_node* n = avl_getfirst(p->evt_tree); n; n = avl_getnext(p->evt_tree, n))
+    order.push_back(static_cast<of_evt_entry*>(n->info)->iivid);
+  EXPECT_EQ(order, (std::vector<uint32_t>{4013, 4012, 4011}));
+  ofa::test::TraceCapture printed;
+  of_evt_entry* r = of_lookup_evt(p, 4012);
+  EXPECT_EQ(of_evt_del_entry(p, nullptr, 4012), 0);
+  delete r;
+  EXPECT_TRUE(printed.has("relookup evt entry for iivid:4012"));
+  EXPECT_EQ(of_evt_del_entry(p, nullptr, 4012), -105);
+  ofProcessPortDelete(0, 5);
+}
+
+}  // namespace

@@ -1,5 +1,5 @@
-// Scenario files against the real programs: for each file under this folder and ../groups (and
-// the example session basic.scn), ofa-chipsim and
+// Scenario files against the real programs: for each file under this folder, ../groups and
+// ../evt (and the example session basic.scn), ofa-chipsim and
 // openflowAgtd on a fresh run directory and the file's platform ("# platform: PATH" on one of its
 // first lines, relative to the source tree), and `ofa-mgr run` of the file with the agent's debug
 // log for its `expect log` lines. The file passes when every expectation is met, the chip is left
@@ -13,11 +13,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The files of this folder, and the example session a user runs first (demo.scn starts after
-// the registration that scripts/demo.sh waits for, so the demo itself runs it).
+// The files of the scenario folders, and the example session a user runs first (demo.scn starts
+// after the registration that scripts/demo.sh waits for, so the demo itself runs it).
 std::vector<std::string> scenario_files() {
   std::vector<std::string> out;
-  for (const char* dir : {OFA_SCENARIO_DIR, OFA_SCENARIO_DIR "/../groups"})
+  for (const char* dir :
+       {OFA_SCENARIO_DIR, OFA_SCENARIO_DIR "/../groups", OFA_SCENARIO_DIR "/../evt"})
     for (const auto& e : fs::recursive_directory_iterator(dir))
       if (e.path().extension() == ".scn") out.push_back(e.path().string());
   out.push_back(std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn");

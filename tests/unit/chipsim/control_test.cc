@@ -193,7 +193,7 @@ TEST_F(ControlTest, PolicerAndQueueCounters) {
 // Ports, VLANs and translations as `query` and `show` give them, from what the requests set: on
 // the default platform (IIVIDs 7168-8186, mgids 8000-9018, ports 1-48 on chip 0 of slot 1) with a
 // chip of slot 2 besides, which serves none of them.
-TEST(Views, QueriesAndShowOfPortsAndVlans) {
+TEST(Views, QueriesAndShowOfPortsVlansTranslationsAndL2) {
   auto plat = std::get<platform::Platform>(
       platform::parse_platform(platform::default_platform_text(), "default"));
   ModelConfig cfg = model_config(plat);
@@ -251,10 +251,20 @@ TEST(Views, QueriesAndShowOfPortsAndVlans) {
                 .u32(88, kAllVlans),
             kChip},
            {Req(0x04272007, 56).u32(44, 1).u16(50, 4000).u32(52, 100), kChip},  // both outside
+           {Req(0x04270800, 76)
+                .u32(40, 1u << 30)
+                .u16(42, 7178)
+                .mac(44, {0, 0, 0, 0, 0, 10})
+                .u32(64, p5)
+                .u8(68, 3),
+            kChip},
            {Req(0x04272003, 1108).u32(28, p3).u32(36, 1u << 22).u32(40, (1u << 29) | (1u << 22)),
             other},
        })
     ASSERT_EQ(call(m, req.b, chip).status, 0) << call(m, req.b, chip).log;
+  // An exact-match delete of an entry the chip does not hold is refused.
+  EXPECT_NE(call(m, Req(0x04270802, 48).u16(32, 7179).mac(34, {0, 0, 0, 0, 0, 10}).b, kChip).status,
+            0);
   const std::string q = R"({"ok":true,"chip":2218786816,"found":)";
   const std::string p3_fields =
       "id=3 name=ethernet1/3 ifindex=0x18418000 served=1 lrn=1 rx_fwd=1 rx_fwd2=1 tx_en=1 "
@@ -274,6 +284,15 @@ TEST(Views, QueriesAndShowOfPortsAndVlans) {
            {"query xlate 3 7173", q + R"(true,"fields":"port=3 iivid=7173 vlan=all tagged=1"})"},
            {"query xlate 3 7174", q + "false}"},
            {"query region 10 20", q + "false}"},  // no region made here
+           {"query l2 7178 00:00:00:00:00:0A", q + R"(true,"fields":"iivid=7178 )"
+                                                   R"(mac=00:00:00:00:00:0a port=5"})"},
+           {"query l2 7179 00:00:00:00:00:0a", q + "false}"},
+           {"show xlate 3", R"({"ok":true,"text":"chip 0x84400000: slot 1, chip 0\n)"
+                            R"(  port iivid vlan tagged\n  3    7173  all  1\n\n)"
+                            R"(chip 0x84800000: slot 2, chip 0\n  no translations\n"})"},
+           {"show l2", R"({"ok":true,"text":"chip 0x84400000: slot 1, chip 0\n)"
+                       R"(  iivid mac               port\n  7178  00:00:00:00:00:0a 5\n\n)"
+                       R"(chip 0x84800000: slot 2, chip 0\n  no L2 entries\n"})"},
            {"show vlans 100", R"({"ok":true,"text":"chip 0x84400000: slot 1, chip 0\n)"
                               R"(  vlan rte0 rte1 mgid flood\n  100  7178 7178 8010 3,5\n\n)"
                               R"(chip 0x84800000: slot 2, chip 0\n  no VLANs\n"})"},
@@ -282,7 +301,8 @@ TEST(Views, QueriesAndShowOfPortsAndVlans) {
   EXPECT_TRUE(has(control_command(ctl, "show ports"), "ethernet1/3"));
   EXPECT_TRUE(has(control_command(ctl, "stats"), R"("iivid_outside":1,"mgid_outside":1)"));
   for (const char* bad : {"query", "query port", "query port x", "query vlan 1 chip 5",
-                          "query xlate 3", "show ports 3 4", "show bogus", "show vlans x"})
+                          "query xlate 3", "show ports 3 4", "show bogus", "show vlans x",
+                          "query l2 7178 00:00:00:00:00", "show l2 3"})
     EXPECT_TRUE(has(control_command(ctl, bad), R"({"ok":false,"error":")")) << bad;
 }
 

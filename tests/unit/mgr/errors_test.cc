@@ -102,6 +102,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"end", "'end' without 'pack'"}, BadLine{"chip", "which control command?"},
         BadLine{"expect chip", "expect chip: port ID, vlan ID"},
         BadLine{"expect chip xlate 3", "expect chip xlate: which one?"},
+        BadLine{"expect chip xlate port=3 tagged=1", "'port=3' is not a number"},
+        BadLine{"expect chip l2 iivid=4010 mac=00:11 absent", "is not a MAC address"},
         BadLine{"expect chip port x pvid=1", "'x' is not a number"},
         BadLine{"expect chip port 3", "nothing to check"},
         BadLine{"expect chip port 3 absent pvid=1", "absent and field values do not go together"},

@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "common/json.h"
+#include "common/text.h"
 #include "control/events.h"
 #include "model/commands.h"
 #include "model/show.h"
@@ -303,30 +304,38 @@ std::optional<uint32_t> vlan_number(std::string_view s) {
 
 std::string cmd_show(Control& c, std::span<const std::string_view> w) {
   if (w.empty()) return ok().field("text", show_text(c.model)).end_object().take();
-  if (w.size() > 2 || (w[0] != "ports" && w[0] != "vlans"))
-    return error("usage: show [ports [ID] | vlans [ID|all]]");
+  bool l2 = w[0] == "l2";
+  if (w.size() > (l2 ? 1 : 2) || (w[0] != "ports" && w[0] != "vlans" && w[0] != "xlate" && !l2))
+    return error("usage: show [ports [ID] | vlans [ID|all] | xlate [PORT] | l2]");
   std::optional<uint32_t> id;
   if (w.size() == 2) {
-    id = w[0] == "ports" ? number<uint32_t>(w[1]) : vlan_number(w[1]);
+    id = w[0] == "vlans" ? vlan_number(w[1]) : number<uint32_t>(w[1]);
     if (!id) return error("bad id \"" + std::string(w[1]) + "\"");
   }
-  std::string text = w[0] == "ports" ? show_ports(c.model, id) : show_vlans(c.model, id);
+  std::string text = l2                ? show_l2(c.model)
+                     : w[0] == "ports" ? show_ports(c.model, id)
+                     : w[0] == "xlate" ? show_xlate(c.model, id)
+                                       : show_vlans(c.model, id);
   return ok().field("text", text).end_object().take();
 }
 
 constexpr std::string_view kQueryUsage =
-    "usage: query port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION  [chip IFINDEX]";
+    "usage: query port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION | l2 IIVID MAC  "
+    "[chip IFINDEX]";
 
 // One port, VLAN or translation of one chip: the port's own chip (or the first chip) unless
 // "chip IFINDEX" names one.
 std::string cmd_query(Control& c, std::span<const std::string_view> w) {
-  size_t npos = w.empty()                               ? 0
-                : (w[0] == "xlate" || w[0] == "region") ? 2
-                : (w[0] == "port" || w[0] == "vlan")    ? 1
-                                                        : 0;
+  size_t npos = w.empty()                                               ? 0
+                : (w[0] == "xlate" || w[0] == "region" || w[0] == "l2") ? 2
+                : (w[0] == "port" || w[0] == "vlan")                    ? 1
+                                                                        : 0;
   if (npos == 0 || w.size() < 1 + npos) return error(kQueryUsage);
   std::vector<uint32_t> v;
-  for (size_t i = 1; i <= npos; ++i) {
+  std::optional<Mac> mac;
+  if (w[0] == "l2" && !(mac = tools::mac_parse(w[2])))
+    return error("bad MAC \"" + std::string(w[2]) + "\"");
+  for (size_t i = 1; i <= (mac ? 1 : npos); ++i) {
     auto n = w[0] == "vlan" ? vlan_number(w[i]) : number<uint32_t>(w[i]);
     if (!n) return error("bad number \"" + std::string(w[i]) + "\"");
     v.push_back(*n);
@@ -351,6 +360,8 @@ std::string cmd_query(Control& c, std::span<const std::string_view> w) {
     f = vlan_fields(*chip, v[0]);
   } else if (w[0] == "region") {
     f = region_fields(*chip, static_cast<uint8_t>(v[0]), static_cast<uint8_t>(v[1]));
+  } else if (mac) {
+    f = l2_fields(*chip, v[0], *mac);
   } else {
     f = xlate_fields(c.model, *chip, port, v[1]);
   }
@@ -411,8 +422,9 @@ std::string control_command(Control& c, std::string_view line) {
     auto j = ok();
     j.key("commands").begin_array();
     for (auto s :
-         {"dump", "show [ports [ID] | vlans [ID|all]]",
-          "query port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION [chip IFINDEX]",
+         {"dump", "show [ports [ID] | vlans [ID|all] | xlate [PORT] | l2]",
+          "query port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION | l2 IIVID MAC "
+          "[chip IFINDEX]",
           "stats", "check", "reset",
           "fault <command> <status> [once|times N|from N] [chip IFINDEX]", "fault clear [command]",
           "fault list",

@@ -1,8 +1,9 @@
 // The control protocol of the simulator: one text command per line, one JSON answer per line.
 //
 //   dump | stats | check | reset | help
-//   show [ports [ID] | vlans [ID|all]]
-//   query port ID | vlan ID|all | xlate PORT IIVID  [chip IFINDEX]
+//   show [ports [ID] | vlans [ID|all] | xlate [PORT] | l2]
+//   query port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION | l2 IIVID MAC
+//         [chip IFINDEX]
 //   fault <command> <status> [once | times N | from N] [chip IFINDEX]
 //   fault clear [command]   fault list
 //   event chip-up|chip-down|slot-up|slot-down|ignored [slot N] [chip N] [class N]

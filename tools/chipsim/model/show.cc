@@ -175,6 +175,32 @@ std::string show_vlans(const Model& m, std::optional<uint32_t> vlan) {
   return out;
 }
 
+std::string show_xlate(const Model& m, std::optional<uint32_t> id) {
+  std::optional<uint32_t> only;
+  if (id) only = port_ifindex_of(m, *id);
+  std::string out;
+  for (const auto& [ifindex, c] : m.chips()) {
+    if (c.mcast_only) continue;
+    std::vector<Item> rows = xlate_rows(m, c, only);
+    chip_title(out, c);
+    out += rows.empty() ? "  no translations\n" : fields_table(rows);
+  }
+  return out;
+}
+
+std::string show_l2(const Model& m) {
+  std::string out;
+  for (const auto& [ifindex, c] : m.chips()) {
+    if (c.mcast_only) continue;
+    std::vector<Item> rows;
+    for (const auto& [key, port] : c.l2_entries)
+      rows.push_back(*l2_fields(c, key.first, key.second));
+    chip_title(out, c);
+    out += rows.empty() ? "  no L2 entries\n" : fields_table(rows);
+  }
+  return out;
+}
+
 std::string show_text(const Model& m) {
   std::string out;
   for (const auto& [ifindex, chip] : m.chips()) {

@@ -159,6 +159,22 @@ std::optional<Item> xlate_fields(const Model& m, const ChipState& c, uint32_t sc
   return f;
 }
 
+std::vector<Item> xlate_rows(const Model& m, const ChipState& c, std::optional<uint32_t> port) {
+  std::vector<Item> rows;
+  for (const auto& [key, t] : c.translations)
+    if (key.first != 0 && (!port || key.first == *port))
+      rows.push_back(*xlate_fields(m, c, key.first, key.second));
+  return rows;
+}
+
+std::optional<Item> l2_fields(const ChipState& c, uint32_t iivid, const Mac& mac) {
+  auto it = c.l2_entries.find({iivid, mac});
+  if (it == c.l2_entries.end()) return std::nullopt;
+  return Item{{"iivid", std::to_string(iivid)},
+              {"mac", tools::mac_text(mac)},
+              {"port", std::to_string(it->second ? port_id(it->second) : 0)}};
+}
+
 std::vector<uint32_t> chip_vlans(const ChipState& c) {
   std::vector<uint32_t> v;
   for (const auto& [key, iivid] : c.partition)

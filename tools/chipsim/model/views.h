@@ -39,6 +39,12 @@ std::optional<Item> vlan_fields(const ChipState& c, uint32_t vlan);
 std::optional<Item> xlate_fields(const Model& m, const ChipState& c, uint32_t scope,
                                  uint32_t iivid);
 
+// Every translation row of the chip's ports (the partition's left out), by port then IIVID, or
+// those of one port's interface index.
+std::vector<Item> xlate_rows(const Model& m, const ChipState& c, std::optional<uint32_t> port);
+// Exact-match L2 entry fields: iivid, mac, port (the out port's id; 0 for none).
+std::optional<Item> l2_fields(const ChipState& c, uint32_t iivid, const Mac& mac);
+
 // Region fields: entries (how many), handles (in the chip's order, "-" for none), size.
 // Nothing when the chip has no such region.
 std::optional<Item> region_fields(const ChipState& c, uint8_t ldev, uint8_t region);

@@ -52,6 +52,8 @@ Sends one operation, written as in a scenario file, for example
   ofa-mgr send flow add id=10 priority=100 in_port=3,dl_type=0x0800 actions=output:5
   ofa-mgr send port enable 3 pvid=100
   ofa-mgr send vlan add vlan=100 iivid=4000
+  ofa-mgr send evt add port=5 iivid=4011 type=vlan in_vlan=200 out_vlan=300 tag_action=1
+  ofa-mgr send evt delete port=5 iivid=all type=port out_vlan=300
   ofa-mgr send raw 01c00008 00000000 00000001
 If the manager's end point is free, send binds it and shows the answer: the status of a flow
 operation (waiting at most --timeout), or whatever else arrives shortly after.
@@ -75,6 +77,8 @@ Carries out a scenario: one operation per line, '#' comments, blank lines allowe
   sleep 500ms
   chip fault port_vpn -5    (a control command to the chip simulator of the slot)
   expect chip port 3 pvid=4004 nhop=-   (also vlan ID, xlate PORT IIVID; absent; chip=IFINDEX)
+  expect chip xlate port=5 iivid=4011 vlan=300 tagged=1   (or: absent)
+  expect chip l2 iivid=4011 mac=00:00:00:00:00:01 port=5   (exact-match entries; or: absent)
   expect chip requests=0    (simulator counters since the last barrier)
   expect log ~ "enabled openflow port: 3"   (in the --agent-log file, after the last match)
 Each line prints what happened; a failed expectation prints what was expected and what came,

@@ -1,7 +1,9 @@
 #include "scenario.h"
 
 #include <algorithm>
+#include <array>
 
+#include "common/text.h"
 #include "syntax.h"
 
 namespace ofa::mgr {
@@ -126,17 +128,46 @@ StepResult expect_stats(StatsKind kind, const std::string& what, std::span<const
 // expect chip port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION  field=value... |
 //   absent  [chip=IFINDEX]
 // expect chip COUNTER=N...
-StepResult expect_chip(std::span<const std::string> w) {
+// xlate PORT IIVID and l2 IIVID MAC also as fields (port=P iivid=I, iivid=I mac=M), anywhere.
+std::vector<std::string> keyed_ids(std::span<const std::string> w) {
+  std::vector<std::string> out(w.begin(), w.end());
+  if (w.size() < 2 || (w[0] != "xlate" && w[0] != "l2") || w[1].find('=') == std::string::npos)
+    return out;
+  std::array<std::string_view, 2> names{w[0] == "xlate" ? "port" : "iivid",
+                                        w[0] == "xlate" ? "iivid" : "mac"};
+  std::array<std::string, 2> key;
+  std::vector<std::string> rest;
+  for (const auto& word : w.subspan(1)) {
+    auto kv = syntax::split_key(word);
+    size_t k = kv.key == names[0] ? 0 : kv.key == names[1] ? 1 : 2;
+    if (k < 2 && kv.has_value && key[k].empty())
+      key[k] = kv.value;
+    else
+      rest.push_back(word);
+  }
+  if (key[0].empty() || key[1].empty()) return out;
+  out = {w[0], key[0], key[1]};
+  out.insert(out.end(), rest.begin(), rest.end());
+  return out;
+}
+
+// expect chip port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION | l2 IIVID MAC
+//   field=value... | absent  [chip=IFINDEX]
+// expect chip COUNTER=N...
+StepResult expect_chip(std::span<const std::string> given) {
+  std::vector<std::string> words = keyed_ids(given);
+  std::span<const std::string> w(words);
   ExpectChipStep s;
   size_t ids = 0;
   if (w.empty()) {
     return StepResult::fail(
-        "expect chip: port ID, vlan ID, xlate PORT IIVID, region LDEV REGION or COUNTER=N");
+        "expect chip: port ID, vlan ID, xlate PORT IIVID, region LDEV REGION, l2 IIVID MAC or "
+        "COUNTER=N");
   } else if (w[0] == "port" || w[0] == "vlan") {
     s.item = w[0] == "port" ? ChipItem::port : ChipItem::vlan;
     ids = 1;
-  } else if (w[0] == "xlate" || w[0] == "region") {
-    s.item = w[0] == "xlate" ? ChipItem::xlate : ChipItem::region;
+  } else if (w[0] == "xlate" || w[0] == "region" || w[0] == "l2") {
+    s.item = w[0] == "xlate" ? ChipItem::xlate : w[0] == "region" ? ChipItem::region : ChipItem::l2;
     ids = 2;
   } else {
     s.item = ChipItem::counters;
@@ -145,6 +176,12 @@ StepResult expect_chip(std::span<const std::string> w) {
   for (size_t i = 1; i <= ids; ++i) {
     if (s.item == ChipItem::vlan && w[i] == "all") {
       s.ids.push_back(w[i]);
+      continue;
+    }
+    if (s.item == ChipItem::l2 && i == 2) {
+      auto m = syntax::mac(w[i], "expect chip l2");
+      if (!m.ok()) return StepResult::fail(m.error());
+      s.ids.push_back(tools::mac_text(m.value()));
       continue;
     }
     auto n = syntax::number(w[i], 0xffffffff, "expect chip " + w[0]);

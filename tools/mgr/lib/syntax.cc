@@ -3,6 +3,8 @@
 #include <cctype>
 #include <charconv>
 
+#include "common/text.h"
+
 namespace ofa::mgr::syntax {
 namespace {
 
@@ -82,19 +84,9 @@ bool same_word(std::string_view a, std::string_view b) {
 }
 
 Result<Mac> mac(std::string_view s, std::string_view what) {
-  Mac m{};
-  auto parts = split(s, ':');
-  bool good = parts.size() == 6 && s.size() == 17;
-  for (size_t i = 0; good && i < 6; ++i) {
-    int hi = hex_digit(parts[i][0]), lo = parts[i].size() == 2 ? hex_digit(parts[i][1]) : -1;
-    good = hi >= 0 && lo >= 0;
-    m[i] = static_cast<uint8_t>(hi * 16 + lo);
-  }
-  if (!good) {
-    return Result<Mac>::fail(std::string(what) + ": " + quoted(s) +
-                             " is not a MAC address (like 00:11:22:33:44:55)");
-  }
-  return m;
+  if (auto m = tools::mac_parse(s)) return *m;
+  return Result<Mac>::fail(std::string(what) + ": " + quoted(s) +
+                           " is not a MAC address (like 00:11:22:33:44:55)");
 }
 
 namespace {

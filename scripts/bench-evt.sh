@@ -5,7 +5,7 @@
 # (port, VLAN) and deletes them again, and prints each phase's rate. The run is made twice: with
 # the agent's debug log off (the figure the goal is about), then on.
 #
-#   scripts/bench-evt.sh [--ports N] [--vlans N]
+#   scripts/bench-evt.sh [--ports N] [--vlans N] [--pack N]   (N EVT messages a datagram)
 #
 # OFA_BUILD_DIR is the build tree (default build; the programs are built there first).
 set -euo pipefail

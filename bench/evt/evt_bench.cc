@@ -4,7 +4,9 @@
 // (one request each). EVT operations draw no status: each phase goes out back to back and ends
 // with the status of a barrier. Prints each phase's operations, time and rate.
 //
-//   evt_bench [--ports N] [--vlans N] [--first-iivid N] [--slot N]
+//   evt_bench [--ports N] [--vlans N] [--first-iivid N] [--slot N] [--pack N]
+//
+// --pack N sends N EVT messages in one datagram (default 1: one message each).
 //
 // The run directory is $OFA_RUN_DIR; the manager's end point must be free (the agent has
 // registered already).
@@ -29,7 +31,7 @@ namespace mgr = ofa::mgr;
 using Clock = std::chrono::steady_clock;
 
 struct Plan {
-  uint32_t ports = 48, vlans = 1000, first_iivid = 4000, slot = 1;
+  uint32_t ports = 48, vlans = 1000, first_iivid = 4000, slot = 1, pack = 1;
 };
 
 class Link {
@@ -38,12 +40,14 @@ class Link {
   // Sends one message; a full queue is waited out. False when it could not go.
   bool send(const mgr::Message& m) {
     auto bytes = mgr::encode(m);
-    if (!bytes.ok()) return false;
+    return bytes.ok() && send(bytes.value());
+  }
+  bool send(const mgr::Bytes& bytes) {
     auto deadline = Clock::now() + std::chrono::seconds(10);
-    auto e = ep_.send(agent_, bytes.value());
+    auto e = ep_.send(agent_, bytes);
     while (e && ep_.full() && Clock::now() < deadline) {
       ep_.receive(0.0005);
-      e = ep_.send(agent_, bytes.value());
+      e = ep_.send(agent_, bytes);
     }
     if (e) std::fprintf(stderr, "evt_bench: %s\n", e->c_str());
     return !e;
@@ -93,6 +97,7 @@ bool setup(Link& link, const Plan& plan) {
 bool phase(Link& link, const Plan& plan, bool add) {
   auto t0 = Clock::now();
   uint64_t ops = 0;
+  mgr::Datagram d;
   for (uint32_t p = 1; p <= plan.ports; ++p)
     for (uint32_t v = 1; v <= plan.vlans; ++v, ++ops) {
       mgr::EvtMsg m;
@@ -103,9 +108,12 @@ bool phase(Link& link, const Plan& plan, bool add) {
       m.tag_action = 1;
       m.out_vlan = v % plan.vlans + 1;
       m.out_port = p;
-      if (!link.send(m)) return false;
+      d.add(m);
+      if (d.messages() < plan.pack) continue;
+      if (!link.send(d.bytes())) return false;
+      d = {};
     }
-  if (!link.barrier()) return false;
+  if ((!d.empty() && !link.send(d.bytes())) || !link.barrier()) return false;
   double s = std::chrono::duration<double>(Clock::now() - t0).count();
   std::printf("%-10s %8llu ops %9.1f ms %10.0f ops/s\n", add ? "evt add" : "evt delete",
               static_cast<unsigned long long>(ops), s * 1e3, ops / s);
@@ -126,9 +134,12 @@ int main(int argc, char** argv) {
       plan.first_iivid = v;
     else if (!std::strcmp(argv[i], "--slot"))
       plan.slot = v;
+    else if (!std::strcmp(argv[i], "--pack") && v >= 1 && v <= 100)
+      plan.pack = v;
     else {
       std::fprintf(stderr,
-                   "usage: evt_bench [--ports N] [--vlans N] [--first-iivid N] [--slot N]\n");
+                   "usage: evt_bench [--ports N] [--vlans N] [--first-iivid N] [--slot N] "
+                   "[--pack 1-100]\n");
       return 2;
     }
   }

@@ -147,58 +147,57 @@ void chip_title(std::string& out, const ChipState& c) {
 
 }  // namespace
 
-std::string show_ports(const Model& m, std::optional<uint32_t> id) {
-  std::optional<uint32_t> only;
-  if (id) only = port_ifindex_of(m, *id);
+namespace {
+
+// Per chip (the multicast target left out) its title, then its rows as a table, or `none`.
+template <typename RowsOf>
+std::string per_chip(const Model& m, const char* none, RowsOf rows_of) {
   std::string out;
   for (const auto& [ifindex, c] : m.chips()) {
     if (c.mcast_only) continue;
-    std::vector<Item> rows;
-    for (const auto& [port, p] : c.ports)
-      if (!only || port == *only) rows.push_back(port_fields(m, c, port, p));
+    std::vector<Item> rows = rows_of(c);
     chip_title(out, c);
-    out += rows.empty() ? "  no ports\n" : fields_table(rows);
+    out += rows.empty() ? none : fields_table(rows);
   }
   return out;
 }
 
+}  // namespace
+
+std::string show_ports(const Model& m, std::optional<uint32_t> id) {
+  std::optional<uint32_t> only;
+  if (id) only = port_ifindex_of(m, *id);
+  return per_chip(m, "  no ports\n", [&](const ChipState& c) {
+    std::vector<Item> rows;
+    for (const auto& [port, p] : c.ports)
+      if (!only || port == *only) rows.push_back(port_fields(m, c, port, p));
+    return rows;
+  });
+}
+
 std::string show_vlans(const Model& m, std::optional<uint32_t> vlan) {
-  std::string out;
-  for (const auto& [ifindex, c] : m.chips()) {
-    if (c.mcast_only) continue;
+  return per_chip(m, "  no VLANs\n", [&](const ChipState& c) {
     std::vector<Item> rows;
     for (uint32_t v : vlan ? std::vector<uint32_t>{*vlan} : chip_vlans(c))
       if (auto f = vlan_fields(c, v)) rows.push_back(std::move(*f));
-    chip_title(out, c);
-    out += rows.empty() ? "  no VLANs\n" : fields_table(rows);
-  }
-  return out;
+    return rows;
+  });
 }
 
 std::string show_xlate(const Model& m, std::optional<uint32_t> id) {
   std::optional<uint32_t> only;
   if (id) only = port_ifindex_of(m, *id);
-  std::string out;
-  for (const auto& [ifindex, c] : m.chips()) {
-    if (c.mcast_only) continue;
-    std::vector<Item> rows = xlate_rows(m, c, only);
-    chip_title(out, c);
-    out += rows.empty() ? "  no translations\n" : fields_table(rows);
-  }
-  return out;
+  return per_chip(m, "  no translations\n",
+                  [&](const ChipState& c) { return xlate_rows(m, c, only); });
 }
 
 std::string show_l2(const Model& m) {
-  std::string out;
-  for (const auto& [ifindex, c] : m.chips()) {
-    if (c.mcast_only) continue;
+  return per_chip(m, "  no L2 entries\n", [](const ChipState& c) {
     std::vector<Item> rows;
     for (const auto& [key, port] : c.l2_entries)
       rows.push_back(*l2_fields(c, key.first, key.second));
-    chip_title(out, c);
-    out += rows.empty() ? "  no L2 entries\n" : fields_table(rows);
-  }
-  return out;
+    return rows;
+  });
 }
 
 std::string show_text(const Model& m) {

@@ -56,8 +56,8 @@ TEST_F(AgentSession, RunOfTheBasicScenarioDeliversEveryDatagram) {
   EXPECT_TRUE(rc == 0 || rc == 1) << rc << "\n" << run;
   EXPECT_NE(run.find("slot 1 registered"), std::string::npos) << run;
   EXPECT_EQ(count(run, " ERROR "), 0u) << run;
-  EXPECT_EQ(count(run, "  sent  "), 21u) << run;
-  ASSERT_TRUE(ofa::test::wait_for([&] { return count(agent_log(), "Received msg type") >= 21; }))
+  EXPECT_EQ(count(run, "  sent  "), 22u) << run;
+  ASSERT_TRUE(ofa::test::wait_for([&] { return count(agent_log(), "Received msg type") >= 22; }))
       << agent_log();
   for (const char* type :
        {"MSGTYPE_OPENFLOW_CONFIG(0) of len 3724", "MSGTYPE_OPENFLOW_SYNC_COMPLETE(1) of len 320",

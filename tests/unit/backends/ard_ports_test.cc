@@ -128,18 +128,10 @@ int l2fwd_add(of_if_entry*, of_vlan_entry*) {  // the port in the low 16 bits
 int l2fwd_del(of_if_entry*, of_vlan_entry*) {
   return ard_of_l2fwd_del(0, 4101, kMac);
 }
-// Slot 40 on port 3: IIVID 4011 (FAB) out as VLAN 300 (12C), or all IIVIDs back to the defaults.
-int evt_one(of_if_entry* p, of_vlan_entry*) {
-  return ard_of_egr_vlan_trans_upd(4011, p, 1, 300, 0);
-}
-int evt_one_untagged_remove(of_if_entry* p, of_vlan_entry*) {
-  return ard_of_egr_vlan_trans_upd(4011, p, 0, 300, 1);
-}
-int evt_all(of_if_entry* p, of_vlan_entry*) {
-  return ard_of_egr_vlan_trans_upd(-1, p, 0, 300, 1);
-}
-int evt_all_no_remove(of_if_entry* p, of_vlan_entry*) {
-  return ard_of_egr_vlan_trans_upd(-1, p, 1, 300, 0);
+// Slot 40 on port 3: IIVID 4011 (FAB) out as VLAN 300 (12C), or all IIVIDs (-1).
+template <int32_t Iivid, uint32_t Tagged, uint32_t Remove>
+int evt(of_if_entry* p, of_vlan_entry*) {
+  return ard_of_egr_vlan_trans_upd(Iivid, p, Tagged, 300, Remove);
 }
 void disabled(of_if_entry& p) {
   p.rx_fwd = p.tx_en = p.ppid = p.vpnid = 0;
@@ -215,24 +207,24 @@ const Case kCases[] = {
     {"flood_bounded_to_the_buffer", flood, 2, "0:8=FD0 0:48=10003E6",
      "flood mgid:8010 has 1000 ports, 998 sent", -1, 0, nullptr, 0, 2, 500},
     // One translation (92 bytes) to chip 1, then chip 0; the remove flag plays no part.
-    {"evt_one", evt_one, 2,
+    {"evt_one", evt<4011, 1, 0>, 2,
      "0:0=4272003 0:8=5C 0:12=5C 0:28=18418000 0:36=280000 0:40=200000 0:56=1 0:84=FAB "
      "0:88=12C 1:0=4272003 1:84=FAB",
      "Push or Pop iivid:4011 egr_vlanid:300"},
-    {"evt_one_untagged_remove", evt_one_untagged_remove, 2, "0:8=5C 0:40=0 0:84=FAB 0:88=12C"},
-    {"evt_one_second_chip_fails", evt_one, 2, "", "Unable to program EVT iivid 4011 rc: -106", 1,
-     -106},
-    {"evt_all_needs_remove", evt_all_no_remove, 0, "",
+    {"evt_one_untagged_remove", evt<4011, 0, 1>, 2, "0:8=5C 0:40=0 0:84=FAB 0:88=12C"},
+    {"evt_one_second_chip_fails", evt<4011, 1, 0>, 2, "",
+     "Unable to program EVT iivid 4011 rc: -106", 1, -106},
+    {"evt_all_needs_remove", evt<-1, 1, 0>, 0, "",
      "ard_of_egr_vlan_trans_all_ivid_and_port_upd: Non default can't be set for all vlans"},
     // 26 ports: bulks of 25 and 1 of their pvids (FB4) untagged as 300; the pseudo-VLAN and 30
     // VLANs: bulks of 25 (the pseudo-VLAN first, then VLAN 30: 1022, 1E) and 6, tagged.
-    {"evt_all", evt_all, 8,
+    {"evt_all", evt<-1, 0, 1>, 8,
      "0:0=70000 0:32=190000 0:36=4272003 0:64=18418000 0:76=0 0:120=FB4 0:124=12C "
      "0:156=18418000 0:212=FB4 2:32=10000 2:120=FB4 4:32=190000 4:76=200000 4:120=FA5 "
      "4:124=FFFFFFFF 4:212=1022 4:216=1E 6:32=60000 6:76=200000",
      "Programmed EVT for port:3 for all configured vlans", -1, 0, nullptr, 30, 26},
-    {"evt_all_second_pass_fails", evt_all, 5, "", "Unable to program EVT for port:3 rc: -106", 4,
-     -106, nullptr, 30, 26},
+    {"evt_all_second_pass_fails", evt<-1, 0, 1>, 5, "", "Unable to program EVT for port:3 rc: -106",
+     4, -106, nullptr, 30, 26},
     {"flood_second_chip_fails", flood, 2, "", "Unable to program vlan flood mgid rc: -106", 1,
      -106},
     // Groups: VLANs 1 (IIVID 4101) and 2 (4102); VLAN 9 and port 40 unknown; mgid 8100 (1FA4).

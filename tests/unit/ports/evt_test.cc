@@ -61,12 +61,6 @@ struct Row {
   uint32_t iivid, vlan, tagged;
   bool operator==(const Row&) const = default;
 };
-void PrintTo(const Rec& r, std::ostream* os) {
-  *os << r.type << "/" << r.is_tag << "/" << r.out_vlan;
-}
-void PrintTo(const Row& r, std::ostream* os) {
-  *os << r.iivid << "->" << r.vlan << (r.tagged ? " tagged" : " untagged");
-}
 
 enum Setup { kNone, kRemote, kUntaggedP, kRefused };
 

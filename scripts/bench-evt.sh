@@ -62,7 +62,7 @@ one_run() { # one_run LOG [evt_bench options]: LOG is off or a file
   "$bin_sim" ctl event chip-up >/dev/null
   wait_for 30 settled
   "$bin_bench" "$@"
-  "$bin_sim" ctl stats | sed -E 's/.*"errors":([0-9]+).*/chip errors: \1/'
+  "$bin_sim" ctl stats | sed -E 's/.*"messages":([0-9]+),"requests":([0-9]+),"errors":([0-9]+).*/chip: \1 messages, \2 requests, \3 errors (the set-up too)/'
   stop
   rm -rf "$run"
 }

@@ -13,6 +13,7 @@
 #include "flow/member_list.h"
 #include "flow/reply.h"
 #include "platform/wire.h"
+#include "groups_meters/meter.h"
 
 namespace {
 
@@ -111,7 +112,7 @@ int openflow_generic_mode_add_flow(std::span<const uint8_t> msg) {
     of_discard_flow_copy(flow);
     return 1;
   }
-  of_meter_flow_count(flow->meter_id, +1);
+  openflow_inc_meter_flow_count(flow->meter_id);
   ofa_debug_printf(
       "openflow_generic_mode_add_flow: entered for flow_id: %d fid:%d ethtype:%d in_port_id:%d\n",
       flow->flow_id, flow->fid, flow->ether_type, flow->in_port_id);

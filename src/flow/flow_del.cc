@@ -15,6 +15,7 @@
 #include "flow/member_list.h"
 #include "manager/flow_status.h"
 #include "ports/port_mask.h"
+#include "groups_meters/meter.h"
 
 namespace {
 
@@ -25,7 +26,7 @@ int delete_port_flow(fd_entry* flow) {
     openflow_cleanup_fd_entry(flow);
     return 1;
   }
-  of_meter_flow_count(flow->meter_id, -1);
+  openflow_dec_meter_flow_count(flow->meter_id);
   const of_if_entry* port = ofLookupIfEntrybyPortId(flow->in_port_id);
   if (!port || !port->is_local) {
     file_printf("remote port cleanup...\n");

@@ -12,6 +12,3 @@ void of_discard_flow_copy(fd_entry* flow);
 int openflow_generic_mode_program_hardware(fd_entry* flow);
 int openflow_generic_mode_update_hardware(fd_entry* flow);
 void openflow_cleanup_fd_entry(fd_entry* flow);
-// The meter's count of flows. The meter database keeps the counts; until it exists in this agent
-// there is nothing to count.
-inline void of_meter_flow_count(uint32_t, int) {}

@@ -14,6 +14,7 @@
 #include "flow/member_list.h"
 #include "flow/reply.h"
 #include "platform/wire.h"
+#include "groups_meters/meter.h"
 
 uint8_t generic_modify = 0;
 
@@ -96,8 +97,8 @@ int openflow_generic_mode_mod_flow(std::span<const uint8_t> msg, int prefix) {
   of_action_chain_leave(flow, "openflow_generic_mode_mod_flow()");
   if (meter_id != flow->meter_id) {
     // The old meter gains and the new one loses a flow: the sense is kept as it always was.
-    of_meter_flow_count(flow->meter_id, +1);
-    of_meter_flow_count(meter_id, -1);
+    openflow_inc_meter_flow_count(flow->meter_id);
+    openflow_dec_meter_flow_count(meter_id);
     flow->meter_id = meter_id;
   }
   of_flow_clean_multicast(flow, "openflow_generic_mode_mod_flow");

@@ -7,6 +7,7 @@
 #include "flow/flow_engine.h"
 #include "groups_meters/group_db.h"
 #include "groups_meters/l2fwd_table.h"
+#include "groups_meters/meter.h"
 #include "ports/port_catchall.h"
 #include "ports/port_lifecycle.h"
 #include "ports/vlan_table.h"
@@ -19,8 +20,9 @@ int openflow_init(uint8_t mode) {
   g_openflow_lp.counters[0] = g_openflow_lp.counters[1] = 0;
   if (!openflow_flow_db_init()) file_printf("openflow_init: flow databases not made\n");
   lp_openflow_init_port_db();
-  // Wiring point: meters, then groups; the per-process flow block, the IIVID-MAC table and the
-  // statistics buckets are created here, in that order, by the subsystems that own them.
+  // Meters, then groups; the per-process flow block, the IIVID-MAC table and the statistics
+  // buckets are created here, in that order, by the subsystems that own them.
+  if (!openflow_lp_meter_init()) file_printf("openflow_init: meter base not made\n");
   if (!openflow_lp_group_init()) file_printf("openflow_init: group base not made\n");
   of_init_ivid_mac_table();
   if (openflow_vlan_init() != 0) file_printf("openflow_init: VLAN tables not made\n");
@@ -32,7 +34,7 @@ void openflow_destroy() {
   for (uint32_t& c : g_openflow_lp.counters)
     c = 0;
   openflow_flow_db_destroy();
-  // Wiring point: meters go here, before the groups.
+  openflow_lp_meter_destroy();
   openflow_lp_group_destroy();
   openflow_lp_dpx_del_all();
   lp_cam_rem_openflow_catchall_cams_for_portmask(nullptr);

@@ -5,6 +5,7 @@
 #include "backends/ard/ard_evt.h"
 #include "backends/ard/ard_flows.h"
 #include "backends/ard/ard_groups.h"
+#include "backends/ard/ard_policers.h"
 #include "backends/ard/ard_ports.h"
 #include "backends/ard/ard_regions.h"
 #include "backends/ard/ard_vlans.h"
@@ -29,6 +30,9 @@ inline constexpr of_chip_handlers ard_handlers = {
     .l3flow_ipv4add = ard_of_l3flow_ipv4add,
     .l3flow_ipv4mod = ard_of_l3flow_ipv4upd,
     .l3flow_ipv4del = ard_of_l3flow_ipv4del,
+    .policer_add = ard_of_policer_add,
+    .policer_mod = ard_of_policer_upd,
+    .policer_del = ard_of_policer_del,
     .get_flow_stats = ard_of_get_flow_stats,
     .clr_flow_stats = ard_of_clr_flow_stats,
     .group_l2_mgid_add = ard_of_group_l2_mgid_add,

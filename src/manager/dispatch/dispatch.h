@@ -1,7 +1,8 @@
 // The handlers of the manager's operations: flow operations (type 7) with their statuses,
-// configuration messages (type 0), sync complete (type 1), VLANs (type 10), port VLANs (type 8),
-// groups (type 9), egress VLAN translations (type 12, fields in ports/evt.h) and the entry points
-// that answer a fixed value. Everything runs on the main thread, one message at a time.
+// configuration messages (type 0), sync complete (type 1), meters (type 2), VLANs (type 10),
+// port VLANs (type 8), groups (type 9), egress VLAN translations (type 12, fields in ports/evt.h)
+// and the entry points that answer a fixed value. Everything runs on the main thread, one message
+// at a time.
 //
 // Flow operations: sub-types 1 to 5 with flow id 0 are refused with a status; ADD_FLOW and
 // MODIFY_FLOW answer by the fragment rule (a fragment that succeeds draws nothing), the prefix
@@ -71,6 +72,9 @@ void openflow_lp_process_port_vlan_update(uint32_t len, const uint8_t* msg, int 
 // Group add, modify, delete (groups_meters/group_db.h): at least 1056 bytes.
 void openflow_lp_process_group_operation(uint32_t len, const uint8_t* msg, int sock, uint32_t slot);
 void openflow_lp_process_evt_operation(uint32_t len, const uint8_t* msg, int sock, uint32_t slot);
+// Meters (type 2, at least 40 bytes): not enabled 11000; meter id 0 with a sub-type above MODIFY
+// 11001; then the enter trace, and the exit trace only on failure. No status.
+void openflow_lp_process_meter_operation(uint32_t len, const uint8_t* msg, int sock, uint32_t slot);
 
 // One flow operation of at least 316 bytes; an empty span is traced and dropped.
 void openflow_process_ipc_internal(std::span<const uint8_t> msg);

@@ -16,6 +16,7 @@ void ofa_register_dispatch(const ofa_dispatch_hooks& hooks) {
   ofa_set_msg_handler(MSGTYPE_OPENFLOW_CONFIG, openflow_lp_process_config_data);
   ofa_set_msg_handler(MSGTYPE_OPENFLOW_SYNC_COMPLETE, openflow_lp_process_sync_complete_msg);
   ofa_set_msg_handler(MSGTYPE_OPENFLOW_FLOW_OPERATION, openflow_lp_process_flow_operation);
+  ofa_set_msg_handler(MSGTYPE_OPENFLOW_METER_OPERATION, openflow_lp_process_meter_operation);
   ofa_set_msg_handler(MSGTYPE_OPENFLOW_VLAN_IVID_UPD, openflow_lp_process_vlan_iivid_update);
   ofa_set_msg_handler(MSGTYPE_OPENFLOW_PORT_VLAN_UPD, openflow_lp_process_port_vlan_update);
   ofa_set_msg_handler(MSGTYPE_OPENFLOW_GROUP_OPERATION, openflow_lp_process_group_operation);

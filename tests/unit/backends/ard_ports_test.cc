@@ -1,7 +1,7 @@
-// `ard` port, VLAN, group and exact-match handlers against the fake HSL, two chips in slot 1:
-// which requests go out, to which chips and in which order, the port's, VLAN's and group's values
-// in them, where a fault stops the sequence and what it prints. The bytes of each record are the
-// golden table's.
+// `ard` port, VLAN, group, exact-match and policer handlers against the fake HSL, two chips in
+// slot 1: which requests go out, to which chips and in which order, the port's, VLAN's and group's
+// values in them, where a fault stops the sequence and what it prints. The bytes of each record are
+// the golden table's.
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -10,6 +10,7 @@
 
 #include "backends/ard/ard_evt.h"
 #include "backends/ard/ard_groups.h"
+#include "backends/ard/ard_policers.h"
 #include "backends/ard/ard_ports.h"
 #include "backends/ard/ard_vlans.h"
 #include "chip/engine_lookups.h"
@@ -132,6 +133,17 @@ int l2fwd_del(of_if_entry*, of_vlan_entry*) {
 template <int32_t Iivid, uint32_t Tagged, uint32_t Remove>
 int evt(of_if_entry* p, of_vlan_entry*) {
   return ard_of_egr_vlan_trans_upd(Iivid, p, Tagged, 300, Remove);
+}
+// Policer 0x345 on the port's chip; the excess pair and the spare words are not sent.
+constexpr of_policer_rate kRate{0x123456789, 0x4000, 7, 99, 98, 97};
+int pol_add(of_if_entry* p, of_vlan_entry*) {
+  return ard_of_policer_add(p->chip, 0x345, &kRate);
+}
+int pol_upd(of_if_entry* p, of_vlan_entry*) {
+  return ard_of_policer_upd(p->chip, 0x345, &kRate);
+}
+int pol_del(of_if_entry* p, of_vlan_entry*) {
+  return ard_of_policer_del(p->chip, 0x345);
 }
 void disabled(of_if_entry& p) {
   p.rx_fwd = p.tx_en = p.ppid = p.vpnid = 0;
@@ -278,6 +290,17 @@ const Case kCases[] = {
     {"l2fwd_add_unknown_port", l2fwd_add<40>, 2, "0:64=0"},
     {"l2fwd_del", l2fwd_del, 2, "0:0=4270802 0:8=30 0:32=1005AABB 0:36=CCDDEEFF",
      "Delete l2exm entry"},
+    // One bulk of instances 0 (at 36) and 1 (at 124), or of their deletes (at 36 and 72).
+    {"policer_add", pol_add, 1,
+     "0:8=D4 0:32=20000 0:36=9270002 0:68=0 0:72=4000 0:76=1 0:80=23456789 0:112=0 0:116=345 "
+     "0:124=9270002 0:160=4000 0:168=23456789 0:200=10000000 0:204=345",
+     "pol id:837 rate 4886718345, burst_size 16384"},
+    {"policer_upd_is_an_add", pol_upd, 1, "0:8=D4 0:36=9270002 0:124=9270002", "pol id:837"},
+    {"policer_add_fails", pol_add, 1, "", "Unable to add pol id:837 rc:-106", 0, -106},
+    {"policer_upd_fails", pol_upd, 1, "", "Unable to update pol id:837 rc:-106", 0, -106},
+    {"policer_del", pol_del, 1,
+     "0:8=6C 0:32=20000 0:36=9270003 0:68=345 0:72=9270003 0:104=10000345", "pol id:837"},
+    {"policer_del_fails", pol_del, 1, "", "Unable to del pol id:837", 0, -106},
 };
 
 class ArdPortsVlans : public ChipEnv, public ::testing::WithParamInterface<Case> {
@@ -342,8 +365,9 @@ TEST_P(ArdPortsVlans, RequestsInOrder) {
   EXPECT_TRUE(printed.has(c.log)) << printed.text();
   const auto& q = hsl().requests;
   ASSERT_EQ(q.size(), c.requests);
-  // Port requests to the port's chip; VLAN requests to chip 1, then chip 0.
-  bool per_port = c.call == enable || c.call == disable || c.call == state;
+  // Port and policer requests to the port's chip; VLAN requests to chip 1, then chip 0.
+  bool per_port = c.call == enable || c.call == disable || c.call == state || c.call == pol_add ||
+                  c.call == pol_upd || c.call == pol_del;
   for (size_t i = 0; i < q.size(); ++i)
     EXPECT_EQ(q[i].target, per_port ? chip_ifindex(1, 0) : chip_ifindex(1, 1 - i % 2)) << i;
   std::stringstream words{c.words};
@@ -356,10 +380,11 @@ TEST_P(ArdPortsVlans, RequestsInOrder) {
 INSTANTIATE_TEST_SUITE_P(Handlers, ArdPortsVlans, ::testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(ChipEnv, ArdPortHandlersRefuseANullPort) {
+TEST_F(ChipEnv, ArdPortHandlersRefuseANullPortOrChip) {
   for (int rc :
        {ard_of_port_enable(nullptr, 0), ard_of_port_disable(nullptr), ard_of_port_state(nullptr, 0),
-        ard_of_iivid_add_cfg_ioctl(nullptr), ard_of_vlan_flood_mgid_upd_ioctl(nullptr)})
+        ard_of_iivid_add_cfg_ioctl(nullptr), ard_of_vlan_flood_mgid_upd_ioctl(nullptr),
+        ard_of_policer_add(nullptr, 1, &kRate), ard_of_policer_del(nullptr, 1)})
     EXPECT_EQ(rc, -128);
   EXPECT_TRUE(hsl().requests.empty());
 }

@@ -43,7 +43,7 @@ TEST_F(ControlTest, AnswersAndErrors) {
   EXPECT_TRUE(ok(run("help")));
   EXPECT_TRUE(has(run("show"), R"({"ok":true,"text":"chip 0x84400000: slot 1)"));
   EXPECT_TRUE(has(run("dump"), R"("family":"ard","model":131)"));
-  EXPECT_TRUE(has(run("check"), R"("consistent":true,"problems":[])"));
+  EXPECT_TRUE(has(run("check"), R"("consistent":true,"problems":[],"dangling":[])"));
   for (const char* bad : {"", "frobnicate", "fault", "fault bogus -1", "fault region_add x",
                           "fault region_add -1 twice", "fault region_add -1 times 0", "event",
                           "event chip-sideways", "event chip-up slot", "traffic",
@@ -258,6 +258,8 @@ TEST(Views, QueriesAndShowOfPortsVlansTranslationsAndL2) {
                 .u32(64, p5)
                 .u8(68, 3),
             kChip},
+           {Req(0x09270002, 88).u32(28, 1u << 31).u32(36, 150000).u32(44, 125000).u32(80, 9),
+            kChip},
            {Req(0x04272003, 1108).u32(28, p3).u32(36, 1u << 22).u32(40, (1u << 29) | (1u << 22)),
             other},
        })
@@ -293,6 +295,13 @@ TEST(Views, QueriesAndShowOfPortsVlansTranslationsAndL2) {
            {"show l2", R"({"ok":true,"text":"chip 0x84400000: slot 1, chip 0\n)"
                        R"(  iivid mac               port\n  7178  00:00:00:00:00:0a 5\n\n)"
                        R"(chip 0x84800000: slot 2, chip 0\n  no L2 entries\n"})"},
+           {"query mgid 8010", q + R"(true,"fields":"mgid=8010 members=1 iivids=7178 ports=3,5 )"
+                                   R"(updates=0"})"},
+           {"query nhop 11", q + R"(true,"fields":"nhop=11 kind=16 paths=1 iivids=0 )"
+                                 R"(macs=00:00:00:00:00:00 ports=3"})"},
+           {"query policer 9 0",
+            q + R"(true,"fields":"policer=9 instance=0 rate=125000 burst=150000"})"},
+           {"query policer 9 1", q + "false}"},
            {"show vlans 100", R"({"ok":true,"text":"chip 0x84400000: slot 1, chip 0\n)"
                               R"(  vlan rte0 rte1 mgid flood\n  100  7178 7178 8010 3,5\n\n)"
                               R"(chip 0x84800000: slot 2, chip 0\n  no VLANs\n"})"},
@@ -300,9 +309,10 @@ TEST(Views, QueriesAndShowOfPortsVlansTranslationsAndL2) {
     EXPECT_EQ(control_command(ctl, line), answer) << line;
   EXPECT_TRUE(has(control_command(ctl, "show ports"), "ethernet1/3"));
   EXPECT_TRUE(has(control_command(ctl, "stats"), R"("iivid_outside":1,"mgid_outside":1)"));
-  for (const char* bad : {"query", "query port", "query port x", "query vlan 1 chip 5",
-                          "query xlate 3", "show ports 3 4", "show bogus", "show vlans x",
-                          "query l2 7178 00:00:00:00:00", "show l2 3"})
+  for (const char* bad :
+       {"query", "query port", "query port x", "query vlan 1 chip 5", "query xlate 3",
+        "show ports 3 4", "show bogus", "show vlans x", "query l2 7178 00:00:00:00:00", "show l2 3",
+        "query policer 9", "query mgid x"})
     EXPECT_TRUE(has(control_command(ctl, bad), R"({"ok":false,"error":")")) << bad;
 }
 

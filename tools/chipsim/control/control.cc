@@ -320,16 +320,24 @@ std::string cmd_show(Control& c, std::span<const std::string_view> w) {
 }
 
 constexpr std::string_view kQueryUsage =
-    "usage: query port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION | l2 IIVID MAC  "
-    "[chip IFINDEX]";
+    "usage: query port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION | l2 IIVID MAC | "
+    "mgid ID | nhop ID | policer ID INSTANCE  [chip IFINDEX]";
 
-// One port, VLAN or translation of one chip: the port's own chip (or the first chip) unless
-// "chip IFINDEX" names one.
+// The first chip that holds the object, else the first chip.
+template <typename Has>
+const ChipState* holder(const Model& m, Has has) {
+  for (const auto& [ifx, c] : m.chips())
+    if (has(c)) return &c;
+  return m.chips().empty() ? nullptr : &m.chips().begin()->second;
+}
+
+// One port, VLAN, translation, region, group, next hop or policer of one chip: the port's own
+// chip, the first chip holding the object, or the first chip, unless "chip IFINDEX" names one.
 std::string cmd_query(Control& c, std::span<const std::string_view> w) {
-  size_t npos = w.empty()                                               ? 0
-                : (w[0] == "xlate" || w[0] == "region" || w[0] == "l2") ? 2
-                : (w[0] == "port" || w[0] == "vlan")                    ? 1
-                                                                        : 0;
+  size_t npos = w.empty()                                                                    ? 0
+                : (w[0] == "xlate" || w[0] == "region" || w[0] == "l2" || w[0] == "policer") ? 2
+                : (w[0] == "port" || w[0] == "vlan" || w[0] == "mgid" || w[0] == "nhop")     ? 1
+                                                                                             : 0;
   if (npos == 0 || w.size() < 1 + npos) return error(kQueryUsage);
   std::vector<uint32_t> v;
   std::optional<Mac> mac;
@@ -345,6 +353,12 @@ std::string cmd_query(Control& c, std::span<const std::string_view> w) {
   bool by_port = w[0] == "port" || w[0] == "xlate";
   uint32_t port = !by_port || v[0] == 0 ? 0 : port_ifindex_of(c.model, v[0]);
   const ChipState* chip = home_chip(c.model, port);
+  if (w[0] == "mgid")
+    chip = holder(c.model, [&](const ChipState& x) { return x.mgids.contains(v[0]); });
+  if (w[0] == "nhop")
+    chip = holder(c.model, [&](const ChipState& x) { return x.nhops.contains(v[0]); });
+  if (w[0] == "policer")
+    chip = holder(c.model, [&](const ChipState& x) { return x.policers.contains({v[0], v[1]}); });
   if (auto s = o.get("chip")) {
     auto ifx = number<uint32_t>(*s);
     auto it = ifx ? c.model.chips().find(*ifx) : c.model.chips().end();
@@ -362,6 +376,12 @@ std::string cmd_query(Control& c, std::span<const std::string_view> w) {
     f = region_fields(*chip, static_cast<uint8_t>(v[0]), static_cast<uint8_t>(v[1]));
   } else if (mac) {
     f = l2_fields(*chip, v[0], *mac);
+  } else if (w[0] == "mgid") {
+    f = mgid_fields(*chip, v[0]);
+  } else if (w[0] == "nhop") {
+    f = nhop_fields(*chip, v[0]);
+  } else if (w[0] == "policer") {
+    f = policer_fields(*chip, v[0], v[1]);
   } else {
     f = xlate_fields(c.model, *chip, port, v[1]);
   }
@@ -413,6 +433,9 @@ std::string control_command(Control& c, std::string_view line) {
     j.key("consistent").boolean(problems.empty()).key("problems").begin_array();
     for (const auto& p : problems)
       j.value(p);
+    j.end_array().key("dangling").begin_array();
+    for (const auto& d : check_dangling(c.model))
+      j.value(d);
     return j.end_array().end_object().take();
   }
   if (w[0] == "fault") return cmd_fault(c, args);
@@ -423,8 +446,8 @@ std::string control_command(Control& c, std::string_view line) {
     j.key("commands").begin_array();
     for (auto s :
          {"dump", "show [ports [ID] | vlans [ID|all] | xlate [PORT] | l2]",
-          "query port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION | l2 IIVID MAC "
-          "[chip IFINDEX]",
+          "query port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION | l2 IIVID MAC | "
+          "mgid ID | nhop ID | policer ID INSTANCE [chip IFINDEX]",
           "stats", "check", "reset",
           "fault <command> <status> [once|times N|from N] [chip IFINDEX]", "fault clear [command]",
           "fault list",

@@ -65,4 +65,40 @@ std::vector<std::string> check_invariants(const Model& m) {
   return bad;
 }
 
+std::vector<std::string> check_dangling(const Model& m) {
+  std::vector<std::string> out;
+  auto has_mgid = [&](const ChipState& c, uint32_t id) {
+    if (c.mgids.contains(id)) return true;
+    for (const auto& [ifx, other] : m.chips())
+      if (other.mcast_only && other.mgids.contains(id)) return true;
+    return false;
+  };
+  for (const auto& [ifindex, c] : m.chips()) {
+    for (const auto& [key, reg] : c.regions) {
+      for (const auto& e : reg.entries) {
+        auto note = [&](const char* kind, uint32_t id) {
+          out.push_back("chip " + std::to_string(c.ifindex) + ": ldev " +
+                        std::to_string(key.first) + " region " + std::to_string(key.second) +
+                        " handle " + std::to_string(e.handle) + ": no " + kind + " " +
+                        std::to_string(id));
+        };
+        if (reg.ldev == kLdevL2) {
+          const L2Result& r = e.l2res;
+          if ((r.flags & (1u << 19)) && !has_mgid(c, r.dest)) note("mgid", r.dest);
+          if ((r.flags & (1u << 5)) && !c.policers.contains({r.policer, 0})) {
+            note("policer", r.policer);
+          }
+          continue;
+        }
+        const L3Result& r = e.l3res;
+        uint32_t mgid = (r.mcast >> 11) & 0x1FFFF, policer = (r.flags_b >> 17) & 0x3FFF;
+        if ((r.flags_a & (1u << 4)) && !c.nhops.contains(r.nhop)) note("next hop", r.nhop);
+        if ((r.mcast & (1u << 31)) && !has_mgid(c, mgid)) note("mgid", mgid);
+        if ((r.flags_a & (1u << 8)) && !c.policers.contains({policer, 0})) note("policer", policer);
+      }
+    }
+  }
+  return out;
+}
+
 }  // namespace ofa::chipsim

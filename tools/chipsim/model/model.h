@@ -148,5 +148,8 @@ class Model {
 
 // Checks the model's tables against each other; answers one line per inconsistency.
 std::vector<std::string> check_invariants(const Model& m);
+// Warnings, one line each: TCAM results naming a multicast group, next hop or policer that the
+// chip lacks (a group may also stand on a multicast-only chip).
+std::vector<std::string> check_dangling(const Model& m);
 
 }  // namespace ofa::chipsim

@@ -124,6 +124,16 @@ void show_chip(std::string& out, const ChipState& c) {
       }
     }
   }
+  // Multicast groups, next hops and policers, each kind as one aligned table.
+  std::vector<Item> mgids, nhops, policers;
+  for (const auto& [id, g] : c.mgids)
+    mgids.push_back(*mgid_fields(c, id));
+  for (const auto& [id, nh] : c.nhops)
+    nhops.push_back(*nhop_fields(c, id));
+  for (const auto& [key, p] : c.policers)
+    policers.push_back(*policer_fields(c, key.first, key.second));
+  for (const auto* rows : {&mgids, &nhops, &policers})
+    if (!rows->empty()) out += "\n" + fields_table(*rows);
   const std::initializer_list<std::pair<const char*, size_t>> counts = {
       {"next hops", c.nhops.size()},
       {"mgids", c.mgids.size()},

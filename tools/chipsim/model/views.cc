@@ -146,6 +146,58 @@ std::optional<Item> region_fields(const ChipState& c, uint8_t ldev, uint8_t regi
               {"size", std::to_string(it->second.size)}};
 }
 
+namespace {
+
+// A port's id, or the interface index in hex when it names no port.
+std::string port_text(uint32_t ifindex) {
+  return ifindex == 0 || platform::if_type(ifindex) == platform::kIfTypePort
+             ? std::to_string(port_id(ifindex))
+             : hex(ifindex);
+}
+
+template <typename T, typename Fn>
+std::string joined(const std::vector<T>& v, char sep, Fn text) {
+  std::string s;
+  for (const T& x : v)
+    s += (s.empty() ? "" : std::string(1, sep)) + text(x);
+  return s.empty() ? "-" : s;
+}
+
+}  // namespace
+
+std::optional<Item> mgid_fields(const ChipState& c, uint32_t mgid) {
+  auto it = c.mgids.find(mgid);
+  if (it == c.mgids.end()) return std::nullopt;
+  const auto& members = it->second.members;
+  return Item{{"mgid", std::to_string(mgid)},
+              {"members", std::to_string(members.size())},
+              {"iivids", joined(members, ',', [](const auto& m) { return std::to_string(m.iivid); })},
+              {"ports", joined(members, '/',
+                               [](const auto& m) { return joined(m.ports, ',', port_text); })},
+              {"updates", std::to_string(it->second.updates)}};
+}
+
+std::optional<Item> nhop_fields(const ChipState& c, uint32_t nhop) {
+  auto it = c.nhops.find(nhop);
+  if (it == c.nhops.end()) return std::nullopt;
+  const auto& paths = it->second.paths;
+  return Item{{"nhop", std::to_string(nhop)},
+              {"kind", std::to_string(it->second.kind)},
+              {"paths", std::to_string(paths.size())},
+              {"iivids", joined(paths, ',', [](const auto& p) { return std::to_string(p.iivid); })},
+              {"macs", joined(paths, ',', [](const auto& p) { return tools::mac_text(p.mac); })},
+              {"ports", joined(paths, ',', [](const auto& p) { return port_text(p.ifindex); })}};
+}
+
+std::optional<Item> policer_fields(const ChipState& c, uint32_t id, uint32_t instance) {
+  auto it = c.policers.find({id, instance});
+  if (it == c.policers.end()) return std::nullopt;
+  return Item{{"policer", std::to_string(id)},
+              {"instance", std::to_string(instance)},
+              {"rate", std::to_string(it->second.rate)},
+              {"burst", std::to_string(it->second.burst)}};
+}
+
 std::optional<Item> xlate_fields(const Model& m, const ChipState& c, uint32_t scope,
                                  uint32_t iivid) {
   auto it = c.translations.find({scope, iivid});

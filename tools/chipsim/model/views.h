@@ -49,6 +49,14 @@ std::optional<Item> l2_fields(const ChipState& c, uint32_t iivid, const Mac& mac
 // Nothing when the chip has no such region.
 std::optional<Item> region_fields(const ChipState& c, uint8_t ldev, uint8_t region);
 
+// Multicast group fields: mgid, members, iivids (one per member), ports (each member's port ids,
+// members apart by "/"), updates. Next hop fields: nhop, kind, paths, iivids, macs, ports (one
+// per path; a path's interface index that is no port stands in hex). Policer fields: policer,
+// instance, rate, burst. Nothing when the chip lacks the object.
+std::optional<Item> mgid_fields(const ChipState& c, uint32_t mgid);
+std::optional<Item> nhop_fields(const ChipState& c, uint32_t nhop);
+std::optional<Item> policer_fields(const ChipState& c, uint32_t id, uint32_t instance);
+
 // The VLANs the chip's partition names, ascending (the all-VLANs id last).
 std::vector<uint32_t> chip_vlans(const ChipState& c);
 

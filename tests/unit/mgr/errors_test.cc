@@ -102,6 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"end", "'end' without 'pack'"}, BadLine{"chip", "which control command?"},
         BadLine{"expect chip", "expect chip: port ID, vlan ID"},
         BadLine{"expect chip xlate 3", "expect chip xlate: which one?"},
+        BadLine{"expect chip policer 1 rate=1", "'rate=1' is not a number"},
         BadLine{"expect chip xlate port=3 tagged=1", "'port=3' is not a number"},
         BadLine{"expect chip l2 iivid=4010 mac=00:11 absent", "is not a MAC address"},
         BadLine{"expect chip port x pvid=1", "'x' is not a number"},

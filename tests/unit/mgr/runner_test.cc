@@ -216,6 +216,8 @@ TEST_F(Runner, ChipLinesAskTheSimulator) {
           "expect chip vlan 100 rte0=4011 pvid=1 timeout=50ms\n"
           "expect chip port 3 absent\n"
           "expect chip l2 iivid=4010 mac=00:00:00:00:00:01 absent\n"
+          "expect chip mgid 8010 absent\n"
+          "expect chip policer 1 0 absent\n"
           "expect chip vlan 100 absent timeout=50ms\n"
           "expect chip requests=2 errors=0\n"
           "barrier\n"
@@ -229,11 +231,11 @@ TEST_F(Runner, ChipLinesAskTheSimulator) {
   serving.join();
   EXPECT_TRUE(sum.aborted);
   EXPECT_EQ(sum.failed, 3u) << output();
-  EXPECT_EQ(sum.expectations, 9u);
+  EXPECT_EQ(sum.expectations, 11u);
   expect_in(output(),
             {"got:      rte0=4010, no field pvid (vlan=100 rte0=4010 rte1=4010 mgid=- flood=-)",
              "got:      present: vlan=100", "got:      no counter vlan_count",
-             "t.scn:12: the simulator answers: unknown command \"bogus\""});
+             "t.scn:14: the simulator answers: unknown command \"bogus\""});
 }
 
 // The agent's log is read from where it ended when the run began, each match past the last.

@@ -76,7 +76,8 @@ Carries out a scenario: one operation per line, '#' comments, blank lines allowe
   raw 01c00008 00000000     (bytes as they stand)
   sleep 500ms
   chip fault port_vpn -5    (a control command to the chip simulator of the slot)
-  expect chip port 3 pvid=4004 nhop=-   (also vlan ID, xlate PORT IIVID; absent; chip=IFINDEX)
+  expect chip port 3 pvid=4004 nhop=-   (also vlan, mgid, nhop ID; xlate PORT IIVID; region
+                            LDEV REGION; policer ID INSTANCE; absent; chip=IFINDEX)
   expect chip xlate port=5 iivid=4011 vlan=300 tagged=1   (or: absent)
   expect chip l2 iivid=4011 mac=00:00:00:00:00:01 port=5   (exact-match entries; or: absent)
   expect chip requests=0    (simulator counters since the last barrier)

@@ -57,7 +57,8 @@ std::optional<ChipCounters> chip_counters(std::string_view answer) {
 }
 
 std::string query_line(const ExpectChipStep& s) {
-  static constexpr const char* kItem[] = {"port", "vlan", "xlate", "region", "l2", "stats"};
+  static constexpr const char* kItem[] = {"port", "vlan", "xlate",   "region", "l2",
+                                          "mgid", "nhop", "policer", "stats"};
   std::string line = std::string("query ") + kItem[static_cast<int>(s.item)];
   for (const auto& id : s.ids)
     line += " " + id;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 
 #include "common/text.h"
 #include "syntax.h"
@@ -151,24 +152,27 @@ std::vector<std::string> keyed_ids(std::span<const std::string> w) {
   return out;
 }
 
-// expect chip port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION | l2 IIVID MAC
-//   field=value... | absent  [chip=IFINDEX]
+// expect chip port ID | vlan ID|all | mgid ID | nhop ID | xlate PORT IIVID | region LDEV REGION |
+//   l2 IIVID MAC | policer ID INSTANCE  field=value... | absent  [chip=IFINDEX]
 // expect chip COUNTER=N...
 StepResult expect_chip(std::span<const std::string> given) {
   std::vector<std::string> words = keyed_ids(given);
   std::span<const std::string> w(words);
   ExpectChipStep s;
   size_t ids = 0;
+  static const std::map<std::string, std::pair<ChipItem, size_t>> kItems = {
+      {"port", {ChipItem::port, 1}},     {"vlan", {ChipItem::vlan, 1}},
+      {"mgid", {ChipItem::mgid, 1}},     {"nhop", {ChipItem::nhop, 1}},
+      {"xlate", {ChipItem::xlate, 2}},   {"region", {ChipItem::region, 2}},
+      {"l2", {ChipItem::l2, 2}},         {"policer", {ChipItem::policer, 2}}};
   if (w.empty()) {
     return StepResult::fail(
-        "expect chip: port ID, vlan ID, xlate PORT IIVID, region LDEV REGION, l2 IIVID MAC or "
-        "COUNTER=N");
-  } else if (w[0] == "port" || w[0] == "vlan") {
-    s.item = w[0] == "port" ? ChipItem::port : ChipItem::vlan;
-    ids = 1;
-  } else if (w[0] == "xlate" || w[0] == "region" || w[0] == "l2") {
-    s.item = w[0] == "xlate" ? ChipItem::xlate : w[0] == "region" ? ChipItem::region : ChipItem::l2;
-    ids = 2;
+        "expect chip: port ID, vlan ID, mgid ID, nhop ID, xlate PORT IIVID, region LDEV REGION, "
+        "l2 IIVID MAC, policer ID INSTANCE or COUNTER=N");
+  }
+  if (auto it = kItems.find(w[0]); it != kItems.end()) {
+    s.item = it->second.first;
+    ids = it->second.second;
   } else {
     s.item = ChipItem::counters;
   }

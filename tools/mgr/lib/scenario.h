@@ -15,6 +15,7 @@
 //   expect chip port 3 pvid=4004 nhop=- [chip=IFINDEX] [timeout=D]   (or: absent)
 //   expect chip vlan 100 mgid=8010 flood=3,5 | xlate 3 4005 vlan=all tagged=1
 //   expect chip xlate port=3 iivid=4005 tagged=1 | l2 iivid=4011 mac=00:00:00:00:00:01 port=5
+//   expect chip mgid 8100 ports=3,5 | nhop 268435457 kind=1 | policer 1 0 rate=125000
 //   expect chip requests=0                  simulator counters since the last barrier
 //   expect log ~ "enabled openflow port: 3" [timeout=D]   the agent's log file
 #pragma once
@@ -85,12 +86,12 @@ FlowMsg barrier_flow(uint32_t xid);
 struct ChipControlStep {
   std::string command;
 };
-// expect chip port|vlan|xlate|region|l2 ...: one item of the simulator (xlate and l2 name their
+// expect chip port|vlan|xlate|region|l2|mgid|nhop|policer ...: one item of the simulator (xlate and l2 name their
 // key positionally or as port=, iivid= and mac= fields), asked until its fields have the
 // values (as the simulator shows them) or it is absent; expect chip COUNTER=N: a barrier of its
 // own (which moves no base), then the simulator's counters less what they were at the last
 // barrier line.
-enum class ChipItem { port, vlan, xlate, region, l2, counters };
+enum class ChipItem { port, vlan, xlate, region, l2, mgid, nhop, policer, counters };
 struct ExpectChipStep {
   ChipItem item = ChipItem::port;
   std::vector<std::string> ids;  // port; VLAN or "all"; port and IIVID; IIVID and MAC

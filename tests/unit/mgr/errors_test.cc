@@ -219,8 +219,10 @@ TEST(DecodeErrors, MessagesBeforeABadOneAreKept) {
 
 TEST(EncodeErrors, LimitsOfTheMessages) {
   GroupMsg g;
-  g.buckets.resize(65);
-  EXPECT_NE(encode(g).error().find("room for 64"), std::string::npos);
+  g.buckets.resize(65);  // past 64 the message grows
+  EXPECT_EQ(encode(g).value().size(), 4 + 32 + 65 * 16u);
+  g.buckets.resize(4094);
+  EXPECT_NE(encode(g).error().find("room for 4093"), std::string::npos);
   MeterStatsMsg ms;
   ms.records.resize(28);
   EXPECT_NE(encode(ms).error().find("room for 27"), std::string::npos);

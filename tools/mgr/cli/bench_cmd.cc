@@ -1,5 +1,6 @@
-// ofa-mgr bench: a load run of flow adds (and deletes) against a running agent, after an optional
-// setup scenario, with a bare socket round trip measured in the same run for comparison.
+// ofa-mgr bench: a load run of flow adds (and deletes), or of group or meter adds and deletes,
+// against a running agent, after an optional setup scenario, with a bare socket round trip
+// measured in the same run for comparison.
 #include <unistd.h>
 
 #include <cstdio>
@@ -28,7 +29,20 @@ std::optional<std::string> plan_word(BenchPlan& plan, const std::string& word) {
     if (kv.key == "delete") return (plan.remove = true, std::nullopt);
     return "bench: unknown word '" + word + "'";
   }
-  if (kv.key == "flows") return num(plan.flows, 0xffffff);
+  if (kv.key == "flows" || kv.key == "groups" || kv.key == "meters") {
+    plan.kind = kv.key == "flows"    ? BenchKind::flows
+                : kv.key == "groups" ? BenchKind::groups
+                                     : BenchKind::meters;
+    return num(plan.flows, 0xffffff);
+  }
+  if (kv.key == "buckets") return num(plan.buckets, kMaxLongBuckets);
+  if (kv.key == "bands") return num(plan.bands, 0xffffffff);
+  if (kv.key == "type") {
+    for (auto [name, t] : {std::pair{"all", kGroupAll}, {"select", kGroupSelect},
+                           {"indirect", kGroupIndirect}, {"ff", kGroupFf}})
+      if (kv.value == name) return (plan.group_type = t, std::nullopt);
+    return num(plan.group_type, 0xffffffff);
+  }
   if (kv.key == "first-id") return num(plan.first_id, 0xffffffff);
   if (kv.key == "priority") return num(plan.base_priority, 0xffffffff);
   if (kv.key == "window") return num(plan.window, 10000);
@@ -70,7 +84,8 @@ std::string cell(bool has, double v, int width, int decimals) {
 }
 
 void report_text(const std::vector<PhaseResult>& phases, const RoundTrip& rt) {
-  std::printf("%-7s %8s %9s %10s %9s %9s %9s %8s %8s %8s %9s %7s %7s %8s\n", "phase", "flows",
+  std::printf("%-7s %8s %9s %10s %9s %9s %9s %8s %8s %8s %9s %7s %7s %8s\n", "phase",
+              phases.empty() ? "flows" : phases[0].what.c_str(),
               "seconds", "ops/s", "ms/1000", "first1k", "last1k", "p50 ms", "p90 ms", "p99 ms",
               "max ms", "failed", "pseudo", "missing");
   for (const auto& r : phases) {
@@ -108,7 +123,8 @@ std::string fixed(double v) {
 void report_json(const BenchPlan& plan, const std::vector<PhaseResult>& phases,
                  const RoundTrip& rt) {
   tools::JsonWriter j;
-  j.begin_object().field("flows", plan.flows).field("window", plan.window);
+  j.begin_object().field(phases.empty() ? "flows" : phases[0].what, plan.flows);
+  j.field("window", plan.window);
   j.field("keys", plan.keys == KeyMode::shared ? "shared" : "distinct");
   j.key("phases").begin_array();
   for (const auto& r : phases) {

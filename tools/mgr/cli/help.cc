@@ -122,6 +122,11 @@ round trip of 128 bytes, both ends on one CPU (pinned) and not, to compare an ad
   delete             delete the flows again, timed up to the status of a barrier
   round-trips=N      socket round trips of each kind (default 5000, 0: none)
   --json             all figures as one JSON object
+  groups=N           N groups instead of flows: type=all|select|indirect|ff (default all),
+                     buckets=B (default 4; past 64 the message grows); added, then deleted
+  meters=N           N meters instead of flows: bands=1|2 (default 2); added, then deleted
+Groups and meters draw no status: each phase sends its messages back to back and ends with the
+status of a barrier behind them, so it has no latency figures.
 Each flow matches in_port, IPv4 and its own destination 10.x.y.z/32. Options may also be
 written as words (in-port=P). On a terminal a progress line shows the count and rate. Statuses
 missing for --timeout end the phase; they, failures and a failed setup give exit code 1.

@@ -64,11 +64,13 @@ class Phase {
     return finish(start);
   }
 
-  // Deletes draw no status: all go out back to back, then a barrier, whose status says the
-  // agent has handled them. The phase runs from the first send to that status.
-  PhaseResult run_deletes(const std::vector<Op>& ops, std::string* error) {
+  // Operations that draw no status (flow deletes, groups, meters): all go out back to back, then a
+  // barrier, whose status says the agent has handled them. The phase runs from the first send to
+  // that status.
+  PhaseResult run_silent(const std::string& name, const std::vector<Op>& ops,
+                         std::string* error) {
     Op barrier{0, encode(barrier_flow(kBarrierXid)).value()};
-    begin("delete", ops.size());
+    begin(name, ops.size());
     auto start = start_, last_report = start;
     uint32_t sent = 0;
     for (const auto& op : ops) {
@@ -83,7 +85,7 @@ class Phase {
     bool handled = sent == ops.size() && pending_.empty();
     r_.done = handled ? sent : 0;
     r_.missing = r_.total - r_.done;
-    r_.latency_ms.clear();  // the barrier's status is no delete's
+    r_.latency_ms.clear();  // the barrier's status is none of the operations'
     r_.failed = r_.pseudo = 0;
     r_.done_ms.assign(r_.done, ms_between(start, clock::now()));
     return finish(start);
@@ -93,6 +95,9 @@ class Phase {
   void begin(const std::string& name, size_t total) {
     r_ = PhaseResult{};
     r_.name = name;
+    r_.what = plan_.kind == BenchKind::groups   ? "groups"
+              : plan_.kind == BenchKind::meters ? "meters"
+                                                : "flows";
     r_.total = static_cast<uint32_t>(total);
     r_.done_ms.reserve(total);
     r_.latency_ms.reserve(total);
@@ -272,16 +277,65 @@ double percentile(std::vector<double> samples, double p) {
   return samples[std::min(idx, samples.size() - 1)];
 }
 
+GroupMsg bench_group(const BenchPlan& plan, uint32_t i) {
+  GroupMsg g;
+  g.group_id = plan.first_id + i;
+  g.type = plan.group_type;
+  g.mgid = 10000 + i;
+  g.nhopid = 0x10000000 + g.group_id;
+  for (uint32_t b = 0; b < plan.buckets; ++b) {
+    GroupBucket k;
+    k.port_id = b % 2 ? plan.out_port : plan.in_port;
+    k.mac = {0x02, 0, static_cast<uint8_t>(i >> 8), static_cast<uint8_t>(i),
+             static_cast<uint8_t>(b >> 8), static_cast<uint8_t>(b)};
+    g.buckets.push_back(k);
+  }
+  return g;
+}
+
+MeterMsg bench_meter(const BenchPlan& plan, uint32_t i) {
+  MeterMsg m;
+  m.meter_id = plan.first_id + i;
+  m.band_cnt = plan.bands;
+  m.drop_rate = 1000;
+  m.dscp_rate = 500;
+  m.dscp_burst = 300;
+  m.dscp_prec_level = 2;
+  return m;
+}
+
 std::vector<PhaseResult> run_bench(MpEndpoint& ep, const std::string& agent, const BenchPlan& plan,
                                    const BenchProgress& progress, std::string* error) {
+  Phase phase(ep, agent, plan, progress);
+  auto ok = [&] { return !error || error->empty(); };
+  if (plan.kind != BenchKind::flows) {
+    std::vector<Op> adds, dels;
+    for (uint32_t i = 0; i < plan.flows; ++i) {
+      if (plan.kind == BenchKind::groups) {
+        GroupMsg d;
+        d.sub_type = kSubDeleteGroup;
+        d.group_id = plan.first_id + i;
+        adds.push_back({0, encode(bench_group(plan, i)).value()});
+        dels.push_back({0, encode(d).value()});
+      } else {
+        MeterMsg d;
+        d.sub_type = kSubDeleteMeter;
+        d.meter_id = plan.first_id + i;
+        adds.push_back({0, encode(bench_meter(plan, i)).value()});
+        dels.push_back({0, encode(d).value()});
+      }
+    }
+    std::vector<PhaseResult> out{phase.run_silent("add", adds, error)};
+    if (ok()) out.push_back(phase.run_silent("delete", dels, error));
+    return out;
+  }
   auto prio = bench_priorities(plan);
   std::vector<FlowMsg> adds;
   adds.reserve(plan.flows);
   for (uint32_t i = 0; i < plan.flows; ++i)
     adds.push_back(bench_flow(plan, i, prio[i]));
-  Phase phase(ep, agent, plan, progress);
   std::vector<PhaseResult> out{phase.run("add", encoded(adds), error)};
-  if (plan.remove && (!error || error->empty())) {
+  if (plan.remove && ok()) {
     std::vector<FlowMsg> dels;
     dels.reserve(adds.size());
     for (const auto& a : adds) {
@@ -291,7 +345,7 @@ std::vector<PhaseResult> run_bench(MpEndpoint& ep, const std::string& agent, con
       d.xid = a.xid;
       dels.push_back(d);
     }
-    out.push_back(phase.run_deletes(encoded(dels), error));
+    out.push_back(phase.run_silent("delete", encoded(dels), error));
   }
   return out;
 }

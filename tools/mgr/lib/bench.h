@@ -1,7 +1,8 @@
 // Load runs: install N flows with a chosen priority order, keeping a window of operations in
 // flight, and measure operations per second and the latency of each status; delete them again,
 // timed up to the status of a barrier; and measure a bare AF_UNIX SEQPACKET round trip, the cost
-// an add is compared against.
+// an add is compared against. Groups and meters draw no status: their adds, then their deletes,
+// go out back to back, each phase timed up to the status of a barrier behind it.
 #pragma once
 
 #include <functional>
@@ -19,8 +20,11 @@ enum class PriorityOrder { ascending, descending, same, random };
 // shared: every flow has the key its actions give (one chain); distinct: each its flow id.
 enum class KeyMode { shared, distinct };
 
+enum class BenchKind { flows, groups, meters };
+
 struct BenchPlan {
-  uint32_t flows = 1000;
+  BenchKind kind = BenchKind::flows;
+  uint32_t flows = 1000;  // how many flows, groups or meters
   uint32_t first_id = 1;
   PriorityOrder order = PriorityOrder::ascending;
   uint32_t base_priority = 1000;
@@ -34,6 +38,9 @@ struct BenchPlan {
   double timeout = 5.0;         // seconds without any status before the rest counts as missing
   uint32_t seed = 1;            // of the random order
   uint32_t round_trips = 5000;  // bare socket round trips of each kind (0: none)
+  uint32_t group_type = kGroupAll;
+  uint32_t buckets = 4;  // a group's, alternating between in_port and out_port
+  uint32_t bands = 2;    // a meter's
 };
 
 // Priorities of the plan's flows, in the order they are sent.
@@ -41,8 +48,15 @@ std::vector<uint32_t> bench_priorities(const BenchPlan& plan);
 // Flow number i of the plan: its in_port, IPv4 destination 10.x.y.z/32 unique per flow, output.
 FlowMsg bench_flow(const BenchPlan& plan, uint32_t i, uint32_t priority);
 
+// Group number i: id first_id + i, its own mgid (10000 + i) and next hop (0x10000000 + id); bucket
+// b with its own MAC 02:00:ii:ii:bb:bb and no VLAN. Meter number i: id first_id + i, DROP 1000
+// kbps, DSCP-REMARK 500 kbps burst 300 precedence 2.
+GroupMsg bench_group(const BenchPlan& plan, uint32_t i);
+MeterMsg bench_meter(const BenchPlan& plan, uint32_t i);
+
 struct PhaseResult {
   std::string name;  // "add", "delete"
+  std::string what = "flows";
   uint32_t total = 0;
   uint32_t done = 0;  // statuses received (deletes: all, once the barrier's status came)
   uint32_t failed = 0, pseudo = 0, missing = 0;

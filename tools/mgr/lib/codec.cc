@@ -106,14 +106,15 @@ Result<Bytes> body_of(const FlowMsg& m) {
 }
 
 Result<Bytes> body_of(const GroupMsg& m) {
-  if (m.buckets.size() > kMaxBuckets) {
+  if (m.buckets.size() > kMaxLongBuckets) {
     return Result<Bytes>::fail("group " + std::to_string(m.group_id) + ": " +
-                               std::to_string(m.buckets.size()) +
-                               " buckets, the message has room for 64");
+                               std::to_string(m.buckets.size()) + " buckets, a message has room for " +
+                               std::to_string(kMaxLongBuckets));
   }
   GroupMsg head = m;
   if (!m.bucket_count_override) head.bucket_count = static_cast<uint32_t>(m.buckets.size());
-  return fixed_body(kGroupBodySize, [&](Put& p) {
+  size_t size = std::max(kGroupBodySize, layout::kBucketBase + m.buckets.size() * kBucketSize);
+  return fixed_body(size, [&](Put& p) {
     layout::group_head(p, head);
     for (size_t i = 0; i < m.buckets.size(); ++i) {
       layout::bucket(p, m.buckets[i], layout::kBucketBase + i * kBucketSize);

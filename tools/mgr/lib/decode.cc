@@ -125,9 +125,9 @@ Result<Message> read_group(std::span<const uint8_t> body) {
   Get get{r};
   GroupMsg m;
   layout::group_head(get, m);
-  if (m.bucket_count > kMaxBuckets) {
+  if (m.bucket_count > (body.size() - layout::kBucketBase) / kBucketSize) {
     return Result<Message>::fail("group operation: bucket count " + std::to_string(m.bucket_count) +
-                                 " exceeds the 64 the message has room for");
+                                 " runs past the " + std::to_string(body.size()) + " bytes");
   }
   m.buckets.resize(m.bucket_count);
   for (size_t i = 0; i < m.buckets.size(); ++i) {

@@ -139,7 +139,8 @@ struct GroupBucket {
   bool operator==(const GroupBucket&) const = default;
 };
 
-// Type 9: group add (19), modify (20), delete (21). The body has room for 64 buckets.
+// Type 9: group add (19), modify (20), delete (21). The body of 1056 bytes has room for 64 buckets;
+// more make it longer, 16 bytes a bucket.
 struct GroupMsg {
   uint16_t sub_type = kSubAddGroup;
   uint32_t group_id = 0;  // 0xffffffff in a delete: all groups

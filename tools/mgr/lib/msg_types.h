@@ -158,8 +158,10 @@ inline constexpr uint32_t kGroupAll = 0;
 inline constexpr uint32_t kGroupSelect = 1;
 inline constexpr uint32_t kGroupIndirect = 2;
 inline constexpr uint32_t kGroupFf = 3;
-inline constexpr size_t kMaxBuckets = 64;
+inline constexpr size_t kMaxBuckets = 64;  // in a message of kGroupBodySize
 inline constexpr size_t kBucketSize = 16;
+// Past 64 buckets the message grows by 16 bytes a bucket, up to the longest body.
+inline constexpr size_t kMaxLongBuckets = (65535 - 32) / kBucketSize;
 
 // Meter flag bits and band types.
 inline constexpr uint32_t kMeterKbps = 1;

@@ -44,7 +44,9 @@ Err bucket(GroupMsg& g, std::string_view text) {
     }
   }
   if (!port) return "bucket needs output:<port>";
-  if (g.buckets.size() == kMaxBuckets) return "group: more than 64 buckets";
+  if (g.buckets.size() == kMaxLongBuckets) {
+    return "group: more than " + std::to_string(kMaxLongBuckets) + " buckets";
+  }
   g.buckets.push_back(b);
   return std::nullopt;
 }

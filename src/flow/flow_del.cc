@@ -13,9 +13,9 @@
 #include "flow/flow_list.h"
 #include "flow/flow_table.h"
 #include "flow/member_list.h"
+#include "groups_meters/meter.h"
 #include "manager/flow_status.h"
 #include "ports/port_mask.h"
-#include "groups_meters/meter.h"
 
 namespace {
 

@@ -13,8 +13,8 @@
 #include "flow/flow_table.h"
 #include "flow/member_list.h"
 #include "flow/reply.h"
-#include "platform/wire.h"
 #include "groups_meters/meter.h"
+#include "platform/wire.h"
 
 uint8_t generic_modify = 0;
 

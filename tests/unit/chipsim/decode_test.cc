@@ -49,7 +49,8 @@ TEST_P(GoldenDecode, Fields) {
   EXPECT_TRUE(check_invariants(m).empty());
   // A result naming an mgid the chip lacks.
   std::vector<std::string> dangling;
-  if (g.name == "l2flow_upd") dangling = {"chip 2218786816: ldev 10 region 20 handle 257: no mgid 4097"};
+  if (g.name == "l2flow_upd")
+    dangling = {"chip 2218786816: ldev 10 region 20 handle 257: no mgid 4097"};
   EXPECT_EQ(check_dangling(m), dangling);
 }
 

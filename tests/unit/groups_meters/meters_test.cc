@@ -91,8 +91,10 @@ const RateCase kRates[] = {
     {"burst_sent_stays", meter(22, 1, 1, 1000, 500), {125000, 500, 0, 0, 0, 0}, 1},
     {"eight_kbps", meter(22, 1, 1, 8), {1000, 1200, 0, 0, 0, 0}, 1},
     {"rate_zero", meter(22, 1, 1, 0), {0, 0, 0, 0, 0, 0}, 1},
-    {"burst_kept_to_32_bits", meter(22, 1, 1, 0xFFFFFFFF),
-     {536870911875, static_cast<uint32_t>(644245094250), 0, 0, 0, 0}, 1},
+    {"burst_kept_to_32_bits",
+     meter(22, 1, 1, 0xFFFFFFFF),
+     {536870911875, static_cast<uint32_t>(644245094250), 0, 0, 0, 0},
+     1},
     {"two_bands_dscp_committed_drop_excess", two_band(2), {62500, 300, 0, 250000, 0, 2}, 1},
     {"three_bands_as_two", two_band(3), {62500, 300, 0, 250000, 0, 2}, 1},
     {"meter_65537_on_policer_1", meter(22, 65537), {125000, 150000, 0, 0, 0, 0}, 1},
@@ -215,9 +217,9 @@ struct WalkCase {
   uint16_t sub;
   int fail;  // the request the chip refuses
   std::vector<uint32_t> targets;
-  uint16_t policer;      // the meter's policer afterwards
-  uint32_t meters;       // meters held afterwards
-  std::string words;     // printed
+  uint16_t policer;                    // the meter's policer afterwards
+  uint32_t meters;                     // meters held afterwards
+  std::string words;                   // printed
   std::vector<uint32_t> deleted = {};  // policer ids of the deletes
 };
 void PrintTo(const WalkCase& c, std::ostream* os) {
@@ -225,14 +227,30 @@ void PrintTo(const WalkCase& c, std::ostream* os) {
 }
 
 const WalkCase kWalks[] = {
-    {"add_first_chip_refuses", 22, 0, {kChip1}, 4096, 1,
+    {"add_first_chip_refuses",
+     22,
+     0,
+     {kChip1},
+     4096,
+     1,
      "Unable to program flow for chip:1 policer_id:1 rc:-106"},
-    {"add_second_chip_refuses", 22, 1, {kChip1, kChip0}, 1, 1,
+    {"add_second_chip_refuses",
+     22,
+     1,
+     {kChip1, kChip0},
+     1,
+     1,
      "Unable to program flow for chip:0 policer_id:1 rc:-106"},
     {"modify_second_chip_refuses", 23, 1, {kChip1, kChip0}, 1, 1, "METER 1 modify failed"},
     {"delete_hands_4096_on", 24, -1, {kChip1, kChip0}, 0, 0, "", {1, 4096}},
-    {"delete_second_chip_refuses", 24, 1, {kChip1, kChip0}, 4096, 1,
-     "Unable to program flow for chip:0 policer_id:4096 rc:-106", {1, 4096}},
+    {"delete_second_chip_refuses",
+     24,
+     1,
+     {kChip1, kChip0},
+     4096,
+     1,
+     "Unable to program flow for chip:0 policer_id:4096 rc:-106",
+     {1, 4096}},
 };
 
 class MeterWalks : public Meters, public ::testing::WithParamInterface<WalkCase> {};

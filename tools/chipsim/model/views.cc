@@ -169,12 +169,13 @@ std::optional<Item> mgid_fields(const ChipState& c, uint32_t mgid) {
   auto it = c.mgids.find(mgid);
   if (it == c.mgids.end()) return std::nullopt;
   const auto& members = it->second.members;
-  return Item{{"mgid", std::to_string(mgid)},
-              {"members", std::to_string(members.size())},
-              {"iivids", joined(members, ',', [](const auto& m) { return std::to_string(m.iivid); })},
-              {"ports", joined(members, '/',
-                               [](const auto& m) { return joined(m.ports, ',', port_text); })},
-              {"updates", std::to_string(it->second.updates)}};
+  return Item{
+      {"mgid", std::to_string(mgid)},
+      {"members", std::to_string(members.size())},
+      {"iivids", joined(members, ',', [](const auto& m) { return std::to_string(m.iivid); })},
+      {"ports",
+       joined(members, '/', [](const auto& m) { return joined(m.ports, ',', port_text); })},
+      {"updates", std::to_string(it->second.updates)}};
 }
 
 std::optional<Item> nhop_fields(const ChipState& c, uint32_t nhop) {

@@ -38,8 +38,10 @@ std::optional<std::string> plan_word(BenchPlan& plan, const std::string& word) {
   if (kv.key == "buckets") return num(plan.buckets, kMaxLongBuckets);
   if (kv.key == "bands") return num(plan.bands, 0xffffffff);
   if (kv.key == "type") {
-    for (auto [name, t] : {std::pair{"all", kGroupAll}, {"select", kGroupSelect},
-                           {"indirect", kGroupIndirect}, {"ff", kGroupFf}})
+    for (auto [name, t] : {std::pair{"all", kGroupAll},
+                           {"select", kGroupSelect},
+                           {"indirect", kGroupIndirect},
+                           {"ff", kGroupFf}})
       if (kv.value == name) return (plan.group_type = t, std::nullopt);
     return num(plan.group_type, 0xffffffff);
   }
@@ -85,9 +87,9 @@ std::string cell(bool has, double v, int width, int decimals) {
 
 void report_text(const std::vector<PhaseResult>& phases, const RoundTrip& rt) {
   std::printf("%-7s %8s %9s %10s %9s %9s %9s %8s %8s %8s %9s %7s %7s %8s\n", "phase",
-              phases.empty() ? "flows" : phases[0].what.c_str(),
-              "seconds", "ops/s", "ms/1000", "first1k", "last1k", "p50 ms", "p90 ms", "p99 ms",
-              "max ms", "failed", "pseudo", "missing");
+              phases.empty() ? "flows" : phases[0].what.c_str(), "seconds", "ops/s", "ms/1000",
+              "first1k", "last1k", "p50 ms", "p90 ms", "p99 ms", "max ms", "failed", "pseudo",
+              "missing");
   for (const auto& r : phases) {
     bool op = per_op(r);
     std::printf(

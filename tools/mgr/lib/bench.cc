@@ -67,8 +67,7 @@ class Phase {
   // Operations that draw no status (flow deletes, groups, meters): all go out back to back, then a
   // barrier, whose status says the agent has handled them. The phase runs from the first send to
   // that status.
-  PhaseResult run_silent(const std::string& name, const std::vector<Op>& ops,
-                         std::string* error) {
+  PhaseResult run_silent(const std::string& name, const std::vector<Op>& ops, std::string* error) {
     Op barrier{0, encode(barrier_flow(kBarrierXid)).value()};
     begin(name, ops.size());
     auto start = start_, last_report = start;
@@ -286,8 +285,12 @@ GroupMsg bench_group(const BenchPlan& plan, uint32_t i) {
   for (uint32_t b = 0; b < plan.buckets; ++b) {
     GroupBucket k;
     k.port_id = b % 2 ? plan.out_port : plan.in_port;
-    k.mac = {0x02, 0, static_cast<uint8_t>(i >> 8), static_cast<uint8_t>(i),
-             static_cast<uint8_t>(b >> 8), static_cast<uint8_t>(b)};
+    k.mac = {0x02,
+             0,
+             static_cast<uint8_t>(i >> 8),
+             static_cast<uint8_t>(i),
+             static_cast<uint8_t>(b >> 8),
+             static_cast<uint8_t>(b)};
     g.buckets.push_back(k);
   }
   return g;

@@ -107,9 +107,9 @@ Result<Bytes> body_of(const FlowMsg& m) {
 
 Result<Bytes> body_of(const GroupMsg& m) {
   if (m.buckets.size() > kMaxLongBuckets) {
-    return Result<Bytes>::fail("group " + std::to_string(m.group_id) + ": " +
-                               std::to_string(m.buckets.size()) + " buckets, a message has room for " +
-                               std::to_string(kMaxLongBuckets));
+    return Result<Bytes>::fail(
+        "group " + std::to_string(m.group_id) + ": " + std::to_string(m.buckets.size()) +
+        " buckets, a message has room for " + std::to_string(kMaxLongBuckets));
   }
   GroupMsg head = m;
   if (!m.bucket_count_override) head.bucket_count = static_cast<uint32_t>(m.buckets.size());

@@ -161,10 +161,10 @@ StepResult expect_chip(std::span<const std::string> given) {
   ExpectChipStep s;
   size_t ids = 0;
   static const std::map<std::string, std::pair<ChipItem, size_t>> kItems = {
-      {"port", {ChipItem::port, 1}},     {"vlan", {ChipItem::vlan, 1}},
-      {"mgid", {ChipItem::mgid, 1}},     {"nhop", {ChipItem::nhop, 1}},
-      {"xlate", {ChipItem::xlate, 2}},   {"region", {ChipItem::region, 2}},
-      {"l2", {ChipItem::l2, 2}},         {"policer", {ChipItem::policer, 2}}};
+      {"port", {ChipItem::port, 1}},   {"vlan", {ChipItem::vlan, 1}},
+      {"mgid", {ChipItem::mgid, 1}},   {"nhop", {ChipItem::nhop, 1}},
+      {"xlate", {ChipItem::xlate, 2}}, {"region", {ChipItem::region, 2}},
+      {"l2", {ChipItem::l2, 2}},       {"policer", {ChipItem::policer, 2}}};
   if (w.empty()) {
     return StepResult::fail(
         "expect chip: port ID, vlan ID, mgid ID, nhop ID, xlate PORT IIVID, region LDEV REGION, "

@@ -86,9 +86,9 @@ FlowMsg barrier_flow(uint32_t xid);
 struct ChipControlStep {
   std::string command;
 };
-// expect chip port|vlan|xlate|region|l2|mgid|nhop|policer ...: one item of the simulator (xlate and l2 name their
-// key positionally or as port=, iivid= and mac= fields), asked until its fields have the
-// values (as the simulator shows them) or it is absent; expect chip COUNTER=N: a barrier of its
+// expect chip port|vlan|xlate|region|l2|mgid|nhop|policer ...: one item of the simulator (xlate and
+// l2 name their key positionally or as port=, iivid= and mac= fields), asked until its fields have
+// the values (as the simulator shows them) or it is absent; expect chip COUNTER=N: a barrier of its
 // own (which moves no base), then the simulator's counters less what they were at the last
 // barrier line.
 enum class ChipItem { port, vlan, xlate, region, l2, mgid, nhop, policer, counters };

@@ -25,12 +25,16 @@ meter_node* find(uint32_t id) {
   return g_mbase ? static_cast<meter_node*>(dce_avl_find(&g_mbase->tree, &id)) : nullptr;
 }
 
-void free_meter(meter_node* m) {
-  for (meter_band_node* b = m->band_list; b;) {
+void free_bands(meter_band_node* b) {
+  while (b) {
     meter_band_node* next = b->next;
     generic_free_mem_to_pool(&g_band_pool, b);
     b = next;
   }
+}
+
+void free_meter(meter_node* m) {
+  free_bands(m->band_list);
   generic_free_mem_to_pool(&g_meter_pool, m);
 }
 
@@ -73,11 +77,7 @@ meter_band_node* build_bands(const meter_msg& m) {
     if (!b) {
       file_printf("ERROR: %s, band_node is NULL, Memory allocation failed \n",
                   "openflow_build_meter_band");
-      while (head) {
-        meter_band_node* next = head->next;
-        generic_free_mem_to_pool(&g_band_pool, head);
-        head = next;
-      }
+      free_bands(head);
       return nullptr;
     }
     file_printf("OPENFLOW METER: Building Meter Band %d for Meter :%d \n", i, m.meter_id);
@@ -116,6 +116,17 @@ void free_all() {
 }
 
 const ofa_reset_hook reset_hook{6, free_all};
+
+// A pool of 200 elements growing by 200 up to 3960; on failure nothing stays allocated.
+bool make_pool(generic_pool* pool, uint32_t element_size, const char* failed) {
+  if (!init_generic_pool(pool, OF_METER_POOL_INITIAL, element_size, OF_METER_POOL_FLAGS)) {
+    file_printf("%s", failed);
+    free_all();
+    return false;
+  }
+  set_generic_pool_upper_limit(pool, OF_METER_POOL_LIMIT);
+  return true;
+}
 
 uint32_t policer_of_meter(uint32_t flat_chip_id, uint32_t meter_id) {
   return of_dpx_retrieve_policerid_from_meterid(ofLookupChip(flat_chip_id), meter_id);
@@ -162,21 +173,11 @@ int lp_openflow_clear_meter_stats_all() {
 
 int openflow_lp_meter_init() {
   if (g_mbase) return 1;
-  if (!init_generic_pool(&g_meter_pool, OF_METER_POOL_INITIAL, sizeof(meter_node),
-                         OF_METER_POOL_FLAGS)) {
-    file_printf("ERROR: Meter Pool initialisation failed\n");
-    free_all();
-    return 0;
-  }
-  set_generic_pool_upper_limit(&g_meter_pool, OF_METER_POOL_LIMIT);
-  if (!init_generic_pool(&g_band_pool, OF_METER_POOL_INITIAL, sizeof(meter_band_node),
-                         OF_METER_POOL_FLAGS)) {
-    file_printf("ERROR: Meter Band Pool initialisation failed\n");
-    free_all();
-    return 0;
-  }
   // The band pool's limit is the meter pool's: 1980 two-band meters exhaust it.
-  set_generic_pool_upper_limit(&g_band_pool, OF_METER_POOL_LIMIT);
+  if (!make_pool(&g_meter_pool, sizeof(meter_node), "ERROR: Meter Pool initialisation failed\n") ||
+      !make_pool(&g_band_pool, sizeof(meter_band_node),
+                 "ERROR: Meter Band Pool initialisation failed\n"))
+    return 0;
   file_printf("Meter Band Pool initialisation done\n");
   g_mbase = new (std::nothrow) meter_base{};
   if (!g_mbase) {

@@ -1,10 +1,10 @@
-// Flow and group operations through the manager walk and dispatch, on an LP with OpenFlow ports:
-// L2 port 3 on flat chip 0, L3 port 30 on flat chip 1, output port 5, and port 100 of another
-// slot. Byte 0 of the input says which of the next eight chip requests the fake HSL refuses (bit
-// i: every request whose index is i modulo 8); the rest is a datagram. After each input the flow
-// engine's tables must agree with each other and every group and bucket taken from the pools must
-// be held by a group of the base; every 64 inputs DELETE_FLOWS must leave no flow, record, chain
-// or member list behind.
+// Flow, group and meter operations through the manager walk and dispatch, on an LP with OpenFlow
+// ports: L2 port 3 on flat chip 0, L3 port 30 on flat chip 1, output port 5, and port 100 of
+// another slot. Byte 0 of the input says which of the next eight chip requests the fake HSL
+// refuses (bit i: every request whose index is i modulo 8); the rest is a datagram. After each
+// input the flow engine's tables must agree with each other and every group, bucket, meter and
+// band taken from the pools must be held by a group or meter of the base; every 64 inputs
+// DELETE_FLOWS must leave no flow, record, chain or member list behind.
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -25,6 +25,7 @@
 #include "foundation/generic_pool.h"
 #include "groups_meters/group_db.h"
 #include "groups_meters/l2fwd_table.h"
+#include "groups_meters/meter.h"
 #include "manager/dispatch/dispatch.h"
 #include "manager/msg_catalogue.h"
 #include "platform/ifindex.h"
@@ -67,6 +68,16 @@ bool group_pools_exact() {
          generic_get_pool_allocated_number(of_lp_bucket_pool()) == buckets;
 }
 
+// Likewise every meter and band.
+bool meter_pools_exact() {
+  uint32_t bands = 0;
+  for (meter_node* m = of_lp_meter_get_first_meter_node(); m;
+       m = of_lp_meter_get_next_meter_node_key(m->meter_id))
+    bands += m->band_cnt;
+  return of_lp_meter_pool_in_use() == of_lp_meter_get_meter_count() &&
+         of_lp_meter_band_pool_in_use() == bands;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -74,6 +85,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   check(openflow_lp_init_tcam_id_pool() == 1);
   check(openflow_flow_db_init() == 1);
   check(openflow_lp_group_init() == 1 && of_init_ivid_mac_table() == 0);
+  check(openflow_lp_meter_init() == 1);
   g_openflow_lp.mode = OFA_MODE_GENERIC;
   chip_up(0);
   chip_up(1);
@@ -100,7 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (const auto& l : lines)
     std::fprintf(stderr, "%s\n", l.c_str());
   check(lines.empty());
-  check(group_pools_exact());
+  check(group_pools_exact() && meter_pools_exact());
   if (++inputs % 64 == 0) {
     g_faults = 0;
     openflow_delete_all_flows();

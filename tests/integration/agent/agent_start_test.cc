@@ -73,7 +73,7 @@ TEST_F(AgentStart, Cold) {
   EXPECT_EQ(settled_requests(), 10u);
   EXPECT_EQ(request_log(),
             lines(read_file(std::string(OFA_CHIP_FIXTURES) + "/cold_start_ard.jsonl")));
-  EXPECT_EQ(ctl("check"), "{\"ok\":true,\"consistent\":true,\"problems\":[]}");
+  EXPECT_EQ(ctl("check"), "{\"ok\":true,\"consistent\":true,\"problems\":[],\"dangling\":[]}");
   EXPECT_FALSE(recv_within(mgr_, 50).has_value());  // one registration only
 
   // The worker thread answers on the IPC end point.

@@ -340,7 +340,7 @@ TEST(BenchPercentile, NearestRank) {
 }
 
 // Answers each flow operation but deletes with status 1 and its xid, except those whose id is in
-// `drop`.
+// `drop`; counts every message it could decode.
 class StandInAgent {
  public:
   explicit StandInAgent(std::set<uint32_t> drop) : drop_(std::move(drop)) {
@@ -359,9 +359,11 @@ class StandInAgent {
       auto dg = ep_->receive(0.05);
       if (!dg) continue;
       for (auto& d : decode_datagram(*dg)) {
-        const auto& f = std::get<FlowMsg>(std::get<Message>(d));
-        ++received_;
-        if (drop_.contains(f.flow_id) || f.sub_type == kSubDeleteFlow) continue;
+        const auto* m = std::get_if<Message>(&d);
+        received_ += m != nullptr;
+        const auto* fp = m ? std::get_if<FlowMsg>(m) : nullptr;
+        if (!fp || drop_.contains(fp->flow_id) || fp->sub_type == kSubDeleteFlow) continue;
+        const FlowMsg& f = *fp;
         StatusMsg s;
         s.flow_id = f.flow_id;
         s.xid = f.xid;
@@ -400,6 +402,26 @@ TEST_F(Runner, BenchAddAndDeleteEveryFlowWithAWindow) {
   EXPECT_EQ(r[0].latency_ms.size(), 200u);
   EXPECT_EQ(r[1].name, "delete");  // no status each: the barrier's ends it
   EXPECT_EQ(agent.received(), 401u);
+}
+
+// Groups (of more than 64 buckets: longer messages) and meters: adds, then deletes, each phase
+// ended by the status of its barrier.
+TEST_F(Runner, BenchGroupsAndMetersInTwoPhasesEndedByBarriers) {
+  agent_.reset();
+  StandInAgent agent({});
+  for (BenchKind kind : {BenchKind::groups, BenchKind::meters}) {
+    BenchPlan plan;
+    plan.kind = kind;
+    plan.flows = 20;
+    plan.buckets = 70;
+    plan.timeout = 2;
+    std::string error;
+    auto r = run_bench(*mp_, agent_path(1), plan, nullptr, &error);
+    EXPECT_EQ(error, "");
+    ASSERT_EQ(r.size(), 2u);
+    EXPECT_EQ((std::vector<uint32_t>{r[0].done, r[1].done}), (std::vector<uint32_t>{20, 20}));
+  }
+  EXPECT_EQ(agent.received(), 4 * 21u);
 }
 
 TEST_F(Runner, BenchMissingStatusesEndThePhaseAfterTheTimeout) {

@@ -4,10 +4,12 @@
 # with one; flow regions of 49999). For each size given, ofa-mgr installs that many flows on port
 # 3 and deletes them again, and prints its figures with a bare socket round trip measured in the
 # same run. Flows past the 49999th go to port 49, a port of slot 2: database only on this LP.
+# A run of groups=N or meters=N adds that many groups or meters, then deletes them (with ofa-mgr's
+# settings for them: "groups=1000 type=select buckets=8", "meters=1000 bands=2").
 #
 #   scripts/bench-flows.sh [--order ascending|descending|random] [--window N]
-#                          [--keys shared|distinct] [--json] SIZE...
-#   scripts/bench-flows.sh 1000 10000 49999 200000
+#                          [--keys shared|distinct] [--json] SIZE|"groups=N ..."|"meters=N ..."...
+#   scripts/bench-flows.sh 1000 10000 49999 200000 "groups=1000 buckets=4" "meters=1000"
 #
 # OFA_BENCH_CHIP chooses the chip: `chipsim` (default), ofa-chipsim over its socket; `in-process`,
 # the agent built with the chip model behind its ioctl hook (bin/openflowAgtd-model), whose chips
@@ -19,10 +21,10 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 usage() {
-  sed -n '9,10p' "$0" >&2
+  sed -n '10,11p' "$0" >&2
   exit 2
 }
-order=ascending window=1 keys=shared json=() sizes=()
+order=ascending window=1 keys=shared json=() sizes=() others=()
 while [ $# -gt 0 ]; do
   case "$1" in
     --order) order=${2:?}; shift 2 ;;
@@ -31,10 +33,11 @@ while [ $# -gt 0 ]; do
     --json) json=(--json); shift ;;
     -h | --help) usage ;;
     [0-9]*) sizes+=("$1"); shift ;;
+    groups=* | meters=*) others+=("$1"); shift ;;
     *) echo "bench-flows: unknown argument '$1'" >&2; usage ;;
   esac
 done
-[ ${#sizes[@]} -gt 0 ] || usage
+[ $((${#sizes[@]} + ${#others[@]})) -gt 0 ] || usage
 chip=${OFA_BENCH_CHIP:-chipsim}
 pin=()
 [ "${OFA_BENCH_PIN:-0}" = 1 ] && pin=(taskset -c 0)
@@ -120,6 +123,13 @@ for n in "${sizes[@]}"; do
     "$n" "$order" "$window" "$keys" "$chip"
   "${pin[@]}" "$bin_mgr" bench "${setup[@]}" "${json[@]}" --timeout 10 flows="$n" order="$order" \
     window="$window" --keys "$keys" "${remote[@]}" delete 2>>"$run/bench.err" || rc=$?
+  setup=()
+done
+for run_words in "${others[@]}"; do
+  read -ra words <<<"$run_words"
+  [ ${#json[@]} -gt 0 ] || printf '\n== %s (chip: %s)\n' "$run_words" "$chip"
+  "${pin[@]}" "$bin_mgr" bench "${setup[@]}" "${json[@]}" --timeout 10 "${words[@]}" \
+    2>>"$run/bench.err" || rc=$?
   setup=()
 done
 [ "$rc" -eq 0 ] || echo "bench-flows: some operations failed or went missing (exit $rc); logs in $run" >&2

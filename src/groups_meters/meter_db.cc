@@ -107,6 +107,20 @@ meter_node* copy_meter(const meter_msg& m) {
   return n;
 }
 
+// The message's meter in the base with its adjusted values; null, printed, when a pool runs dry.
+meter_node* copy_and_insert(const meter_msg& m, const char* caller) {
+  meter_node* n = copy_meter(m);
+  if (!n) {
+    file_printf("ERROR: %s, meter_node is NULL \n", caller);
+    return nullptr;
+  }
+  meter_config config;
+  openflow_build_meter_config(&config, m);
+  insert(n);
+  n->config = config;
+  return n;
+}
+
 // The pools and the base, with no word to the chips.
 void free_all() {
   delete g_mbase;
@@ -203,15 +217,8 @@ int lp_openflow_generic_add_meter(const meter_msg& m) {
     file_printf("OPENFLOW METER: METER NODE with Meter id:%d already exist \n", m.meter_id);
     return 0;
   }
-  meter_node* n = copy_meter(m);
-  if (!n) {
-    file_printf("ERROR: %s, meter_node is NULL \n", __func__);
-    return 0;
-  }
-  meter_config config;
-  openflow_build_meter_config(&config, m);
-  insert(n);
-  n->config = config;
+  meter_node* n = copy_and_insert(m, __func__);
+  if (!n) return 0;
   openflow_dpx_init_meter_rl(n);
   if (!openflow_lp_dpx_create_meter(n, &n->config)) {
     file_printf("OPENFLOW METER: METER %d creation failed in hardware \n", m.meter_id);
@@ -233,17 +240,10 @@ int lp_openflow_generic_modify_meter(const meter_msg& m) {
   unlink(old);
   free_meter(old);
   file_printf("OPENFLOW METER: OLD Meter info for Meter %d is removed from DB \n", m.meter_id);
-  meter_node* n = copy_meter(m);
-  if (!n) {
-    file_printf("ERROR: %s, meter_node is NULL \n", __func__);
-    return 0;
-  }
-  meter_config config;
-  openflow_build_meter_config(&config, m);
+  meter_node* n = copy_and_insert(m, __func__);
+  if (!n) return 0;
   n->policer_id = policer_id;
   n->carried_half = carried_half;
-  insert(n);
-  n->config = config;
   if (!openflow_lp_dpx_modify_meter(n, &n->config)) {
     file_printf("OPENFLOW METER: METER %d modify failed in hardware \n", m.meter_id);
     return 0;

@@ -9,6 +9,7 @@
 #include "agent/thread.h"
 #include "agent/trace.h"
 #include "agent/trace_ids.h"
+#include "debug/debug_handler.h"
 #include "debug/sched_show.h"
 #include "platform/qcf.h"
 
@@ -21,11 +22,42 @@ int ofa_sched_handler(std::span<const uint8_t> /*msg*/, std::string* reply) {
   return OFA_OK;
 }
 
+// The request's text, behind the code.
+std::string request_text(std::span<const uint8_t> msg) {
+  return msg.size() > 4 ? std::string(msg.begin() + 4, msg.end()) : std::string();
+}
+
+std::string debug_word() {
+  char text[32];
+  std::snprintf(text, sizeof text, "debugOpenflow 0x%08x", debugOpenflow);
+  return text;
+}
+
+int ofa_show_handler(std::span<const uint8_t> msg, std::string* reply) {
+  return ofa_debug_handler(request_text(msg).c_str(), reply);
+}
+
+int ofa_debug_text_handler(std::span<const uint8_t> msg, std::string* reply) {
+  openflow_ofa_debug_handler(request_text(msg).c_str());
+  *reply = debug_word();
+  return OFA_OK;
+}
+
+// The connection follows the debug channel; its first answer is the debug word, so that the
+// client sees whether bit 17 is on.
+int ofa_follow_handler(std::span<const uint8_t> /*msg*/, std::string* reply) {
+  *reply = debug_word();
+  return QCF_FOLLOW;
+}
+
 // The answer of each request code.
 constexpr struct {
   uint32_t code;
   qcf_msg_handler_fn fn;
 } kHandlers[] = {
+    {OFA_QCF_SHOW, ofa_show_handler},
+    {OFA_QCF_DEBUG_TEXT, ofa_debug_text_handler},
+    {OFA_QCF_FOLLOW, ofa_follow_handler},
     {OFA_QCF_SCHED, ofa_sched_handler},
 };
 
@@ -55,6 +87,7 @@ int ofa_qcf_init(int argc, char** argv) {
   }
   for (const auto& h : kHandlers)
     add_client_message_handler(h.code, h.fn);
+  ofa_trace_set_debug_channel(qcf_client_publish);
   int rc = qcf_initialize_client(name);
   if (rc == 0) {
     file_printf("OF agent successfully initialized as lumen client");
@@ -65,5 +98,6 @@ int ofa_qcf_init(int argc, char** argv) {
 }
 
 void ofa_qcf_exit() {
+  ofa_trace_set_debug_channel(nullptr);
   qcf_client_shutdown();
 }

@@ -1,9 +1,10 @@
 // The agent's side of the configuration manager's client: the client is set up at start, and each
 // request code has its answer, run on the main loop.
 //
-// Codes: 16003 the scheduler's per-callback accounting (ofa_show_sched). 16000 (show requests),
-// 16001 (debug text) and 16002 (following the debug channel) are answered as unknown codes until
-// their handlers join the table in qcf_client.cc.
+// Codes: 16000 a show request (ofa_debug_handler); 16001 a debug text
+// (openflow_ofa_debug_handler), answered "debugOpenflow 0x%08x"; 16002 makes the connection a
+// follower of the debug channel (bit 17 of debugOpenflow), answered with the same debug word and
+// then a frame per text; 16003 the scheduler's per-callback accounting (ofa_show_sched).
 #pragma once
 
 #include <cstdint>

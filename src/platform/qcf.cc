@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <deque>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -22,6 +23,7 @@ namespace {
 
 constexpr uint32_t kFaultToken = 0xffffffff;  // client -> main: fault texts are waiting
 constexpr uint32_t kStopToken = 0xfffffffe;   // main -> client: end the thread
+constexpr uint32_t kPushToken = 0xfffffffd;   // main -> client: followers' texts are waiting
 constexpr size_t kMaxHandlers = 8;
 constexpr size_t kMaxFaults = 64;  // fault texts waiting for the main thread; more are dropped
 constexpr size_t kHeader = 4;      // the length field
@@ -39,6 +41,11 @@ struct Shared {
   std::array<std::string, QCF_MAX_CLIENTS> reply;
   std::vector<std::string> faults;
   bool fault_posted = false;
+  // Followers of the debug channel: the texts each has still to be sent, and how many it lost.
+  std::array<bool, QCF_MAX_CLIENTS> follower{};
+  std::array<std::deque<std::string>, QCF_MAX_CLIENTS> lines;
+  std::array<uint32_t, QCF_MAX_CLIENTS> lost{};
+  bool push_posted = false;
 };
 
 std::mutex g_mu;
@@ -71,8 +78,9 @@ struct Conn {
   std::vector<uint8_t> in;   // the frame being read, never more than one
   std::vector<uint8_t> out;  // the reply frame being written
   size_t out_at = 0;
-  uint32_t code = 0;  // of the request with the main thread
-  bool busy = false;  // a request of this client is with the main thread
+  uint32_t code = 0;    // of the request with the main thread
+  bool busy = false;    // a request of this client is with the main thread
+  bool follow = false;  // a follower of the debug channel: it is sent texts, it sends nothing
 };
 
 void fault(std::string text) {
@@ -90,7 +98,14 @@ std::string client_text(size_t k, const char* what) {
   return "debug client " + std::to_string(k) + ": " + what;
 }
 
-void close_conn(Conn& c) {
+void close_conn(Conn& c, size_t k) {
+  if (c.follow) {
+    std::lock_guard<std::mutex> lock(g_mu);
+    g_shared.follower[k] = false;
+    g_shared.lines[k].clear();
+    g_shared.lost[k] = 0;
+  }
+  c.follow = false;
   if (c.fd >= 0) ::close(c.fd);
   c.fd = -1;
   c.in.clear();
@@ -114,14 +129,14 @@ bool take_frame(Conn& c, size_t k) {
     fault(client_text(k, ("frame length " + std::to_string(len) +
                           (len < kCode ? " holds no code" : " over 4096") + ": connection closed")
                              .c_str()));
-    close_conn(c);
+    close_conn(c, k);
     return false;
   }
   if (c.in.size() < kHeader + len) return true;
   uint32_t code = r.u32();
   if (!handler_of(code)) {
     fault(client_text(k, ("unknown code " + std::to_string(code) + ": connection closed").c_str()));
-    close_conn(c);
+    close_conn(c, k);
     return false;
   }
   {
@@ -134,13 +149,24 @@ bool take_frame(Conn& c, size_t k) {
   if (!g_post || g_post(static_cast<uint32_t>(k)) != 0) {
     c.busy = false;
     fault(client_text(k, "request could not be posted: connection closed"));
-    close_conn(c);
+    close_conn(c, k);
     return false;
   }
   return true;
 }
 
+// A follower's further bytes are read and dropped; its close ends the following.
+void read_follower(Conn& c, size_t k) {
+  uint8_t b[256];
+  ssize_t n = ::recv(c.fd, b, sizeof b, MSG_DONTWAIT);
+  if (n == 0 || (n < 0 && errno != EAGAIN && errno != EINTR)) close_conn(c, k);
+}
+
 void read_conn(Conn& c, size_t k) {
+  if (c.follow) {
+    read_follower(c, k);
+    return;
+  }
   size_t want = missing(c);
   size_t had = c.in.size();
   c.in.resize(had + want);
@@ -154,7 +180,7 @@ void read_conn(Conn& c, size_t k) {
           k, ("frame cut after " + std::to_string(c.in.size()) + " bytes: connection closed")
                  .c_str()));
     }
-    close_conn(c);
+    close_conn(c, k);
   }
 }
 
@@ -164,7 +190,7 @@ void write_conn(Conn& c, size_t k) {
   if (n < 0 && (errno == EAGAIN || errno == EINTR)) return;
   if (n < 0) {
     fault(client_text(k, "gone before its answer"));
-    close_conn(c);
+    close_conn(c, k);
     return;
   }
   c.out_at += static_cast<size_t>(n);
@@ -172,6 +198,37 @@ void write_conn(Conn& c, size_t k) {
     c.out.clear();
     c.out_at = 0;
   }
+}
+
+void feed_follower(Conn& c, size_t k);
+
+void put_frame(Conn& c, uint32_t code, const std::string& text) {
+  c.out.resize(kHeader + kCode + text.size());
+  ofa::wire::Writer(c.out)
+      .u32(static_cast<uint32_t>(kCode + text.size()))
+      .u32(code)
+      .text(text, text.size());
+  c.out_at = 0;
+}
+
+// A follower with nothing being written takes its next text: first how many it lost, if any.
+void feed_follower(Conn& c, size_t k) {
+  if (!c.follow || c.fd < 0 || !c.out.empty()) return;
+  std::string text;
+  {
+    std::lock_guard<std::mutex> lock(g_mu);
+    if (g_shared.lost[k]) {
+      text = "debug channel: " + std::to_string(g_shared.lost[k]) + " lines lost";
+      g_shared.lost[k] = 0;
+    } else if (!g_shared.lines[k].empty()) {
+      text = std::move(g_shared.lines[k].front());
+      g_shared.lines[k].pop_front();
+    } else {
+      return;
+    }
+  }
+  put_frame(c, c.code, text);
+  write_conn(c, k);
 }
 
 void answer(std::array<Conn, QCF_MAX_CLIENTS>& conns, uint32_t k) {
@@ -182,15 +239,14 @@ void answer(std::array<Conn, QCF_MAX_CLIENTS>& conns, uint32_t k) {
     std::lock_guard<std::mutex> lock(g_mu);
     text = std::move(g_shared.reply[k]);
     g_shared.reply[k].clear();
+    c.follow = g_shared.follower[k];
   }
   c.busy = false;
-  if (c.fd < 0) return;
-  c.out.resize(kHeader + kCode + text.size());
-  ofa::wire::Writer(c.out)
-      .u32(static_cast<uint32_t>(kCode + text.size()))
-      .u32(c.code)
-      .text(text, text.size());
-  c.out_at = 0;
+  if (c.fd < 0) {
+    close_conn(c, k);
+    return;
+  }
+  put_frame(c, c.code, text);
   write_conn(c, k);
 }
 
@@ -229,7 +285,9 @@ void serve() {
     for (size_t k = 0; k < conns.size(); ++k) {
       const Conn& c = conns[k];
       if (c.fd < 0 || (c.busy && c.out.empty())) continue;  // a request waits for the main thread
-      p.push_back({c.fd, static_cast<short>(c.out.empty() ? POLLIN : POLLOUT), 0});
+      short events = c.out.empty() ? POLLIN : POLLOUT;
+      if (c.follow) events |= POLLIN;
+      p.push_back({c.fd, events, 0});
       owner.push_back(k);
     }
     if (::poll(p.data(), p.size(), rest ? kAcceptRestMs : -1) < 0) {
@@ -239,10 +297,14 @@ void serve() {
     for (size_t i = 2; i < p.size(); ++i) {
       Conn& c = conns[owner[i - 2]];
       if (!p[i].revents || c.fd != p[i].fd) continue;
+      size_t k = owner[i - 2];
+      if (c.follow && (p[i].revents & (POLLIN | POLLHUP | POLLERR))) read_conn(c, k);
+      if (c.fd < 0) continue;
       if (!c.out.empty()) {
-        write_conn(c, owner[i - 2]);
-      } else {
-        read_conn(c, owner[i - 2]);
+        write_conn(c, k);
+        feed_follower(c, k);
+      } else if (!c.follow) {
+        read_conn(c, k);
       }
     }
     bool stop = false;
@@ -250,13 +312,22 @@ void serve() {
     while (p[1].revents && !stop && ::recv(g_chan[1], b, sizeof b, MSG_DONTWAIT) == sizeof b) {
       uint32_t token = ofa::wire::Reader(b, sizeof b).u32();
       stop = token == kStopToken;
-      if (!stop) answer(conns, token);
+      if (token == kPushToken) {
+        {
+          std::lock_guard<std::mutex> lock(g_mu);
+          g_shared.push_posted = false;
+        }
+        for (size_t k = 0; k < conns.size(); ++k)
+          feed_follower(conns[k], k);
+      } else if (!stop) {
+        answer(conns, token);
+      }
     }
     if (stop) break;
     rest = (p[0].revents & POLLIN) && !accept_client(conns);
   }
-  for (Conn& c : conns)
-    close_conn(c);
+  for (size_t k = 0; k < conns.size(); ++k)
+    close_conn(conns[k], k);
 }
 
 // Binds and listens on `path`; a socket left by a process that is gone is replaced, one held by a
@@ -355,13 +426,33 @@ void dce_qcf_client_process(int fd) {
       msg.swap(g_shared.request[token]);
     }
     std::string reply;
-    if (qcf_msg_handler_fn fn = handler_of(ofa::wire::Reader(msg).u32())) fn(msg, &reply);
+    int rc = 0;
+    if (qcf_msg_handler_fn fn = handler_of(ofa::wire::Reader(msg).u32())) rc = fn(msg, &reply);
     {
       std::lock_guard<std::mutex> lock(g_mu);
       g_shared.reply[token] = std::move(reply);
+      g_shared.follower[token] = rc == QCF_FOLLOW;
     }
     send_token(fd, token);
   }
+}
+
+void qcf_client_publish(const char* text) {
+  bool post = false;
+  {
+    std::lock_guard<std::mutex> lock(g_mu);
+    for (size_t k = 0; k < QCF_MAX_CLIENTS; ++k) {
+      if (!g_shared.follower[k]) continue;
+      if (g_shared.lines[k].size() < QCF_FOLLOW_QUEUE) {
+        g_shared.lines[k].emplace_back(text);
+      } else {
+        g_shared.lost[k]++;
+      }
+      post = !g_shared.push_posted;
+    }
+    if (post) g_shared.push_posted = true;
+  }
+  if (post && g_chan[0] >= 0) send_token(g_chan[0], kPushToken);
 }
 
 int qcf_initialize_client(const char* name) {

@@ -11,6 +11,12 @@
 // A length over 4096 or under 4 (no room for the code), a code without a handler, a frame cut by
 // the client's close: that connection is closed and the main thread is told why (the fault
 // function); other connections go on. At most 16 clients at once: a 17th is closed at once.
+//
+// A handler that answers QCF_FOLLOW makes its connection a follower after the reply: from then on
+// each text of qcf_client_publish goes to it as a frame of the request's code. Publishing never
+// blocks: a follower holds at most QCF_FOLLOW_QUEUE texts not yet sent, drops those past it, and
+// is then told "debug channel: <n> lines lost" before its next text. A follower's further bytes are
+// dropped; its close ends the following.
 #pragma once
 
 #include <cstddef>
@@ -20,6 +26,8 @@
 
 inline constexpr uint32_t QCF_FRAME_MAX = 4096;  // most bytes after the length field
 inline constexpr uint32_t QCF_MAX_CLIENTS = 16;
+inline constexpr uint32_t QCF_FOLLOW_QUEUE = 1024;
+inline constexpr int QCF_FOLLOW = 1;  // a handler's answer: the connection follows
 
 // Runs on the main thread: `msg` is the code and the text (the text starts 4 bytes in); the reply
 // text goes into *reply.
@@ -45,6 +53,8 @@ int dce_qcf_client_post_msg(uint32_t token);
 // Main thread: serves what the client thread has posted (requests, faults); never blocks.
 void dce_qcf_client_process(int fd);
 
+// Any thread: `text` to every follower, without blocking.
+void qcf_client_publish(const char* text);
 // Binds qcf/<name> and starts the client thread. 0; -1 without a comm channel, or when a live
 // process holds the socket or it cannot be made.
 int qcf_initialize_client(const char* name);

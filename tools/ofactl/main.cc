@@ -1,14 +1,19 @@
 // ofactl: asks a running openflowAgtd what it holds, through its debug client socket, and prints
-// the answer as it comes (or, with --json, as objects).
+// the answer as it comes (or, with --json, as objects); turns and follows its debug output.
+#include <chrono>
 #include <cstdio>
+#include <optional>
 #include <span>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "client.h"
 #include "common/options.h"
 #include "platform/platform_file.h"
 #include "platform/run_dir.h"
+#include "requests.h"
+#include "show_json.h"
 #include "table.h"
 
 namespace {
@@ -19,55 +24,95 @@ constexpr int kOk = 0;
 constexpr int kFailed = 1;  // no agent, no answer in time, an answer that cannot be read
 constexpr int kUsage = 2;
 
-constexpr const char* kHelp =
-    "usage: ofactl [--run-dir D] [--platform F] [--slot N] [--timeout T] [--json] REQUEST...\n"
-    "\n"
-    "Asks the openflowAgtd of one slot what it holds, through its debug client socket\n"
-    "<run dir>/qcf/ofagt_p<slot>, and prints the answer as it comes.\n"
-    "\n"
-    "Requests:\n"
-    "  help    this text\n"
-    "  sched   the scheduler's accounting: for each callback the calls, the total and the\n"
-    "          longest run time in microseconds, heaviest first; last, the loop's passes (from\n"
-    "          a wake-up to the next wait: the longest time the agent did not look at its\n"
-    "          sockets)\n"
-    "\n"
-    "Options:\n"
-    "  --run-dir D    run directory of the sockets (default $OFA_RUN_DIR or /tmp/ofa)\n"
-    "  --platform F   platform file, for this LP's slot (default $OFA_PLATFORM or the embedded\n"
-    "                 switch)\n"
-    "  --slot N       the agent's slot (default: the platform's)\n"
-    "  --timeout T    how long to wait for the answer (default 5s; 2, 1.5s, 500ms)\n"
-    "  --json         the answer as JSON lines, one object per row\n"
-    "\n"
-    "Exit: 0 answered, 1 no agent, no answer in time or an unreadable answer, 2 usage error or\n"
-    "a run directory refused (not the user's own, or writable by group or others).\n";
-
 int fail(const std::string& message) {
   std::fprintf(stderr, "ofactl: %s\n", message.c_str());
   return kFailed;
+}
+
+void print(const std::string& text) {
+  std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+// The answer as it stands, or as JSON lines read by `parse`.
+template <typename Parse>
+int output(const std::string& text, bool json, Parse parse) {
+  if (!json) {
+    print(text);
+    return kOk;
+  }
+  auto j = parse(text);
+  if (j.index() == 1) return fail(std::get<1>(j).message);
+  print(std::get<0>(j));
+  return kOk;
+}
+
+int show(const ofactl::Request& req, uint32_t slot, const tools::CommonOptions& o) {
+  auto answer = ofactl::ask(slot, ofactl::kCodeShow, req.text, o.timeout);
+  if (auto* f = std::get_if<ofactl::Failure>(&answer)) return fail(f->message);
+  std::string text = std::get<ofactl::Reply>(answer).text;
+  if (req.flow) {
+    auto one = ofactl::flow_of_list(text, *req.flow);
+    if (!one) {
+      return fail("flow " + std::to_string(*req.flow) + " is not among the first " +
+                  std::to_string(ofactl::kFlowListMax) + " flows the agent lists");
+    }
+    text = *one;
+  }
+  return output(text, o.json, ofactl::show_json);
+}
+
+int follow_log(uint32_t slot, const tools::CommonOptions& o) {
+  bool first = true;
+  ofactl::Failure end =
+      ofactl::follow(slot, ofactl::kCodeFollow, "", o.timeout, [&](const std::string& text) {
+        if (first) {
+          first = false;
+          if (!ofactl::channel_on(text)) {
+            std::fprintf(stderr,
+                         "ofactl: the debug channel is off (%s): `ofactl debug events on` turns "
+                         "it on\n",
+                         text.c_str());
+          }
+          return;
+        }
+        std::printf("%s\n", text.c_str());
+        std::fflush(stdout);
+      });
+  return fail(end.message);
+}
+
+int ping(uint32_t slot, const tools::CommonOptions& o) {
+  auto start = std::chrono::steady_clock::now();
+  auto answer = ofactl::ping(slot, o.timeout);
+  if (auto* f = std::get_if<ofactl::Failure>(&answer)) return fail(f->message);
+  double ms =
+      std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+  std::printf("0x%08x from %s in %.3f ms\n", std::get<uint32_t>(answer),
+              platform::ipc_path("IPCOPENFLOWAGT", slot).c_str(), ms);
+  return kOk;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   tools::CommonOptions o;
-  if (auto err = tools::parse_options("ofactl", std::span<char* const>(argv + 1, argv + argc), o)) {
+  bool raw = false;
+  const tools::ToolOption own[] = {tools::flag("--raw", raw)};
+  if (auto err =
+          tools::parse_options("ofactl", std::span<char* const>(argv + 1, argv + argc), o, own)) {
     std::fprintf(stderr, "%s\n", err->c_str());
     return kUsage;
   }
   if (o.help || o.command == "help") {
-    std::fputs(kHelp, stdout);
+    std::fputs(ofactl::kHelp, stdout);
     return kOk;
   }
-  if (o.command != "sched" || !o.args.empty()) {
-    std::fprintf(stderr, "ofactl: %s (ofactl --help)\n",
-                 o.command.empty() ? "no request"
-                                   : ("unknown request '" + o.command +
-                                      (o.args.empty() ? "" : " " + o.args.front()) + "'")
-                                         .c_str());
+  auto req = ofactl::read_request(o.command, o.args, raw);
+  if (auto* err = std::get_if<std::string>(&req)) {
+    std::fprintf(stderr, "ofactl: %s (ofactl --help)\n", err->c_str());
     return kUsage;
   }
+  const ofactl::Request& r = std::get<ofactl::Request>(req);
   tools::export_paths(o);
   if (auto refused = platform::check_run_dir()) {
     std::fprintf(stderr, "ofactl: %s\n", refused->c_str());
@@ -84,15 +129,20 @@ int main(int argc, char** argv) {
     }
     slot = std::get<platform::Platform>(p).my_slot;
   }
-  auto answer = ofactl::ask(slot, ofactl::kCodeSched, "", o.timeout);
-  if (auto* f = std::get_if<ofactl::Failure>(&answer)) return fail(f->message);
-  const std::string& text = std::get<ofactl::Reply>(answer).text;
-  if (!o.json) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    return kOk;
+  switch (r.code) {
+    case ofactl::kCodeShow:
+      return show(r, slot, o);
+    case ofactl::kCodeFollow:
+      return follow_log(slot, o);
+    case ofactl::kCodePing:
+      return ping(slot, o);
+    default: {
+      auto answer = ofactl::ask(slot, r.code, r.text, o.timeout);
+      if (auto* f = std::get_if<ofactl::Failure>(&answer)) return fail(f->message);
+      const std::string& text = std::get<ofactl::Reply>(answer).text;
+      if (r.code == ofactl::kCodeSched) return output(text, o.json, ofactl::table_json);
+      print(text + "\n");
+      return kOk;
+    }
   }
-  auto json = ofactl::table_json(text);
-  if (auto* e = std::get_if<ofactl::TableError>(&json)) return fail(e->message);
-  std::fputs(std::get<std::string>(json).c_str(), stdout);
-  return kOk;
 }

@@ -1,0 +1,277 @@
+// Show requests and the debug text over small fixed tables: two chips of slot 1 up, ports 3 (L3)
+// and 5 (L2), VLAN 100 with both, four flows (one matching every field in the old action form, one
+// in the new form, a generic one, one to the controller only). Each reply is the whole text,
+// checked by hand against the renderers' format strings.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "agent/flow_record.h"
+#include "agent/trace.h"
+#include "chip/if_table.h"
+#include "debug/debug_handler.h"
+#include "flow/flow_engine.h"
+#include "flow_env.h"
+#include "ports/vlan_table.h"
+
+namespace {
+
+using namespace ofa;
+using namespace ofa::test;
+
+std::string show(const std::string& request) {
+  std::string out;
+  EXPECT_EQ(ofa_debug_handler(request.c_str(), &out), 0);
+  return out;
+}
+
+const std::string kInvalid = "\nInvalid command.\n";
+const std::string kTree =
+    "       Priority     Flow id\n"
+    "        300              30\n"
+    "        200              20\n"
+    "        100              10\n"
+    "        100               1\n";
+
+class Shows : public FlowEnv {
+ protected:
+  void SetUp() override {
+    FlowEnv::SetUp();
+    set_test_iivids();
+    ASSERT_EQ(openflow_vlan_init(), 0);
+    of_if_entry* p3 = port(3, 1, 3, true);
+    of_if_entry* p5 = ofLookupIfEntrybyPortId(5);
+    p5->pvid = 7;
+    of_vlan_entry* v = of_process_vlan_add(100, 4010, 8010);
+    of_process_add_port_to_vlan(p5, v);
+    of_process_add_port_to_vlan(p3, v);
+
+    mgr::FlowMsg every = flow(1, 100, 5);  // every field, old action form
+    every.version = 1;
+    every.wildcards = 0;
+    every.in_vlan_id = 100;
+    every.in_tagged = 1;
+    every.vlan_upbit = 3;
+    every.src_mac = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
+    every.dst_mac = {0x66, 0x77, 0x88, 0x99, 0xaa, 0xbb};
+    every.src_mac_mask = {0xff, 0xff, 0xff, 0xff, 0xff, 0xff};
+    every.dst_mac_mask = {0xff, 0xff, 0xff, 0, 0, 0};
+    every.src_ip = 0x0a000001;
+    every.src_ip_mask = 0xffffff00;
+    every.dest_ip = 0xc0a80101;
+    every.dest_ip_mask = 0xffffffff;
+    every.ip_protocol = 6;
+    every.ip_tos = 4;
+    every.src_port = 1234;
+    every.dst_port = 80;
+    every.icmpv4_type = 8;
+    every.icmpv6_type = 128;
+    every.fid = 0x20;
+    every.members[0].out_tagged = 1;
+    every.members[0].out_vlan_id = 200;
+    every.members[0].vlan_upbits = 5;
+    every.members[0].set_src_mac = {0, 0, 0, 0, 0, 1};
+    every.members[0].nw_tos = 2;
+    ASSERT_EQ(add(every), 1) << reply();
+
+    mgr::FlowMsg v4 = flow(10, 100, 5);  // new action form
+    v4.members[0].action_bits = mgr::kActPopVlan | mgr::kActDecTtl;
+    v4.members[0].queue_id = 2;
+    v4.meter_id = 4;
+    ASSERT_EQ(add(v4), 1) << reply();
+    ASSERT_EQ(add(flow(20, 200, OF_PORT_NONE)), 1) << reply();  // generic
+
+    mgr::FlowMsg ctrl = flow(30, 300, 5);  // controller only
+    ctrl.members[0].out_port_id = OF_PORT_CONTROLLER;
+    ASSERT_EQ(add(ctrl), 1) << reply();
+  }
+};
+
+TEST_F(Shows, RequestToReply) {
+  const auto before = counts();
+  const std::string chips =
+      "Chip Id: 1\n   is_local: 1 local chip id:    1 ifindex: 0x84400080 slot id:    1\n"
+      "Chip Id: 0\n   is_local: 1 local chip id:    0 ifindex: 0x84400000 slot id:    1\n";
+  const std::string vlan100 =
+      "Vlan Id: 100\n   iivid: 4010 mgid: 8010\n   member ports:   3,   5, \n";
+  std::string forty = "vlan 100";
+  for (int i = 0; i < 38; ++i)
+    forty += " x";
+  const struct {
+    std::string request;
+    std::string reply;
+  } cases[] = {
+      {"FLOW_TREE", kTree + "\n"},
+      {"flow_treex", kTree + "\n"},
+      {"chip all", chips + "\n"},
+      {"chip 0", chips.substr(chips.find("Chip Id: 0")) + "\n"},
+      {"chip 9", "\n"},
+      {"chip ALL", chips.substr(chips.find("Chip Id: 0")) + "\n"},
+      {"chip 0 x", "Chip Id: 0\n       priority     flow id\n\n"},
+      {"Chip 0 l2flow_tree",
+       "Chip Id: 0\n       priority     flow id\n        300              30\n"
+       "        200              20\n        100              10\n        100               1\n\n"},
+      {"chip 7 l2flow_tree", "Chip Id: 7 doesn't exist\n\n"},
+      {"vlan all", "Vlan Id: -1\n   iivid: 4005 mgid: 8005\n   member ports: \n" + vlan100 + "\n"},
+      {"vlan 100", vlan100 + "\n"},
+      {"vlan ALL", "\n"},
+      {forty, vlan100 + "\n"},
+      {"port 3",
+       "Port Id: 3\n      OF enabled: 1 type: L3\n"
+       "      ifIndex: 0x18418000 ifName: ethernet1/3 chip_id: 0 is_local: 1\n"
+       "      iivid_min: 0 iivid_max: 0 lrn: 0 rx_fwd: 0 tx_en: 0\n"
+       "      is_mac_cls: 0 is_typ_cls: 0 pvid: 0 ppid: 0 vpnid: 0\n"
+       "      of_def_nhop_id: 0\n\n\n"},
+      {"port 9", "\n"},
+      {"group all", "Total no. of entries printed: 0\n\n"},
+      {"GROUP 4", "No entry for group id: 4 found\n\n"},
+      {"meter 1", "No entry for meter id: 1 found\n\n"},
+      {"meter all", "Total no. of entries printed: 0\n\n"},
+      {"evt x all", "(PORT, IIVID:P/V) -> (isTag, Tag)\n\n"},
+      {"EVT x 3", "(PORT, IIVID:P/V) -> (isTag, Tag)\n\n"},
+      {"l2fwd_info", "IIVID       MAC                  Port ID\n\n"},
+      {"evts x all", kInvalid},
+      {"evt all", kInvalid},
+      {"port", kInvalid},
+      {"chip", kInvalid},
+      {"vlan", kInvalid},
+      {"", kInvalid},
+      {"   ", kInvalid},
+      {"bogus all", kInvalid},
+  };
+  for (const auto& c : cases)
+    EXPECT_EQ(show(c.request), c.reply) << '"' << c.request << '"';
+  EXPECT_EQ(counts(), before);
+}
+
+// "flow N" shows flow 1 whatever N is; the list holds every flow by id, each as "flow N" would.
+TEST_F(Shows, FlowsEveryFieldBothActionFormsHardwareAndController) {
+  const std::string every =
+      "Flow Id: 1, Priority: 100, FD Id: 0, PW Id: 0\n"
+      "\tRule:\n"
+      "\t   In Port:\t 5\n"
+      "\t   In Vlan:\t Tagged[100]\n"
+      "\t   Vlan PCP:\t 3\n"
+      "\t   Source Mac:\t 0011.2233.4455 \n"
+      "\t   Destination Mac:\t 6677.8899.aabb \n"
+      "\t   Source Mac Mask:\t ffff.ffff.ffff \n"
+      "\t   Destination Mac Mask:\t ffff.ff00.0000 \n"
+      "\t   Ether type:\t 0x800 \n"
+      "\t   Source IP :\t 10.0.0.1\tSubnet IP :\t 255.255.255.0 \n"
+      "\t   Destination IP:\t 192.168.1.1\tSubnet IP :\t 255.255.255.255 \n"
+      "\t   IP TOS:\t  \t 4 \n"
+      "\t   IP Protocol:\t 6 \n"
+      "\t   IP Protocol Source Port:\t 1234 \n"
+      "\t   IP Protocol Destination Port:\t 80 \n"
+      "\t   ICMPV4 Type:     \t 0 \n"  // version 1 carries no ICMP fields
+      "\t   ICMPV4 Code:     \t 0 \n"
+      "\t   ICMPV6 Type:     \t 0 \n"
+      "\t   ICMPV6 Code:     \t 0 \n"
+      "\tAction: FORWARD\n"
+      "\t   Out Port:  5, Tagged, Vlan: 200, Vlan PCP: 5, Source MAC: 0000.0000.0001\n"
+      "\t   Replace TOS: 8\n"
+      "\t   FID: 0x20, MVID: -N/A-\n"
+      "\tHardware Information:\n"
+      "\tPort: 5   Chip Id : 0, Cam Index: 0x1 Packets: 0\n"
+      "\tStatistics:\n"
+      "\t   Total Pkts: 0\n"
+      "\t   Total Bytes: 0\n\n";
+  const std::string stats = "\tStatistics:\n\t   Total Pkts: 0\n\t   Total Bytes: 0\n\n";
+  const std::string v4 =
+      "Flow Id: 10, Priority: 100, FD Id: 0, PW Id: 0\n"
+      "\tRule:\n\t   In Port:\t 5\n\t   Ether type:\t 0x800 \n"
+      "\tAction: FORWARD\n\t\tOut Port:\t5, Pop-vlan-tag, Queue: 2\n\t\tDec IP TTL\n"
+      "\n\tMeter id: 4\n"
+      "\tHardware Information:\n\tPort: 5   Chip Id : 0, Cam Index: 0x2 Packets: 0\n" +
+      stats;
+  const std::string generic =
+      "Flow Id: 20, Priority: 200, FD Id: 0, PW Id: 0\n"
+      "\tRule:\n\t   Ether type:\t 0x800 \n\tAction: FORWARD\n\t\tOut Port:\t5\n"
+      "\tHardware Information:\n"
+      "\tPort: 3   Chip Id : 0, TTI Index: 3  Counter Index: -N/A- Bytes: 0\n"
+      "\tPort: 5   Chip Id : 0, TTI Index: 3  Counter Index: -N/A- Bytes: 0\n" +
+      stats;
+  const std::string controller =
+      "Flow Id: 30, Priority: 300, FD Id: 0, PW Id: 0\n"
+      "\tRule:\n\t   In Port:\t 5\n\t   Ether type:\t 0x800 \n"
+      "\tAction: FORWARD\n\t\tOut Port:\tsend to controller\n"
+      "\tHardware Information:\n\tPort: 5   Chip Id : 0, Cam Index: 0x4 Packets: 0\n\n"
+      "\nCumulative stats for all flows that trap to send to controller\n"
+      "Total Number of packets trapped to be sent to controller:                    0\n"
+      "Total Number of bytes trapped to be sent to controller  :                    0\n";
+  EXPECT_EQ(show("flow 10"), every + "\n");
+  EXPECT_EQ(show("flow ALL"), every + "\n");
+  const std::string list = every + v4 + generic + controller + "\n";
+  EXPECT_EQ(show("flows"), list);
+  EXPECT_EQ(show("flow all"), list);
+
+  // A flow whose port has gone, and one stored without hardware.
+  ofProcessPortDelete(ofLookupIfEntrybyPortId(5)->ifIndex, 5);
+  EXPECT_NE(show("flow 1").find("\tHardware Information:\nInvalid Port \n\tStatistics:"),
+            std::string::npos);
+}
+
+TEST_F(Shows, GroupsAndMetersBeforeOpenflowAndBelowVersion13) {
+  const struct {
+    uint8_t mode;
+    const char* request;
+    const char* reply;
+  } cases[] = {
+      {OFA_MODE_NONE, "group 1", "Error: Openflow is disabled \n\n"},
+      {OFA_MODE_NONE, "meter 1", "Error: Openflow is disabled \n\n"},
+      {OFA_MODE_NONE, "group all", "Openflow not enabled!\n\n"},
+      {OFA_MODE_NONE, "meter all", "Openflow not enabled!\n\n"},
+      {3, "group all", "Openflow version must be equal or more than 1.3 to give this command\n\n"},
+      {3, "meter 2", "Openflow version must be equal or more than 1.3 to give this command\n\n"},
+  };
+  for (const auto& c : cases) {
+    g_openflow_lp.mode = c.mode;
+    EXPECT_EQ(show(c.request), c.reply) << c.request << " in mode " << int{c.mode};
+  }
+  g_openflow_lp.mode = OFA_MODE_GENERIC;
+}
+
+TEST(DebugText, BitsAndLevels) {
+  const struct {
+    const char* text;
+    uint32_t bits;    // debugOpenflow after, from 0xc0080000
+    uint32_t module;  // trace module whose level is checked
+    uint32_t level;
+  } cases[] = {
+      {"events on", 0xc00a0000, 1, 9},
+      {"events off", 0xc0080000, 1, 9},
+      {"log all off", 0x80080000, 1, 9},
+      {"log hardware on", 0xe0080000, 1, 9},
+      {"log generic on", 0xd0080000, 1, 9},
+      {"log config on", 0xc0880000, 1, 9},
+      {"log forwarding on", 0xc0480000, 1, 9},
+      {"log ipc on", 0xc0280000, 1, 9},
+      {"log meter on", 0xc0180000, 1, 9},
+      {"log group off", 0x40080000, 1, 9},
+      {"log flow off", 0x40080000, 1, 9},
+      {"log hardware maybe", 0xc0080000, 1, 9},
+      {"log trace core debug", 0xc0080000, 1, 8},
+      {"trace msg info", 0xc0080000, 2, 7},
+      {"trace pkt bogus", 0xc0080000, 4, 9},
+      {"trace bogus info", 0xc0080000, 1, 9},
+      {"bogus on", 0xc0080000, 1, 9},
+      {"", 0xc0080000, 1, 9},
+  };
+  for (const auto& c : cases) {
+    openflow_ofa_debug_init();
+    for (uint32_t& l : openflow_agt_debug)
+      l = 9;
+    openflow_ofa_debug_handler(c.text);
+    EXPECT_EQ(debugOpenflow, c.bits) << c.text;
+    EXPECT_EQ(openflow_agt_debug[c.module], c.level) << c.text;
+  }
+  openflow_ofa_debug_init();
+  openflow_ofa_debug_handler(nullptr);
+  openflow_ofa_debug_set_module(4, 1);
+  openflow_ofa_debug_set_module(5, 1);
+  openflow_ofa_debug_trace_cfg(1, 0);
+  EXPECT_EQ(debugOpenflow, 0xc9040000);
+  debugOpenflow = 0;
+}
+
+}  // namespace

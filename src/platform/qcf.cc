@@ -200,8 +200,6 @@ void write_conn(Conn& c, size_t k) {
   }
 }
 
-void feed_follower(Conn& c, size_t k);
-
 void put_frame(Conn& c, uint32_t code, const std::string& text) {
   c.out.resize(kHeader + kCode + text.size());
   ofa::wire::Writer(c.out)
@@ -211,24 +209,30 @@ void put_frame(Conn& c, uint32_t code, const std::string& text) {
   c.out_at = 0;
 }
 
-// A follower with nothing being written takes its next text: first how many it lost, if any.
+std::string lost_text(uint32_t n) {
+  return "debug channel: " + std::to_string(n) + " lines lost";
+}
+
+// A follower with nothing being written takes its next texts until the socket takes no more; the
+// count of the texts it lost stands where they would have been.
 void feed_follower(Conn& c, size_t k) {
-  if (!c.follow || c.fd < 0 || !c.out.empty()) return;
-  std::string text;
-  {
-    std::lock_guard<std::mutex> lock(g_mu);
-    if (g_shared.lost[k]) {
-      text = "debug channel: " + std::to_string(g_shared.lost[k]) + " lines lost";
-      g_shared.lost[k] = 0;
-    } else if (!g_shared.lines[k].empty()) {
-      text = std::move(g_shared.lines[k].front());
-      g_shared.lines[k].pop_front();
-    } else {
-      return;
+  while (c.follow && c.fd >= 0 && c.out.empty()) {
+    std::string text;
+    {
+      std::lock_guard<std::mutex> lock(g_mu);
+      if (!g_shared.lines[k].empty()) {
+        text = std::move(g_shared.lines[k].front());
+        g_shared.lines[k].pop_front();
+      } else if (g_shared.lost[k]) {
+        text = lost_text(g_shared.lost[k]);
+        g_shared.lost[k] = 0;
+      } else {
+        return;
+      }
     }
+    put_frame(c, c.code, text);
+    write_conn(c, k);
   }
-  put_frame(c, c.code, text);
-  write_conn(c, k);
 }
 
 void answer(std::array<Conn, QCF_MAX_CLIENTS>& conns, uint32_t k) {
@@ -444,6 +448,8 @@ void qcf_client_publish(const char* text) {
     for (size_t k = 0; k < QCF_MAX_CLIENTS; ++k) {
       if (!g_shared.follower[k]) continue;
       if (g_shared.lines[k].size() < QCF_FOLLOW_QUEUE) {
+        if (g_shared.lost[k]) g_shared.lines[k].push_back(lost_text(g_shared.lost[k]));
+        g_shared.lost[k] = 0;
         g_shared.lines[k].emplace_back(text);
       } else {
         g_shared.lost[k]++;

@@ -14,8 +14,8 @@
 //
 // A handler that answers QCF_FOLLOW makes its connection a follower after the reply: from then on
 // each text of qcf_client_publish goes to it as a frame of the request's code. Publishing never
-// blocks: a follower holds at most QCF_FOLLOW_QUEUE texts not yet sent, drops those past it, and
-// is then told "debug channel: <n> lines lost" before its next text. A follower's further bytes are
+// blocks: a follower holds at most QCF_FOLLOW_QUEUE texts not yet sent and drops those past it;
+// in their place it is sent "debug channel: <n> lines lost". A follower's further bytes are
 // dropped; its close ends the following.
 #pragma once
 

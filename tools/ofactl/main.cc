@@ -75,7 +75,7 @@ int follow_log(uint32_t slot, const tools::CommonOptions& o) {
           }
           return;
         }
-        std::printf("%s\n", text.c_str());
+        std::printf("%s%s", text.c_str(), text.ends_with('\n') ? "" : "\n");
         std::fflush(stdout);
       });
   return fail(end.message);

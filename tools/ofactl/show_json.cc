@@ -31,12 +31,13 @@ struct Rule {
   const char* prefix;   // literal start of the line
   const char* pattern;  // the whole line
   Kind kind;
-  const char* names;  // capture names, comma-separated; or the target of section/fields/...
+  const char* names;        // capture names, comma-separated; or the target of section/fields/...
+  const char* enters = "";  // the section the line leads into, if any
 };
 
 // Sections: "match", "actions", "hardware", "statistics" inside a flow, "tree" in the flow table,
-// "chip_tree" in a chip's flow tree. A line is tried against the rules of its section first, then
-// against those of any section ("" or "*").
+// "chip_tree" in a chip's flow tree. A line is tried against the rules of every section ("*")
+// first, then against those of its section, then against those outside any ("").
 constexpr Rule kRules[] = {
     {"", "Invalid command.", "Invalid command\\.", Kind::error, ""},
     {"", "Chip Id: ", "Chip Id: (-?\\d+) doesn't exist", Kind::error, ""},
@@ -83,7 +84,7 @@ constexpr Rule kRules[] = {
     {"", "Flow Id: ", "Flow Id: (\\d+), Priority: (\\d+), FD Id: (\\d+), PW Id: (\\d+)",
      Kind::start, "flow_id,priority,fd_id,pw_id"},
     {"*", "\tRule:", "\tRule:", Kind::section, "match"},
-    {"*", "\tAction: ", "\tAction: (FORWARD|DROP)", Kind::fields, "action"},
+    {"*", "\tAction: ", "\tAction: (FORWARD|DROP)", Kind::fields, "action", "actions"},
     {"*", "\tHardware Information:", "\tHardware Information:", Kind::section, "hardware"},
     {"*", "\tStatistics:", "\tStatistics:", Kind::section, "statistics"},
     {"match", "\t   Source IP :", "\t   Source IP :\t (\\S+)\tSubnet IP :\t (\\S+) ", Kind::fields,
@@ -94,6 +95,7 @@ constexpr Rule kRules[] = {
     {"actions", "\t   FID: ", "\t   FID: (\\S+), MVID: (\\S+)", Kind::fields, "fid,mvid"},
     {"actions", "\tMeter id: ", "\tMeter id: (\\d+)", Kind::fields, "meter_id"},
     {"actions", "\t", "[\t ]+(\\S.*)", Kind::append, "actions"},
+    {"actions", ", ", ", (\\S.*)", Kind::append, "actions"},
     {"hardware",
      "\tPort: ", "\tPort: (\\d+)   Chip Id : (-?\\d+), Cam Index: (0x[0-9a-f]+) Packets: (\\d+)",
      Kind::item, "hardware:port,chip_id,cam_index,packets"},
@@ -228,12 +230,14 @@ std::variant<std::string, ShowError> show_json(const std::string& text) {
     const std::string& in = block ? block->section : section;
     const Compiled* hit = nullptr;
     std::smatch m;
-    // The rules of the section first, then those of any section.
-    for (int pass = 0; pass < 2 && !hit; ++pass) {
+    // Lines that lead anywhere ("*") first, then the rules of the section, then the others.
+    for (int pass = 0; pass < 3 && !hit; ++pass) {
       for (const Compiled& c : compiled()) {
         std::string_view s = c.rule->section;
-        if (pass == 0 ? s.empty() || s == "*" || s != in : !s.empty() && s != "*") continue;
-        if (line.starts_with(c.rule->prefix) && std::regex_match(line, m, c.re)) {
+        bool take = pass == 0   ? s == "*"
+                    : pass == 1 ? !s.empty() && s != "*" && s == in
+                                : s.empty();
+        if (take && line.starts_with(c.rule->prefix) && std::regex_match(line, m, c.re)) {
           hit = &c;
           break;
         }
@@ -244,6 +248,7 @@ std::variant<std::string, ShowError> show_json(const std::string& text) {
                        line + "\""};
     }
     const Rule& r = *hit->rule;
+    if (*r.enters && block) block->section = r.enters;
     auto [target, names] = target_names(r.names);
     auto captured = [&](auto&& put) {
       for (size_t i = 0; i < names.size() && i + 1 < m.size(); ++i)
@@ -283,7 +288,10 @@ std::variant<std::string, ShowError> show_json(const std::string& text) {
         } else if (r.kind == Kind::pair) {
           block->object(r.names).emplace_back(field_name(m[1].str()), value_json(m[2].str()));
         } else if (r.kind == Kind::append) {
-          block->array(r.names).push_back(tools::json_quote(m[1].str()));
+          std::string t;
+          for (char c : m[1].str())
+            if (c != '\t' || (!t.empty() && t.back() != ' ')) t += c == '\t' ? ' ' : c;
+          block->array(r.names).push_back(tools::json_quote(t));
         } else if (r.kind == Kind::item) {
           std::string item = "{";
           captured([&](const std::string& k, std::string v) {

@@ -1,6 +1,9 @@
 // ofactl and a running openflowAgtd: the scheduler's accounting crosses from the agent's main loop
 // through its debug client socket, as text and as JSON lines; with the agent gone, ofactl says so;
-// every program refuses a run directory others may write.
+// the shows after the basic session, as text (ofa-mgr's expect show) and as JSON, change nothing;
+// the debug bits and the debug channel of a fresh agent; every program refuses a run directory
+// others may write.
+#include <algorithm>
 #include <regex>
 
 #include "processes.h"
@@ -55,6 +58,70 @@ TEST_F(Ofactl, SchedFromTheRunningAgentThenNoAgent) {
   EXPECT_EQ(ofactl({"sched"}), std::make_pair(1, "ofactl: no agent at " + dir_ +
                                                      "/qcf/ofagt_p1: is openflowAgtd running for "
                                                      "slot 1?\n"));
+}
+
+TEST_F(Ofactl, ShowsAfterTheBasicSessionAsTheGoldenFilesChangeNothing) {
+  const std::string golden = std::string(OFA_SOURCE_DIR) + "/tests/integration/ofactl/basic/";
+  Child sim, mgr, agent;
+  sim.start(OFA_CHIPSIM_BIN, {"--no-auto-events"}, env_, path("chipsim.out"));
+  ASSERT_TRUE(wait_for([&] { return exists(path("hsl/ctl.1")); }));
+  mgr.start(
+      OFA_MGR_BIN,
+      {"run", "--timeout", "10", std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn"},
+      env_, path("run.out"));
+  ASSERT_TRUE(wait_for([&] { return exists(path("pq6/ofmgragt.mp")); }));
+  agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
+  ASSERT_EQ(mgr.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("run.out"));
+  const std::string dump = ctl("dump");
+  const std::string tree = ofactl({"flow_tree"}).second;
+
+  Child shows;
+  shows.start(OFA_MGR_BIN, {"run", golden + "shows.scn"}, env_, path("shows.out"));
+  EXPECT_EQ(shows.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("shows.out"));
+  for (const char* request : {"chip all", "port all", "vlan all", "flow_tree", "chip 0 l2flow_tree",
+                              "chip 0 l3flow_tree", "flow all"}) {
+    std::string name = request;
+    std::replace(name.begin(), name.end(), ' ', '_');
+    std::vector<std::string> args = {"--json"};
+    for (const std::string& w : lines(std::regex_replace(request, std::regex(" "), "\n")))
+      args.push_back(w);
+    EXPECT_EQ(ofactl(args), std::make_pair(0, read_file(golden + name + ".jsonl"))) << request;
+  }
+  const std::string all = read_file(golden + "flow_all.txt");
+  const size_t from = all.find("Flow Id: 13,"), to = all.find("Flow Id: 15,");
+  EXPECT_EQ(ofactl({"flow", "13"}), std::make_pair(0, all.substr(from, to - from) + "\n"));
+  EXPECT_EQ(ofactl({"flow", "99"}).second, "Error: Cannot find the flow entry for flow id :99\n\n");
+
+  EXPECT_EQ(ctl("dump"), dump);
+  EXPECT_EQ(ofactl({"flow_tree"}).second, tree);
+}
+
+// The debug text turns the bits; the debug channel reaches a follower only while bit 17 is on.
+TEST_F(Ofactl, DebugBitsAndTheChannelOfAFreshAgent) {
+  Child agent;
+  agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
+  ASSERT_TRUE(wait_for([&] { return exists(path("qcf/ofagt_p1")); }));
+  EXPECT_EQ(ofactl({"debug", "log", "hardware", "on"}),
+            std::make_pair(0, std::string("debugOpenflow 0xe0080000\n")));
+  EXPECT_EQ(ofactl({"debug", "events", "on"}).second, "debugOpenflow 0xe00a0000\n");
+  Child log;
+  log.start(OFACTL_BIN, {"log"}, env_, path("log.out"));
+  auto send = [&](const std::string& id) {
+    Child mgr;
+    mgr.start(OFA_MGR_BIN,
+              {"send", "--timeout", "0.2", "flow", "add", "id=" + id, "priority=1", "actions=drop"},
+              env_, path("send.out"));
+    EXPECT_EQ(mgr.wait_exit(), 0) << read_file(path("send.out"));
+  };
+  ASSERT_TRUE(wait_for([&] {
+    send("40");
+    return read_file(path("log.out")).find("Flow id: 40;") != std::string::npos;
+  }));
+  EXPECT_EQ(ofactl({"debug", "events", "off"}).first, 0);
+  send("41");
+  ASSERT_TRUE(wait_agent_log("Flow id: 41;"));
+  EXPECT_EQ(read_file(path("log.out")).find("Flow id: 41;"), std::string::npos);
+  log.kill_now();
 }
 
 // Whoever can write in the run directory could speak as the manager or as the chip: each of the

@@ -97,7 +97,7 @@ class Qcf : public ::testing::Test {
     ASSERT_EQ(::send(fd, b.data(), b.size(), MSG_NOSIGNAL), static_cast<ssize_t>(b.size()));
   }
   // The reply's text, or nothing once the connection is closed.
-  static std::optional<std::string> reply(int fd) {
+  static std::optional<std::string> reply(int fd, uint32_t code = kCode) {
     std::vector<uint8_t> b;
     size_t want = 4;
     while (b.size() < want) {
@@ -111,7 +111,7 @@ class Qcf : public ::testing::Test {
     }
     ofa::wire::Reader r(b);
     r.u32();
-    EXPECT_EQ(r.u32(), kCode);
+    EXPECT_EQ(r.u32(), code);
     return std::string(b.begin() + 8, b.end());
   }
   static bool fault_seen(const std::string& text) {
@@ -213,6 +213,47 @@ TEST_F(Qcf, OutOfDescriptorsTheClientWaitsItsTurn) {
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &saved), 0);
   send_all(fd, request("later"));
   EXPECT_EQ(reply(fd), "echo:later");
+}
+
+// A follower gets each published text as a frame; publishing never waits for it, and what its
+// queue could not hold it is told as a count: every text is received or counted lost, once.
+TEST_F(Qcf, FollowerGetsEveryTextOrItsCount) {
+  constexpr uint32_t kFollow = 16002;
+  ASSERT_EQ(add_client_message_handler(kFollow,
+                                       [](std::span<const uint8_t>, std::string* reply) {
+                                         *reply = "following";
+                                         return QCF_FOLLOW;
+                                       }),
+            0);
+  int follower = connect_client();
+  send_all(follower, request("", kFollow));
+  ASSERT_EQ(reply(follower, kFollow), "following");
+  qcf_client_publish("first");
+  EXPECT_EQ(reply(follower, kFollow), "first");
+
+  const std::string text(1000, 'x');
+  constexpr uint32_t kPublished = 4 * QCF_FOLLOW_QUEUE;
+  for (uint32_t i = 0; i < kPublished; ++i)
+    qcf_client_publish(text.c_str());
+  uint32_t received = 0, lost = 0;
+  while (received + lost < kPublished) {
+    std::optional<std::string> t = reply(follower, kFollow);
+    ASSERT_TRUE(t && *t != "(no answer)") << received << " received, " << lost << " lost";
+    if (*t == text) {
+      ++received;
+    } else {
+      ASSERT_TRUE(t->starts_with("debug channel: ") && t->ends_with(" lines lost")) << *t;
+      lost += static_cast<uint32_t>(std::stoul(t->substr(15)));
+    }
+  }
+  EXPECT_EQ(received + lost, kPublished);
+  EXPECT_GT(lost, 0u);
+
+  ::shutdown(follower, SHUT_RDWR);
+  qcf_client_publish("after its close");
+  int other = connect_client();
+  send_all(other, request("still"));
+  EXPECT_EQ(reply(other), "echo:still");
 }
 
 }  // namespace

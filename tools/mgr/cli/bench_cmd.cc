@@ -175,7 +175,8 @@ bool run_setup(const Options& o, const Target& t, MpEndpoint& ep) {
                 true,
                 o.json ? stderr : stdout,
                 platform::hsl_ctl_path(t.slot),
-                o.agent_log};
+                o.agent_log,
+                t.slot};
   return run_steps(sc.value(), ep, ro).exit_code() == kOk;
 }
 

@@ -163,7 +163,7 @@ int send(const Options& o, const Target& t) {
   }
   Scenario sc{"", {Step{1, text, *step.value()}}};
   RunOptions ro{agent_path(t.slot), o.timeout, true, false, stdout, platform::hsl_ctl_path(t.slot),
-                o.agent_log};
+                o.agent_log,        t.slot};
   RunSummary sum = run_steps(sc, *ep, ro);
   if (sum.exit_code() != kOk || !send_step || !ep->bound()) return sum.exit_code();
   // Show what the agent answers: the status of a flow operation, or whatever comes shortly.
@@ -213,7 +213,7 @@ int run(const Options& o, const Target& t) {
   auto ep = bind_or_exit();
   RunOptions ro{
       agent_path(t.slot), o.timeout, o.verbose, true, stdout, platform::hsl_ctl_path(t.slot),
-      o.agent_log};
+      o.agent_log,        t.slot};
   return run_steps(sc.value(), *ep, ro).exit_code();
 }
 

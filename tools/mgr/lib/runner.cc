@@ -2,9 +2,13 @@
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <thread>
 
 #include "chip_side.h"
+#include "client.h"
 #include "expectations.h"
 #include "format.h"
 
@@ -73,6 +77,29 @@ std::string poll(Inbox& inbox, double seconds, const std::function<std::string()
     if (found.empty() || seconds_left(deadline) <= 0) return found;
     inbox.collect(std::min(0.05, seconds_left(deadline)));
   }
+}
+
+// What is amiss with the agent's answer to the show request; "" when nothing is.
+std::string check_show(const ExpectShowStep& s, const std::string& scenario,
+                       const RunOptions& opt) {
+  auto answer = ofactl::ask(opt.slot, ofactl::kCodeShow, s.request, 1.0);
+  if (const auto* f = std::get_if<ofactl::Failure>(&answer)) return f->message;
+  const std::string& text = std::get<ofactl::Reply>(answer).text;
+  if (!s.file) return text.find(s.text) != std::string::npos ? "" : "\"" + text + "\"";
+  std::filesystem::path path = s.text;
+  if (path.is_relative()) path = std::filesystem::path(scenario).parent_path() / path;
+  std::ifstream in(path);
+  if (!in) return path.string() + ": cannot read the file";
+  std::stringstream want;
+  want << in.rdbuf();
+  if (text == want.str()) return "";
+  size_t at = 0;
+  while (at < text.size() && at < want.str().size() && text[at] == want.str()[at])
+    ++at;
+  size_t from = text.rfind('\n', at);
+  from = from == std::string::npos ? 0 : from + 1;
+  return "differs from " + path.string() + " at byte " + std::to_string(at) + ", line \"" +
+         text.substr(from, text.find('\n', at) - from) + "\"";
 }
 
 }  // namespace
@@ -283,6 +310,17 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
         ++sum.failed;
         line(opt, step.line, "FAILED", step.source);
         more(opt, "got:      " + got + " within " + secs(t));
+      }
+    } else if (const auto* es = std::get_if<ExpectShowStep>(&step.action)) {
+      ++sum.expectations;
+      double t = es->timeout.value_or(opt.timeout);
+      std::string got = poll(inbox, t, [&] { return check_show(*es, sc.file, opt); });
+      if (got.empty()) {
+        line(opt, step.line, "ok", step.source);
+      } else {
+        ++sum.failed;
+        line(opt, step.line, "FAILED", step.source);
+        more(opt, "got:      " + got);
       }
     } else if (const auto* sl = std::get_if<SleepStep>(&step.action)) {
       inbox.collect(sl->seconds);

@@ -21,6 +21,7 @@ struct RunOptions {
   FILE* out = stdout;
   std::string chip_control;  // the chip simulator's control socket, for chip lines; "" none
   std::string agent_log;     // the agent's log file, for expect log; "" none
+  uint32_t slot = 1;         // the agent's slot, for expect show
 };
 
 // What came from the agent and has not been claimed by a wait or an expectation yet.

@@ -235,6 +235,19 @@ StepResult expect_log(std::span<const std::string> w) {
   return std::optional<StepAction>(s);
 }
 
+// expect show "REQUEST" ~ "words" | == FILE [timeout=D]
+StepResult expect_show(std::span<const std::string> w) {
+  if (w.size() < 3 || w[0].empty() || (w[1] != "~" && w[1] != "==") || w[2].empty()) {
+    return StepResult::fail(
+        "expect show: write expect show \"REQUEST\" ~ \"words\" or expect show \"REQUEST\" == "
+        "FILE");
+  }
+  ExpectShowStep s{w[0], w[2], w[1] == "==", std::nullopt};
+  if (auto e = timeout_option(w.subspan(3), s.timeout))
+    return StepResult::fail("expect show: " + *e);
+  return std::optional<StepAction>(s);
+}
+
 StepResult chip_step(std::span<const std::string> w) {
   if (w.empty()) return StepResult::fail("chip: which control command? (like 'chip reset')");
   ChipControlStep s;
@@ -246,6 +259,7 @@ StepResult chip_step(std::span<const std::string> w) {
 StepResult expect_step(std::span<const std::string> w) {
   if (!w.empty() && w[0] == "chip") return expect_chip(w.subspan(1));
   if (!w.empty() && w[0] == "log") return expect_log(w.subspan(1));
+  if (!w.empty() && w[0] == "show") return expect_show(w.subspan(1));
   if (!w.empty() && w[0] == "status") return expect_status(w.subspan(1));
   if (!w.empty() && w[0] == "no") return expect_no_status(w.subspan(1));
   if (!w.empty() && w[0] == "flow-stats") return expect_stats(StatsKind::flow, w[0], w.subspan(1));
@@ -256,7 +270,7 @@ StepResult expect_step(std::span<const std::string> w) {
     return expect_stats(StatsKind::meter, w[0], w.subspan(1));
   }
   return StepResult::fail(
-      "expect: status, no status, flow-stats, queue-stats, meter-stats, chip or log (like "
+      "expect: status, no status, flow-stats, queue-stats, meter-stats, chip, log or show (like "
       "'expect status 10 success')");
 }
 

@@ -18,6 +18,8 @@
 //   expect chip mgid 8100 ports=3,5 | nhop 268435457 kind=1 | policer 1 0 rate=125000
 //   expect chip requests=0                  simulator counters since the last barrier
 //   expect log ~ "enabled openflow port: 3" [timeout=D]   the agent's log file
+//   expect show "vlan all" ~ "Vlan Id: 100" [timeout=D]    the agent's answer to a show request
+//   expect show "flow_tree" == golden/tree.txt           ... whole, as the file (next to this one)
 #pragma once
 
 #include <optional>
@@ -105,9 +107,18 @@ struct ExpectLogStep {
   std::string text;
   std::optional<double> timeout;
 };
+// expect show "REQUEST" ~ "words" | == FILE: the agent's answer to the show request, asked on its
+// debug client socket until it holds the words or is the file's text (a path relative to the
+// scenario file's folder).
+struct ExpectShowStep {
+  std::string request;
+  std::string text;  // the words, or the file's path
+  bool file = false;
+  std::optional<double> timeout;
+};
 using StepAction = std::variant<SendStep, WaitRegistrationStep, ExpectStatusStep,
                                 ExpectNoStatusStep, ExpectStatsStep, SleepStep, BarrierStep,
-                                ChipControlStep, ExpectChipStep, ExpectLogStep>;
+                                ChipControlStep, ExpectChipStep, ExpectLogStep, ExpectShowStep>;
 
 struct Step {
   int line = 0;

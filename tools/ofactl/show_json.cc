@@ -77,7 +77,7 @@ constexpr Rule kRules[] = {
     {"", "(", "\\( *(\\d+), +(\\d+):([PV])\\) -> \\((\\d+), +(\\d+)\\)", Kind::row,
      "port,iivid,type,is_tag,tag"},
     {"", "IIVID       MAC                  Port ID", ".*", Kind::skip, ""},
-    {"", " ", " *(\\d+) +(0x[0-9a-f]{12}) +(\\d+)", Kind::row, "iivid,mac,port_id"},
+    {"", "", " *(\\d+) +(0x[0-9a-f]{12}) +(\\d+)", Kind::row, "iivid,mac,port_id"},
     // flows
     {"", "Error: Cannot find the flow entry for flow id :", ".*", Kind::error, ""},
     {"", "[Flow not in this LP]", ".*", Kind::flag, "not_on_lp"},

@@ -13,6 +13,7 @@
 #include "flow/flow_engine.h"
 #include "flow_env.h"
 #include "ports/vlan_table.h"
+#include "processes.h"
 
 namespace {
 
@@ -209,6 +210,17 @@ TEST_F(Shows, FlowsEveryFieldBothActionFormsHardwareAndController) {
   ofProcessPortDelete(ofLookupIfEntrybyPortId(5)->ifIndex, 5);
   EXPECT_NE(show("flow 1").find("\tHardware Information:\nInvalid Port \n\tStatistics:"),
             std::string::npos);
+}
+
+// The detail list stops at 5000 flows, the lowest ids.
+TEST_F(Shows, FlowListCappedAt5000ByFlowId) {
+  for (uint32_t id = 6000; id > 1000; --id)
+    ASSERT_EQ(add(flow(id, 7, 5)), 1) << id;
+  const std::string list = show("flow all");
+  EXPECT_EQ(ofa::test::count(list, "Flow Id: "), 5000u);
+  EXPECT_NE(list.find("Flow Id: 1, "), std::string::npos);
+  EXPECT_NE(list.find("Flow Id: 5996, "), std::string::npos);
+  EXPECT_EQ(list.find("Flow Id: 5997, "), std::string::npos);
 }
 
 TEST_F(Shows, GroupsAndMetersBeforeOpenflowAndBelowVersion13) {

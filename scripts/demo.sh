@@ -7,7 +7,8 @@
 #      and default entries, and the simulator shows what the chip holds;
 #   4. ofa-mgr runs examples/scenarios/demo.scn against the agent;
 #   5. the request log and the agent's debug log are shown;
-#   6. ofactl asks the running agent how long each of its callbacks ran.
+#   6. ofactl asks the running agent how long each of its callbacks ran, and what it holds: its
+#      chips, ports, VLANs and flows in the agent's own words.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/deps.sh
@@ -82,5 +83,12 @@ tail -n 15 "$OFA_DEBUG_LOG"
 
 step "ofactl sched: the agent's callbacks, their calls and run times"
 "$bin_ctl" sched
+
+step "ofactl chip all, port all, vlan all, flow_tree: what the agent holds, in its own words"
+for request in "chip all" "port all" "vlan all" "flow_tree"; do
+  printf '$ ofactl %s\n' "$request"
+  # shellcheck disable=SC2086 # the request's words are meant to be split
+  "$bin_ctl" $request
+done
 
 printf '\nLogs are kept in %s (requests.jsonl, ofastdout, chipsim.err, agent.out).\n' "$run"

@@ -1,0 +1,116 @@
+// Show requests and debug texts over populated tables: two chips of slot 1 up, ports 3 (L2), 5
+// (L2) and 30 (L3), VLAN 100 with ports 3 and 5, flows on each port kind, a generic one and one to
+// the controller. Byte 0 of the input chooses a show request (even) or a debug text (odd); the rest
+// is the text. Every show reply ends with a newline, and no show or debug text changes a table.
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "adapter/tcam_id_pool.h"
+#include "agent/agent_globals.h"
+#include "agent/flow_record.h"
+#include "agent/trace.h"
+#include "agent_reset.h"
+#include "chip/chip_event.h"
+#include "chip/chip_table.h"
+#include "chip/if_table.h"
+#include "codec.h"
+#include "debug/debug_handler.h"
+#include "flow/flow_engine.h"
+#include "flow/flow_table.h"
+#include "foundation/avl_tree.h"
+#include "platform/ifindex.h"
+#include "ports/vlan_table.h"
+
+namespace {
+
+void check(bool ok) {
+  if (!ok) __builtin_trap();
+}
+
+of_if_entry* port(uint16_t id, uint32_t fp, bool l3) {
+  of_if_entry* e = ofProcessPortAdd(ofa::platform::port_ifindex(1, fp), "fuzz", id);
+  check(e != nullptr);
+  e->of_enabled = 1;
+  e->of_l3_type = l3 ? 1 : 0;
+  e->l3_mode = l3 ? 1 : 0;
+  return e;
+}
+
+void add_flow(uint32_t id, uint16_t in_port, uint16_t out_port) {
+  ofa::mgr::FlowMsg m;
+  m.flow_id = id;
+  m.priority = id * 10;
+  m.in_port_id = in_port;
+  m.wildcards = in_port == OF_PORT_NONE ? ofa::mgr::kWcAll : (ofa::mgr::kWcAll & ~1u);
+  m.action_key = 0x5000 + id;
+  ofa::mgr::FlowMember out;
+  out.out_port_id = out_port;
+  m.members.push_back(out);
+  auto body = ofa::mgr::encode_body(m);
+  check(body.ok() && openflow_generic_mode_add_flow(body.value()) == 1);
+}
+
+// What the tables hold, in numbers.
+std::string tables() {
+  std::string s = std::to_string(openflow_flow_count()) + "/" +
+                  std::to_string(of_flow_table_count()) + "/" +
+                  std::to_string(of_get_vlan_count()) + "/" + std::to_string(of_get_port_count());
+  avl_node* it = nullptr;
+  for (of_chip_entry* c = ofGetFirstChip(&it); c; c = ofGetNextChip(&it))
+    s += "/" + std::to_string(avl_get_tree_size(c->l2_flow_tree)) + "," +
+         std::to_string(avl_get_tree_size(c->l3_flow_tree));
+  return s;
+}
+
+std::string g_tables;
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  ofa::test::reset_agent({.chips = 2});
+  ofa::test::set_test_iivids();
+  check(openflow_lp_init_tcam_id_pool() == 1);
+  check(openflow_flow_db_init() == 1);
+  check(openflow_vlan_init() == 0);
+  g_openflow_lp.mode = OFA_MODE_GENERIC;
+  for (uint32_t local : {0u, 1u}) {
+    of_chip_event_record rec;
+    rec.event = OF_HSL_EVENT_CHIP_UP;
+    rec.slot = 1;
+    rec.local_chip_id = rec.flat_chip_id = local;
+    rec.ifindex = ofa::platform::chip_ifindex(1, local);
+    rec.chip_type = 1;
+    check(ofProcessChipAdd(&rec, 0) == 0);
+  }
+  of_if_entry* p3 = port(3, 3, false);
+  of_if_entry* p5 = port(5, 5, false);
+  port(30, 30, true);
+  of_vlan_entry* v = of_process_vlan_add(100, 4010, 8010);
+  check(v != nullptr);
+  of_process_add_port_to_vlan(p3, v);
+  of_process_add_port_to_vlan(p5, v);
+  add_flow(1, 3, 5);
+  add_flow(2, 30, 5);
+  add_flow(3, OF_PORT_NONE, 5);
+  add_flow(4, 5, OF_PORT_CONTROLLER);
+  g_tables = tables();
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size == 0) return 0;
+  std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
+  if (data[0] % 2 == 0) {
+    std::string reply;
+    check(ofa_debug_handler(text.c_str(), &reply) == 0);
+    check(!reply.empty() && reply.back() == '\n');
+  } else {
+    openflow_ofa_debug_handler(text.c_str());
+    openflow_ofa_debug_init();
+    for (uint32_t& level : openflow_agt_debug)
+      level = OFA_TRACE_LEVEL_MAX;
+  }
+  check(tables() == g_tables);
+  return 0;
+}

@@ -91,8 +91,7 @@ void measure(const char* request, const std::string& what) {
     ms.push_back(std::chrono::duration<double, std::milli>(Clock::now() - t0).count());
   }
   std::sort(ms.begin(), ms.end());
-  std::printf("%-22s %-22s %10.3f %10zu\n", request, what.c_str(), ms[ms.size() / 2],
-              reply.size());
+  std::printf("%-22s %-22s %10.3f %10zu\n", request, what.c_str(), ms[ms.size() / 2], reply.size());
 }
 
 }  // namespace

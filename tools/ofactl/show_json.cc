@@ -249,7 +249,9 @@ std::variant<std::string, ShowError> show_json(const std::string& text) {
     }
     const Rule& r = *hit->rule;
     if (*r.enters && block) block->section = r.enters;
-    auto [target, names] = target_names(r.names);
+    const auto parts = target_names(r.names);  // not a structured binding: lambdas use them
+    const std::string& target = parts.first;
+    const std::vector<std::string>& names = parts.second;
     auto captured = [&](auto&& put) {
       for (size_t i = 0; i < names.size() && i + 1 < m.size(); ++i)
         put(names[i], value_json(m[i + 1].str()));

@@ -36,10 +36,10 @@ TEST(OfactlRequests, WordsToCodeAndText) {
   for (const auto& c : cases) {
     std::vector<std::string> args(c.words.begin() + 1, c.words.end());
     auto r = read_request(c.words[0], args, c.raw);
-    std::string got = std::holds_alternative<std::string>(r)
-                          ? std::get<std::string>(r)
-                          : std::to_string(std::get<Request>(r).code) + ":" +
-                                std::get<Request>(r).text;
+    std::string got =
+        std::holds_alternative<std::string>(r)
+            ? std::get<std::string>(r)
+            : std::to_string(std::get<Request>(r).code) + ":" + std::get<Request>(r).text;
     EXPECT_EQ(got, c.sent) << c.words[0];
   }
 }

@@ -215,6 +215,29 @@ TEST_F(Qcf, OutOfDescriptorsTheClientWaitsItsTurn) {
   EXPECT_EQ(reply(fd), "echo:later");
 }
 
+// A client that goes away while the main thread works on its request: the answer is dropped with
+// a trace, and the others are served.
+TEST_F(Qcf, ClientGoneBeforeItsAnswer) {
+  static std::atomic<bool> gone{false};
+  ASSERT_EQ(
+      add_client_message_handler(16001,
+                                 [](std::span<const uint8_t>, std::string* reply) {
+                                   for (int i = 0; i < 200 && !gone; ++i)
+                                     std::this_thread::sleep_for(std::chrono::milliseconds(10));
+                                   *reply = "too late";
+                                   return 0;
+                                 }),
+      0);
+  int fd = connect_client();
+  send_all(fd, request("x", 16001));
+  ::shutdown(fd, SHUT_RDWR);
+  gone = true;
+  EXPECT_TRUE(fault_seen("gone before its answer"));
+  int other = connect_client();
+  send_all(other, request("still"));
+  EXPECT_EQ(reply(other), "echo:still");
+}
+
 // A follower gets each published text as a frame; publishing never waits for it, and what its
 // queue could not hold it is told as a count: every text is received or counted lost, once.
 TEST_F(Qcf, FollowerGetsEveryTextOrItsCount) {

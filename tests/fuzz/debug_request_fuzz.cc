@@ -42,7 +42,10 @@ void add_flow(uint32_t id, uint16_t in_port, uint16_t out_port) {
   m.flow_id = id;
   m.priority = id * 10;
   m.in_port_id = in_port;
-  m.wildcards = in_port == OF_PORT_NONE ? ofa::mgr::kWcAll : (ofa::mgr::kWcAll & ~1u);
+  m.wildcards =
+      (in_port == OF_PORT_NONE ? ofa::mgr::kWcAll : (ofa::mgr::kWcAll & ~1u)) & ~OF_WC_ETHER_TYPE;
+  m.ether_type = 0x0800;
+  m.rule_kind = 3;
   m.action_key = 0x5000 + id;
   ofa::mgr::FlowMember out;
   out.out_port_id = out_port;

@@ -13,7 +13,6 @@
 #include "agent/agent_globals.h"
 #include "agent/flow_record.h"
 #include "agent_reset.h"
-#include "chip/chip_event.h"
 #include "chip/chip_table.h"
 #include "chip/if_table.h"
 #include "codec.h"
@@ -36,15 +35,8 @@ void setup() {
   openflow_flow_db_init();
   openflow_vlan_init();
   g_openflow_lp.mode = OFA_MODE_GENERIC;
-  for (uint32_t local : {0u, 1u}) {
-    of_chip_event_record rec;
-    rec.event = OF_HSL_EVENT_CHIP_UP;
-    rec.slot = 1;
-    rec.local_chip_id = rec.flat_chip_id = local;
-    rec.ifindex = ofa::platform::chip_ifindex(1, local);
-    rec.chip_type = 1;
-    ofProcessChipAdd(&rec, 0);
-  }
+  for (uint32_t local : {0u, 1u})
+    ofa::test::chip_up(1, local);
   std::vector<of_if_entry*> ports;
   for (uint16_t p = 1; p <= kPorts; ++p) {
     std::string name = "ethernet1/" + std::to_string(p);

@@ -1,6 +1,7 @@
 // "chip all" and "chip N": the chip table, highest flat id first.
 #include "chip/chip_table.h"
 #include "debug/cli.h"
+#include "debug/show_common.h"
 #include "debug/shows.h"
 
 void ofa_show_openflow_chip_internal(ofa_writer* w, const of_chip_entry* chip) {
@@ -11,9 +12,7 @@ void ofa_show_openflow_chip_internal(ofa_writer* w, const of_chip_entry* chip) {
 }
 
 void ofa_show_openflow_chips(ofa_writer* w) {
-  avl_node* it = nullptr;
-  for (of_chip_entry* c = ofGetFirstChip(&it); c; c = ofGetNextChip(&it))
-    ofa_show_openflow_chip_internal(w, c);
+  ofa_show_each(w, ofGetFirstChip, ofGetNextChip, ofa_show_openflow_chip_internal);
 }
 
 void ofa_show_openflow_single_chip(ofa_writer* w, uint32_t chip_id) {

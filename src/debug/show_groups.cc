@@ -1,6 +1,5 @@
 // "group all" and "group N". The group base is not part of the agent yet: with OpenFlow on, the
 // list is that of an empty base and every id is unknown.
-#include "agent/agent_globals.h"
 #include "debug/cli.h"
 #include "debug/show_common.h"
 #include "debug/shows.h"

@@ -2,6 +2,7 @@
 #include "chip/chip_table.h"
 #include "chip/if_table.h"
 #include "debug/cli.h"
+#include "debug/show_common.h"
 #include "debug/shows.h"
 
 void ofa_show_openflow_port_internal(ofa_writer* w, const of_if_entry* port) {
@@ -21,9 +22,7 @@ void ofa_show_openflow_port_internal(ofa_writer* w, const of_if_entry* port) {
 }
 
 void ofa_show_openflow_ports(ofa_writer* w) {
-  avl_node* it = nullptr;
-  for (of_if_entry* p = of_get_first_port(&it); p; p = of_get_next_port(&it))
-    ofa_show_openflow_port_internal(w, p);
+  ofa_show_each(w, of_get_first_port, of_get_next_port, ofa_show_openflow_port_internal);
 }
 
 void ofa_show_openflow_single_port(ofa_writer* w, uint32_t port_id) {

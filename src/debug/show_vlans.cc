@@ -2,6 +2,7 @@
 // 0xFFFFFFFF, printed -1) leads; member ports by interface index.
 #include "chip/if_table.h"
 #include "debug/cli.h"
+#include "debug/show_common.h"
 #include "debug/shows.h"
 #include "foundation/avl_tree.h"
 #include "ports/vlan_table.h"
@@ -19,9 +20,7 @@ void ofa_show_openflow_vlan_internal(ofa_writer* w, const of_vlan_entry* vlan) {
 }
 
 void ofa_show_openflow_vlans(ofa_writer* w) {
-  avl_node* it = nullptr;
-  for (of_vlan_entry* v = of_get_first_vlan(&it); v; v = of_get_next_vlan(&it))
-    ofa_show_openflow_vlan_internal(w, v);
+  ofa_show_each(w, of_get_first_vlan, of_get_next_vlan, ofa_show_openflow_vlan_internal);
 }
 
 void ofa_show_openflow_single_vlan(ofa_writer* w, uint32_t vlan_id) {

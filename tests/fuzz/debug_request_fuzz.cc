@@ -11,7 +11,6 @@
 #include "agent/flow_record.h"
 #include "agent/trace.h"
 #include "agent_reset.h"
-#include "chip/chip_event.h"
 #include "chip/chip_table.h"
 #include "chip/if_table.h"
 #include "codec.h"
@@ -77,15 +76,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   check(openflow_flow_db_init() == 1);
   check(openflow_vlan_init() == 0);
   g_openflow_lp.mode = OFA_MODE_GENERIC;
-  for (uint32_t local : {0u, 1u}) {
-    of_chip_event_record rec;
-    rec.event = OF_HSL_EVENT_CHIP_UP;
-    rec.slot = 1;
-    rec.local_chip_id = rec.flat_chip_id = local;
-    rec.ifindex = ofa::platform::chip_ifindex(1, local);
-    rec.chip_type = 1;
-    check(ofProcessChipAdd(&rec, 0) == 0);
-  }
+  for (uint32_t local : {0u, 1u})
+    check(ofa::test::chip_up(1, local) == 0);
   of_if_entry* p3 = port(3, 3, false);
   of_if_entry* p5 = port(5, 5, false);
   port(30, 30, true);

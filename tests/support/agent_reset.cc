@@ -9,6 +9,7 @@
 #include "chip/chip_table.h"
 #include "chip/if_table.h"
 #include "fake_hsl.h"
+#include "platform/ifindex.h"
 #include "platform/system.h"
 
 namespace ofa::test {
@@ -43,6 +44,22 @@ void reset_agent(const AgentSetup& s) {
   openflow_modules[OF_MODULE_AGT].chip_up = ofa_chip_up;
   openflow_modules[OF_MODULE_AGT].chip_warm_up = ofa_region_del;
   install_fake_hsl();
+}
+
+of_chip_event_record chip_up_record(uint32_t slot, uint32_t local) {
+  of_chip_event_record rec;
+  rec.event = OF_HSL_EVENT_CHIP_UP;
+  rec.slot = slot;
+  rec.local_chip_id = local;
+  rec.flat_chip_id = static_cast<uint32_t>(ofa_sys_platform().flat_chip_id(slot, local));
+  rec.ifindex = platform::chip_ifindex(slot, local);
+  rec.chip_type = 1;
+  return rec;
+}
+
+int chip_up(uint32_t slot, uint32_t local, int warm) {
+  of_chip_event_record rec = chip_up_record(slot, local);
+  return ofProcessChipAdd(&rec, warm);
 }
 
 void set_test_iivids() {

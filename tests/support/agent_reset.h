@@ -7,6 +7,7 @@
 
 #include "agent/agent_globals.h"
 #include "agent/top/rsm.h"
+#include "chip/chip_event.h"
 #include "platform/msg_queue.h"
 #include "platform/platform_file.h"
 
@@ -23,6 +24,11 @@ struct AgentSetup {
   uint32_t default_action = 0;
 };
 void reset_agent(const AgentSetup& setup = {});
+
+// The chip-up record of chip `local` of `slot` (type 1), and that event on the agent, cold
+// (warm = 0) or warm: 0 or the add's code.
+of_chip_event_record chip_up_record(uint32_t slot, uint32_t local);
+int chip_up(uint32_t slot, uint32_t local, int warm = 0);
 
 // The IIVID range of the port and VLAN tests on `ard`: IIVIDs 4000-4999, mgids from 8000, the
 // default IIVID 4004 (mgid 8004) and the all-ports IIVID 4005 (mgid 8005).

@@ -24,19 +24,11 @@ class ChipEnv : public ::testing::Test {
   void TearDown() override { ofa_reset_all(); }
 
   static of_chip_event_record chip_rec(uint32_t slot, uint32_t local) {
-    of_chip_event_record rec;
-    rec.event = OF_HSL_EVENT_CHIP_UP;
-    rec.slot = slot;
-    rec.local_chip_id = local;
-    rec.flat_chip_id = static_cast<uint32_t>(ofa_sys_platform().flat_chip_id(slot, local));
-    rec.ifindex = platform::chip_ifindex(slot, local);
-    rec.chip_type = 1;
-    return rec;
+    return chip_up_record(slot, local);
   }
   // The chip-up event of chip `local` of `slot`, cold (warm = 0) or warm.
   static int chip_up(uint32_t slot, uint32_t local, int warm = 0) {
-    auto rec = chip_rec(slot, local);
-    return ofProcessChipAdd(&rec, warm);
+    return ofa::test::chip_up(slot, local, warm);
   }
   static FakeHsl& hsl() { return fake_hsl(); }
   // What `fn` printed.

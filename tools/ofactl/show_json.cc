@@ -215,7 +215,7 @@ std::pair<std::string, std::vector<std::string>> target_names(const char* names)
 
 }  // namespace
 
-std::variant<std::string, ShowError> show_json(const std::string& text) {
+std::variant<std::string, TableError> show_json(const std::string& text) {
   std::string out;
   std::unique_ptr<Block> block;
   std::string section;  // of the text outside a block (the flow table)
@@ -244,8 +244,8 @@ std::variant<std::string, ShowError> show_json(const std::string& text) {
       }
     }
     if (!hit) {
-      return ShowError{"line " + std::to_string(n + 1) + " of the answer cannot be read: \"" +
-                       line + "\""};
+      return TableError{"line " + std::to_string(n + 1) + " of the answer cannot be read: \"" +
+                        line + "\""};
     }
     const Rule& r = *hit->rule;
     if (*r.enters && block) block->section = r.enters;

@@ -7,12 +7,10 @@
 #include <string>
 #include <variant>
 
+#include "table.h"
+
 namespace ofa::ofactl {
 
-struct ShowError {
-  std::string message;  // names the line that cannot be read
-};
-
-std::variant<std::string, ShowError> show_json(const std::string& text);
+std::variant<std::string, TableError> show_json(const std::string& text);
 
 }  // namespace ofa::ofactl

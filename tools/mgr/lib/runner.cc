@@ -163,6 +163,16 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
     });
     return m ? "" : "flow 0, xid " + std::to_string(xid);
   };
+  // An expectation's line: "ok", or "FAILED" and what came instead.
+  auto verdict = [&](const Step& step, const std::string& got) {
+    if (got.empty()) {
+      line(opt, step.line, "ok", step.source);
+      return;
+    }
+    ++sum.failed;
+    line(opt, step.line, "FAILED", step.source);
+    more(opt, "got:      " + got);
+  };
   for (const auto& step : sc.steps) {
     at = &step;
     if (const auto* send = std::get_if<SendStep>(&step.action)) {
@@ -293,35 +303,16 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
       } else {
         got = poll(inbox, t, [&] { return chip.check(*ec); });
       }
-      if (got.empty()) {
-        line(opt, step.line, "ok", step.source);
-      } else {
-        ++sum.failed;
-        line(opt, step.line, "FAILED", step.source);
-        more(opt, "got:      " + got);
-      }
+      verdict(step, got);
     } else if (const auto* el = std::get_if<ExpectLogStep>(&step.action)) {
       ++sum.expectations;
       double t = el->timeout.value_or(opt.timeout);
       std::string got = poll(inbox, t, [&] { return chip.check_log(*el); });
-      if (got.empty()) {
-        line(opt, step.line, "ok", step.source);
-      } else {
-        ++sum.failed;
-        line(opt, step.line, "FAILED", step.source);
-        more(opt, "got:      " + got + " within " + secs(t));
-      }
+      verdict(step, got.empty() ? got : got + " within " + secs(t));
     } else if (const auto* es = std::get_if<ExpectShowStep>(&step.action)) {
       ++sum.expectations;
       double t = es->timeout.value_or(opt.timeout);
-      std::string got = poll(inbox, t, [&] { return check_show(*es, sc.file, opt); });
-      if (got.empty()) {
-        line(opt, step.line, "ok", step.source);
-      } else {
-        ++sum.failed;
-        line(opt, step.line, "FAILED", step.source);
-        more(opt, "got:      " + got);
-      }
+      verdict(step, poll(inbox, t, [&] { return check_show(*es, sc.file, opt); }));
     } else if (const auto* sl = std::get_if<SleepStep>(&step.action)) {
       inbox.collect(sl->seconds);
       line(opt, step.line, "slept", step.source);

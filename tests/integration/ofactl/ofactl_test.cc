@@ -4,7 +4,10 @@
 // the debug bits and the debug channel of a fresh agent; every program refuses a run directory
 // others may write.
 #include <algorithm>
+#include <atomic>
+#include <random>
 #include <regex>
+#include <thread>
 
 #include "processes.h"
 
@@ -94,6 +97,97 @@ TEST_F(Ofactl, ShowsAfterTheBasicSessionAsTheGoldenFilesChangeNothing) {
 
   EXPECT_EQ(ctl("dump"), dump);
   EXPECT_EQ(ofactl({"flow_tree"}).second, tree);
+}
+
+// One frame of `code` and `text` on a new connection to the agent of slot 1; with `answer`, the
+// reply's text (or "(none)"), else nothing is read and the connection is closed at once.
+std::string frame_to_agent(int fd, uint32_t length, uint32_t code, const std::string& text,
+                           bool answer) {
+  std::string out(8, '\0');
+  for (int i = 0; i < 4; ++i) {
+    out[i] = static_cast<char>(length >> (24 - 8 * i));
+    out[4 + i] = static_cast<char>(code >> (24 - 8 * i));
+  }
+  out += text;
+  if (::send(fd, out.data(), out.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(out.size()))
+    return "(not sent)";
+  if (!answer) return "";
+  std::string in;
+  size_t want = 8;
+  while (in.size() < want) {
+    pollfd p{fd, POLLIN, 0};
+    char chunk[65536];
+    ssize_t n = poll(&p, 1, 10000) == 1 ? recv(fd, chunk, sizeof chunk, 0) : 0;
+    if (n <= 0) return "(none)";
+    in.append(chunk, static_cast<size_t>(n));
+    if (want == 8 && in.size() >= 8)
+      want = 4 + ((uint8_t(in[0]) << 24) | (uint8_t(in[1]) << 16) | (uint8_t(in[2]) << 8) |
+                  uint8_t(in[3]));
+  }
+  return in.substr(8);
+}
+
+int connect_agent(const std::string& path) {
+  int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un sun = unix_addr(path);
+  if (connect(fd, reinterpret_cast<sockaddr*>(&sun), sizeof sun) != 0) {
+    close(fd);
+    return -1;
+  }
+  return fd;
+}
+
+// 16 clients of 200 show requests each while the manager replays the basic session, then 10000
+// random frames (fixed seed): every whole request is answered, no status is lost, the agent stays,
+// and the random frames change no table.
+TEST_F(Ofactl, SixteenClientsAndRandomFramesWhileTheSessionRuns) {
+  Child sim, mgr, agent;
+  sim.start(OFA_CHIPSIM_BIN, {"--no-auto-events"}, env_, path("chipsim.out"));
+  ASSERT_TRUE(wait_for([&] { return exists(path("hsl/ctl.1")); }));
+  mgr.start(
+      OFA_MGR_BIN,
+      {"run", "--timeout", "20", std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn"},
+      env_, path("run.out"));
+  ASSERT_TRUE(wait_for([&] { return exists(path("pq6/ofmgragt.mp")); }));
+  agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
+  ASSERT_TRUE(wait_for([&] { return exists(path("qcf/ofagt_p1")); }));
+  const std::string socket_path = path("qcf/ofagt_p1");
+  std::atomic<int> bad{0};
+  std::vector<std::thread> clients;
+  for (int c = 0; c < 16; ++c) {
+    clients.emplace_back([&, c] {
+      const char* requests[] = {"flow_tree", "vlan all", "chip all", "flow all", "port all"};
+      int fd = connect_agent(socket_path);
+      for (int i = 0; i < 200; ++i) {
+        std::string r = requests[(c + i) % 5];
+        std::string reply = frame_to_agent(fd, 4 + r.size(), 16000, r, true);
+        if (reply.empty() || reply.back() != '\n') ++bad;
+      }
+      close(fd);
+    });
+  }
+  for (auto& t : clients)
+    t.join();
+  EXPECT_EQ(bad, 0);
+  ASSERT_EQ(mgr.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("run.out"));
+
+  const std::string dump = ctl("dump");
+  const std::string tree = ofactl({"flow_tree"}).second;
+  std::mt19937 rng(1);
+  const uint32_t codes[] = {16000, 16002, 16003, 7, 0xffffffff};
+  for (int i = 0; i < 10000; ++i) {
+    int fd = connect_agent(socket_path);
+    ASSERT_GE(fd, 0) << "frame " << i;
+    std::string text(rng() % 64, '\0');
+    for (char& ch : text)
+      ch = static_cast<char>(rng());
+    uint32_t length = rng() % 4 ? static_cast<uint32_t>(4 + text.size()) : rng();
+    frame_to_agent(fd, length, codes[rng() % 5], text, false);
+    close(fd);
+  }
+  EXPECT_TRUE(agent.alive());
+  EXPECT_EQ(ofactl({"flow_tree"}).second, tree);
+  EXPECT_EQ(ctl("dump"), dump);
 }
 
 // The debug text turns the bits; the debug channel reaches a follower only while bit 17 is on.

@@ -82,6 +82,8 @@ Carries out a scenario: one operation per line, '#' comments, blank lines allowe
   expect chip l2 iivid=4011 mac=00:00:00:00:00:01 port=5   (exact-match entries; or: absent)
   expect chip requests=0    (simulator counters since the last barrier)
   expect log ~ "enabled openflow port: 3"   (in the --agent-log file, after the last match)
+  expect show "vlan all" ~ "Vlan Id: 100"   (the agent's answer to a show request, as ofactl)
+  expect show "flow_tree" == tree.txt       (... whole, as the file next to the scenario)
 Each line prints what happened; a failed expectation prints what was expected and what came,
 and the run goes on and ends with exit code 1. A bad line is reported as file:line: reason
 before anything is sent (exit code 2). -v also prints every message the agent sends.

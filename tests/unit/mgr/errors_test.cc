@@ -113,7 +113,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadLine{"expect chip requests=lots", "requests: 'lots' is not a number"},
         BadLine{"expect chip requests=1 absent", "'absent' is not field=value"},
         BadLine{"expect log \"x\"", "write expect log ~"},
-        BadLine{"expect log ~ x timeout=soon", "not a duration"}));
+        BadLine{"expect log ~ x timeout=soon", "not a duration"},
+        BadLine{"expect show \"vlan all\" \"x\"", "write expect show"},
+        BadLine{"expect show \"vlan all\" == f.txt timeout=soon", "not a duration"}));
 
 TEST(SyntaxErrors, PackBlocks) {
   auto unclosed = parse_scenario("\npack\nvlan add vlan=1 iivid=2\n", "p", {});

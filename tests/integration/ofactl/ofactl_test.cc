@@ -17,6 +17,19 @@ using namespace ofa::test;
 
 class Ofactl : public RunDir {
  protected:
+  // The simulator, the manager replaying examples/scenarios/basic.scn, and the agent; true once
+  // the agent's debug client socket is there.
+  bool start_basic_session(Child& sim, Child& mgr, Child& agent) {
+    sim.start(OFA_CHIPSIM_BIN, {"--no-auto-events"}, env_, path("chipsim.out"));
+    if (!wait_for([&] { return exists(path("hsl/ctl.1")); })) return false;
+    mgr.start(
+        OFA_MGR_BIN,
+        {"run", "--timeout", "20", std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn"},
+        env_, path("run.out"));
+    if (!wait_for([&] { return exists(path("pq6/ofmgragt.mp")); })) return false;
+    agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
+    return wait_for([&] { return exists(path("qcf/ofagt_p1")); });
+  }
   // Exit code and output (stdout and stderr) of one ofactl run.
   std::pair<int, std::string> ofactl(const std::vector<std::string>& args) {
     Child c;
@@ -66,14 +79,7 @@ TEST_F(Ofactl, SchedFromTheRunningAgentThenNoAgent) {
 TEST_F(Ofactl, ShowsAfterTheBasicSessionAsTheGoldenFilesChangeNothing) {
   const std::string golden = std::string(OFA_SOURCE_DIR) + "/tests/integration/ofactl/basic/";
   Child sim, mgr, agent;
-  sim.start(OFA_CHIPSIM_BIN, {"--no-auto-events"}, env_, path("chipsim.out"));
-  ASSERT_TRUE(wait_for([&] { return exists(path("hsl/ctl.1")); }));
-  mgr.start(
-      OFA_MGR_BIN,
-      {"run", "--timeout", "10", std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn"},
-      env_, path("run.out"));
-  ASSERT_TRUE(wait_for([&] { return exists(path("pq6/ofmgragt.mp")); }));
-  agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
+  ASSERT_TRUE(start_basic_session(sim, mgr, agent));
   ASSERT_EQ(mgr.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("run.out"));
   const std::string dump = ctl("dump");
   const std::string tree = ofactl({"flow_tree"}).second;
@@ -142,15 +148,7 @@ int connect_agent(const std::string& path) {
 // and the random frames change no table.
 TEST_F(Ofactl, SixteenClientsAndRandomFramesWhileTheSessionRuns) {
   Child sim, mgr, agent;
-  sim.start(OFA_CHIPSIM_BIN, {"--no-auto-events"}, env_, path("chipsim.out"));
-  ASSERT_TRUE(wait_for([&] { return exists(path("hsl/ctl.1")); }));
-  mgr.start(
-      OFA_MGR_BIN,
-      {"run", "--timeout", "20", std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn"},
-      env_, path("run.out"));
-  ASSERT_TRUE(wait_for([&] { return exists(path("pq6/ofmgragt.mp")); }));
-  agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
-  ASSERT_TRUE(wait_for([&] { return exists(path("qcf/ofagt_p1")); }));
+  ASSERT_TRUE(start_basic_session(sim, mgr, agent));
   const std::string socket_path = path("qcf/ofagt_p1");
   std::atomic<int> bad{0};
   std::vector<std::thread> clients;

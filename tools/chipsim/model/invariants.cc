@@ -75,11 +75,11 @@ std::vector<std::string> check_dangling(const Model& m) {
   };
   for (const auto& [ifindex, c] : m.chips()) {
     for (const auto& [key, reg] : c.regions) {
+      const std::string where = "chip " + std::to_string(c.ifindex) + ": ldev " +
+                                std::to_string(key.first) + " region " + std::to_string(key.second);
       for (const auto& e : reg.entries) {
         auto note = [&](const char* kind, uint32_t id) {
-          out.push_back("chip " + std::to_string(c.ifindex) + ": ldev " +
-                        std::to_string(key.first) + " region " + std::to_string(key.second) +
-                        " handle " + std::to_string(e.handle) + ": no " + kind + " " +
+          out.push_back(where + " handle " + std::to_string(e.handle) + ": no " + kind + " " +
                         std::to_string(id));
         };
         if (reg.ldev == kLdevL2) {

@@ -64,7 +64,7 @@ TEST_P(Scenario, EveryExpectationIsMet) {
   sim.start(OFA_CHIPSIM_BIN, {"--no-auto-events", "--log", path("requests.jsonl")}, env_,
             path("chipsim.out"));
   ASSERT_TRUE(ofa::test::wait_for([&] { return ofa::test::exists(path("hsl/ctl.1")); }));
-  mgr.start(OFA_MGR_BIN, {"run", "--timeout", "10", "--agent-log", path("ofastdout"), file}, env_,
+  mgr.start(OFA_MGR_BIN, {"run", "--timeout", "30", "--agent-log", path("ofastdout"), file}, env_,
             path("run.out"));
   ASSERT_TRUE(ofa::test::wait_for([&] { return ofa::test::exists(path("pq6/ofmgragt.mp")); }));
   agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));

@@ -145,8 +145,9 @@ class Child {
   pid_t pid_ = -1;
 };
 
-// A fresh run directory (mode 0700) for each case, removed after it; OFA_RUN_DIR and
-// OFA_DEBUG_LOG point into it, the caller's OFA_PLATFORM, OFA_SLOT and OFA_BOOT do not pass.
+// A fresh run directory (mode 0700) for each case, removed after it. OFA_RUN_DIR and
+// OFA_DEBUG_LOG point into it, for the programs the case starts and for the test process itself
+// until the case ends; the caller's OFA_PLATFORM, OFA_SLOT and OFA_BOOT do not pass to programs.
 class RunDir : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -154,12 +155,16 @@ class RunDir : public ::testing::Test {
     ASSERT_NE(mkdtemp(tmpl), nullptr);
     dir_ = tmpl;
     env_ = {{"OFA_RUN_DIR", dir_},
-            {"OFA_DEBUG_LOG", dir_ + "/ofastdout"},
+            {"OFA_DEBUG_LOG", path("ofastdout")},
             {"OFA_PLATFORM", ""},
             {"OFA_SLOT", ""},
             {"OFA_BOOT", ""}};
+    for (const char* name : {"OFA_RUN_DIR", "OFA_DEBUG_LOG"})
+      setenv(name, env_[name].c_str(), 1);
   }
   void TearDown() override {
+    unsetenv("OFA_RUN_DIR");
+    unsetenv("OFA_DEBUG_LOG");
     if (!dir_.empty()) {
       ASSERT_EQ(std::system(("rm -rf '" + dir_ + "'").c_str()), 0);
     }

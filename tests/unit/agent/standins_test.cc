@@ -71,11 +71,9 @@ int echo(uint32_t, const ipc_src* src, const uint8_t* msg, size_t len) {
   return ipcSend(src, msg, len);
 }
 
-TEST(Worker, TimerAndIpcOnTheWorkerThread) {
-  char tmpl[] = "/tmp/ofa_evio_XXXXXX";
-  ASSERT_NE(mkdtemp(tmpl), nullptr);
-  std::string dir = tmpl;
-  setenv("OFA_RUN_DIR", tmpl, 1);
+using Worker = ofa::test::RunDir;
+
+TEST_F(Worker, TimerAndIpcOnTheWorkerThread) {
   evio* e = nullptr;
   ioss* timer = nullptr;
   ioss* ipc = nullptr;
@@ -91,10 +89,10 @@ TEST(Worker, TimerAndIpcOnTheWorkerThread) {
 
   g_fired = 0;
   ASSERT_EQ(timer_ioss_add(timer, 1, fire, nullptr), 0);
-  int client = ofa::test::bind_dgram(dir + "/ipc/client");
+  int client = ofa::test::bind_dgram(path("ipc/client"));
   ASSERT_GE(client, 0);
   std::string slot = std::to_string(dpx_ni_my_slot());
-  ASSERT_TRUE(ofa::test::send_to(client, dir + "/ipc/IPCTEST." + slot, {1, 2, 3}));
+  ASSERT_TRUE(ofa::test::send_to(client, path("ipc/IPCTEST." + slot), {1, 2, 3}));
   timeval tv{10, 0};
   setsockopt(client, SOL_SOCKET, SO_RCVTIMEO, &tv, sizeof tv);
   uint8_t buf[8];
@@ -112,8 +110,6 @@ TEST(Worker, TimerAndIpcOnTheWorkerThread) {
   ioss_destroy(ipc);
   ioss_destroy(timer);
   evio_destroy(e);
-  unsetenv("OFA_RUN_DIR");
-  EXPECT_EQ(std::system(("rm -rf " + dir).c_str()), 0);
 }
 
 TEST(System, AnswersFromThePlatformFile) {

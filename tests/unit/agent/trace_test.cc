@@ -5,8 +5,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -25,8 +23,6 @@ class Trace : public ofa::test::RunDir {
  protected:
   void SetUp() override {
     RunDir::SetUp();
-    path_ = path("log");
-    setenv("OFA_DEBUG_LOG", path_.c_str(), 1);
     ASSERT_EQ(openflowAgt_trace_init(), 0);
     for (uint32_t m = 0; m < OFA_TRACE_MODULES; ++m)
       openflow_agt_debug[m] = 9;
@@ -37,14 +33,12 @@ class Trace : public ofa::test::RunDir {
     ofa_trace_set_debug_channel(nullptr);
     openflowAgt_trace_exit();
     evrec_exit();
-    unsetenv("OFA_DEBUG_LOG");
     RunDir::TearDown();
   }
-  std::string log_body() const { return ofa::test::read_file(path_).substr(128); }
+  std::string log_body() const { return agent_log().substr(128); }
   size_t records(uint32_t module) const {
     return trace_module_records(ofa_trace_handle(module)).size();
   }
-  std::string path_;
 };
 
 TEST_F(Trace, StartBitsAreFileOnly) {

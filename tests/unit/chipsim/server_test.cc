@@ -26,7 +26,6 @@ class ServerTest : public ofa::test::RunDir {
  protected:
   void SetUp() override {
     RunDir::SetUp();
-    ::setenv("OFA_RUN_DIR", dir_.c_str(), 1);
     ModelConfig cfg = config(Family::ard);
     cfg.chips = {{kSlot, 0, 1}};
     model_ = std::make_unique<Model>(cfg);

@@ -39,8 +39,6 @@ class Mxl : public ofa::test::RunDir {
  protected:
   void SetUp() override {
     RunDir::SetUp();
-    setenv("OFA_RUN_DIR", dir_.c_str(), 1);
-    setenv("OFA_DEBUG_LOG", path("log").c_str(), 1);
     ASSERT_EQ(openflowAgt_trace_init(), 0);
     words_.emplace();
     of_corvu_state = of_corvu_state_t{};
@@ -62,8 +60,6 @@ class Mxl : public ofa::test::RunDir {
     unlink(mp_path_.c_str());
     openflowAgt_trace_exit();
     evrec_exit();
-    unsetenv("OFA_RUN_DIR");
-    unsetenv("OFA_DEBUG_LOG");
     RunDir::TearDown();
   }
   std::string log() const { return words_->text(); }

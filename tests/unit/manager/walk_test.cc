@@ -51,7 +51,6 @@ class Walk : public ofa::test::RunDir {
  protected:
   void SetUp() override {
     RunDir::SetUp();
-    setenv("OFA_DEBUG_LOG", path("log").c_str(), 1);
     ASSERT_EQ(openflowAgt_trace_init(), 0);
     g_calls.clear();
     ASSERT_EQ(ofa_set_msg_handler(MSGTYPE_OPENFLOW_FLOW_OPERATION, record<7>), 0);
@@ -62,7 +61,6 @@ class Walk : public ofa::test::RunDir {
     ofa_set_msg_handler(MSGTYPE_OPENFLOW_GROUP_OPERATION, nullptr);
     openflowAgt_trace_exit();
     evrec_exit();
-    unsetenv("OFA_DEBUG_LOG");
     RunDir::TearDown();
   }
   // Ids of the OFAMSG traces, in order.

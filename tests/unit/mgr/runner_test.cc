@@ -28,7 +28,6 @@ class Runner : public ofa::test::RunDir {
  protected:
   void SetUp() override {
     RunDir::SetUp();
-    setenv("OFA_RUN_DIR", dir_.c_str(), 1);
     auto ep = MpEndpoint::bind(mp_path());
     ASSERT_TRUE(ep.ok()) << ep.error();
     mp_ = std::move(ep.value());

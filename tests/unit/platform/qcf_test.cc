@@ -14,7 +14,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -24,6 +23,7 @@
 
 #include "platform/run_dir.h"
 #include "platform/wire.h"
+#include "processes.h"
 
 namespace {
 
@@ -53,12 +53,10 @@ std::vector<uint8_t> request(const std::string& text, uint32_t code = kCode) {
 }
 
 // The main thread's part: serves the comm channel until stopped.
-class Qcf : public ::testing::Test {
+class Qcf : public ofa::test::RunDir {
  protected:
   void SetUp() override {
-    dir_ = std::filesystem::temp_directory_path() / ("ofa-qcf-" + std::to_string(::getpid()));
-    std::filesystem::remove_all(dir_);
-    ::setenv("OFA_RUN_DIR", dir_.c_str(), 1);
+    RunDir::SetUp();
     g_faults.clear();
     qcf_client_set_post_to_main_thread_function(dce_qcf_client_post_msg);
     qcf_client_set_fault_function(on_fault);
@@ -79,16 +77,13 @@ class Qcf : public ::testing::Test {
     stop_ = true;
     main_.join();
     qcf_client_shutdown();
-    std::filesystem::remove_all(dir_);
-    ::unsetenv("OFA_RUN_DIR");
+    RunDir::TearDown();
   }
 
-  int connect_client() {
-    int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un sun{};
-    sun.sun_family = AF_UNIX;
-    std::string path = ofa::platform::qcf_path("ofagt_p1");
-    std::memcpy(sun.sun_path, path.c_str(), path.size() + 1);
+  // A connection to the channel; `fd` is connected instead of a new socket when named.
+  int connect_client(int fd = -1) {
+    if (fd < 0) fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un sun = ofa::test::unix_addr(ofa::platform::qcf_path("ofagt_p1"));
     EXPECT_EQ(::connect(fd, reinterpret_cast<sockaddr*>(&sun), sizeof sun), 0);
     open_.push_back(fd);
     return fd;
@@ -127,7 +122,6 @@ class Qcf : public ::testing::Test {
     return false;
   }
 
-  std::filesystem::path dir_;
   std::thread main_;
   std::atomic<bool> stop_{false};
   std::vector<int> open_;
@@ -193,7 +187,6 @@ TEST_F(Qcf, OutOfDescriptorsTheClientWaitsItsTurn) {
     GTEST_SKIP()
         << "valgrind keeps its own descriptor limit and closes what the kernel accepts past it";
   int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  open_.push_back(fd);
   rlimit saved{};
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &saved), 0);
   rlimit low = saved;
@@ -202,11 +195,7 @@ TEST_F(Qcf, OutOfDescriptorsTheClientWaitsItsTurn) {
   std::vector<int> filler;
   for (int d; (d = ::dup(fd)) >= 0;)
     filler.push_back(d);
-  sockaddr_un sun{};
-  sun.sun_family = AF_UNIX;
-  std::string path = ofa::platform::qcf_path("ofagt_p1");
-  std::memcpy(sun.sun_path, path.c_str(), path.size() + 1);
-  ASSERT_EQ(::connect(fd, reinterpret_cast<sockaddr*>(&sun), sizeof sun), 0);
+  connect_client(fd);
   EXPECT_TRUE(fault_seen("debug client not accepted: Too many open files"));
   for (int d : filler)
     ::close(d);

@@ -211,13 +211,4 @@ TEST(TcamIdPool, CheckinOfAnIdNotInUseMovesNothingButCounts) {
   EXPECT_EQ(create_list(5, 5), nullptr);
 }
 
-TEST(TcamIdPool, InitMakesBothPools) {
-  EXPECT_EQ(openflow_lp_init_tcam_id_pool(), 1);
-  ASSERT_NE(l2flow_tcam_idpool_node, nullptr);
-  ASSERT_NE(l3ipv4flow_tcam_idpool_node, nullptr);
-  EXPECT_EQ(l2flow_tcam_idpool_node->free_count, 49999);
-  ofa_reset_all();
-  EXPECT_EQ(l2flow_tcam_idpool_node, nullptr);
-}
-
 }  // namespace

@@ -15,13 +15,6 @@ Platform two_slots() {
   return std::get<Platform>(r);
 }
 
-TEST(Ifindex, LayoutOfPortAndChipIndexes) {
-  EXPECT_EQ(port_ifindex(1, 5), (6u << 26) | (1u << 22) | (5u << 15));
-  EXPECT_EQ(chip_ifindex(3, 2), 0x84000000u | (3u << 22) | (2u << 7));
-  EXPECT_EQ(if_type(chip_ifindex(3, 2)), kIfTypeChip);
-  EXPECT_EQ(if_type(port_ifindex(9, 127)), kIfTypePort);
-}
-
 TEST(Ifindex, SlotByType) {
   struct Case {
     uint32_t ifindex;

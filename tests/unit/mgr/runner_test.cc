@@ -323,13 +323,6 @@ TEST(BenchPlanTest, FlowsKeysAndPorts) {
             (std::vector<uint32_t>{100, 101}));
 }
 
-TEST(BenchRoundTrip, BothKindsAreMeasured) {
-  auto rt = measure_round_trips(50);
-  EXPECT_EQ(rt.error, "");
-  EXPECT_GT(rt.pinned_us, 0);
-  EXPECT_GT(rt.unpinned_us, 0);
-}
-
 TEST(BenchPercentile, NearestRank) {
   std::vector<double> v{5, 1, 4, 2, 3};
   EXPECT_DOUBLE_EQ(percentile(v, 50), 3);

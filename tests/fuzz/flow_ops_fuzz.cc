@@ -9,11 +9,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <tuple>
 
 #include "adapter/tcam_id_pool.h"
 #include "agent/agent_globals.h"
 #include "agent_reset.h"
-#include "chip/chip_event.h"
 #include "chip/chip_table.h"
 #include "chip/if_table.h"
 #include "fake_hsl.h"
@@ -28,32 +28,12 @@
 #include "groups_meters/meter.h"
 #include "manager/dispatch/dispatch.h"
 #include "manager/msg_catalogue.h"
-#include "platform/ifindex.h"
 #include "platform/system.h"
 
 namespace {
 
 void check(bool ok) {
   if (!ok) __builtin_trap();
-}
-
-void port(uint16_t id, uint32_t slot, uint32_t fp, bool l3) {
-  of_if_entry* e = ofProcessPortAdd(ofa::platform::port_ifindex(slot, fp), "fuzz", id);
-  check(e != nullptr);
-  e->of_enabled = 1;
-  e->of_l3_type = l3 ? 1 : 0;
-  e->l3_mode = l3 ? 1 : 0;
-}
-
-void chip_up(uint32_t local) {
-  of_chip_event_record rec;
-  rec.event = OF_HSL_EVENT_CHIP_UP;
-  rec.slot = 1;
-  rec.local_chip_id = local;
-  rec.flat_chip_id = local;
-  rec.ifindex = ofa::platform::chip_ifindex(1, local);
-  rec.chip_type = 1;
-  check(ofProcessChipAdd(&rec, 0) == 0);
 }
 
 uint8_t g_faults = 0;
@@ -87,12 +67,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   check(openflow_lp_group_init() == 1 && of_init_ivid_mac_table() == 0);
   check(openflow_lp_meter_init() == 1);
   g_openflow_lp.mode = OFA_MODE_GENERIC;
-  chip_up(0);
-  chip_up(1);
-  port(3, 1, 3, false);
-  port(5, 1, 5, false);
-  port(30, 1, 30, true);
-  port(100, 2, 4, false);
+  check(ofa::test::chip_up(1, 0) == 0 && ofa::test::chip_up(1, 1) == 0);
+  for (auto [id, slot, fp, l3] :
+       {std::tuple{3, 1, 3, false}, {5, 1, 5, false}, {30, 1, 30, true}, {100, 2, 4, false}})
+    check(ofa::test::add_port(id, slot, fp, l3) != nullptr);
   ofa_register_dispatch({[] { openflow_flow_db_destroy(); },
                          [](uint8_t mode) {
                            g_openflow_lp.mode = mode;

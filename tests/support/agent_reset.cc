@@ -62,6 +62,17 @@ int chip_up(uint32_t slot, uint32_t local, int warm) {
   return ofProcessChipAdd(&rec, warm);
 }
 
+of_if_entry* add_port(uint16_t id, uint32_t slot, uint32_t fp, bool l3, bool enabled) {
+  std::string name = "ethernet" + std::to_string(slot) + "/" + std::to_string(fp);
+  of_if_entry* e = ofProcessPortAdd(platform::port_ifindex(slot, fp), name.c_str(), id);
+  if (e) {
+    e->of_enabled = enabled ? 1 : 0;
+    e->of_l3_type = l3 ? 1 : 0;
+    e->l3_mode = l3 ? 1 : 0;
+  }
+  return e;
+}
+
 void set_test_iivids() {
   ofa_hw_resources& hw = openflowAgtPcb.hw;
   hw.iivid_min = 4000;

@@ -8,6 +8,7 @@
 #include "agent/agent_globals.h"
 #include "agent/top/rsm.h"
 #include "chip/chip_event.h"
+#include "chip/if_table.h"
 #include "platform/msg_queue.h"
 #include "platform/platform_file.h"
 
@@ -29,6 +30,9 @@ void reset_agent(const AgentSetup& setup = {});
 // (warm = 0) or warm: 0 or the add's code.
 of_chip_event_record chip_up_record(uint32_t slot, uint32_t local);
 int chip_up(uint32_t slot, uint32_t local, int warm = 0);
+// An interface entry: port `id` at front-panel port `fp` of `slot`, OpenFlow enabled or not.
+of_if_entry* add_port(uint16_t id, uint32_t slot, uint32_t fp, bool l3 = false,
+                      bool enabled = true);
 
 // The IIVID range of the port and VLAN tests on `ard`: IIVIDs 4000-4999, mgids from 8000, the
 // default IIVID 4004 (mgid 8004) and the all-ports IIVID 4005 (mgid 8005).

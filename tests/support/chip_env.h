@@ -26,7 +26,6 @@ class ChipEnv : public ::testing::Test {
   static of_chip_event_record chip_rec(uint32_t slot, uint32_t local) {
     return chip_up_record(slot, local);
   }
-  // The chip-up event of chip `local` of `slot`, cold (warm = 0) or warm.
   static int chip_up(uint32_t slot, uint32_t local, int warm = 0) {
     return ofa::test::chip_up(slot, local, warm);
   }

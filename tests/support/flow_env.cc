@@ -34,17 +34,6 @@ void FlowEnv::start(bool with_model) {
   hsl().requests.clear();
 }
 
-of_if_entry* FlowEnv::port(uint16_t id, uint32_t slot, uint32_t fp, bool l3, bool enabled) {
-  std::string name = "ethernet" + std::to_string(slot) + "/" + std::to_string(fp);
-  of_if_entry* e = ofProcessPortAdd(platform::port_ifindex(slot, fp), name.c_str(), id);
-  if (e) {
-    e->of_enabled = enabled ? 1 : 0;
-    e->of_l3_type = l3 ? 1 : 0;
-    e->l3_mode = l3 ? 1 : 0;
-  }
-  return e;
-}
-
 mgr::FlowMsg FlowEnv::flow(uint32_t id, uint32_t priority, uint16_t in_port) {
   mgr::FlowMsg m;
   m.flow_id = id;

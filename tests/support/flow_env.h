@@ -43,9 +43,10 @@ class FlowEnv : public ChipEnv {
   // With `with_model`, the chip model of ofa-chipsim answers the requests instead of the fake HSL.
   void start(bool with_model);
 
-  // An interface entry: port `id` at front-panel port `fp` of `slot`, OpenFlow enabled or not.
   static of_if_entry* port(uint16_t id, uint32_t slot, uint32_t fp, bool l3 = false,
-                           bool enabled = true);
+                           bool enabled = true) {
+    return add_port(id, slot, fp, l3, enabled);
+  }
   // A version 4 flow add of `id` on `in_port` (65535: generic) with one output to port 5, an
   // OpenFlow L2 port of flat chip 0 in every case.
   static mgr::FlowMsg flow(uint32_t id, uint32_t priority, uint16_t in_port);

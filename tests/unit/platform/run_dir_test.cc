@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "processes.h"
+
 namespace {
 
 using namespace ofa::platform;
@@ -23,25 +25,22 @@ TEST(RunDir, PathsUnderTheRunDirectory) {
   EXPECT_EQ(run_dir(), "/tmp/ofa");
 }
 
-TEST(RunDir, MakesFoldersWithMode0700AndRefusesLongPaths) {
-  auto base = std::filesystem::temp_directory_path() / ("ofa-rundir-" + std::to_string(::getpid()));
-  std::filesystem::remove_all(base);
-  ::setenv("OFA_RUN_DIR", base.c_str(), 1);
+using Made = ofa::test::RunDir;  // OFA_RUN_DIR names a fresh directory
+
+TEST_F(Made, MakesFoldersWithMode0700AndRefusesLongPaths) {
   std::string path = hsl_cmd_path(1);
   EXPECT_FALSE(ensure_parent_dir(path));
   struct stat st {};
-  ASSERT_EQ(::stat((base / "hsl").c_str(), &st), 0);
+  ASSERT_EQ(::stat(this->path("hsl").c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 0777, 0700u);
   EXPECT_FALSE(ensure_parent_dir(path));  // a second time is fine
-  auto err = ensure_parent_dir(base.string() + "/" + std::string(120, 'x'));
+  auto err = ensure_parent_dir(dir_ + "/" + std::string(120, 'x'));
   ASSERT_TRUE(err);
   EXPECT_NE(err->find("socket address"), std::string::npos);
-  std::filesystem::remove_all(base);
-  ::unsetenv("OFA_RUN_DIR");
 }
 
-TEST(RunDir, CheckRefusesADirectoryOthersMayWrite) {
-  auto base = std::filesystem::temp_directory_path() / ("ofa-rundir-" + std::to_string(::getpid()));
+TEST_F(Made, CheckRefusesADirectoryOthersMayWrite) {
+  std::filesystem::path base = path("run");
   ::setenv("OFA_RUN_DIR", base.c_str(), 1);
   struct Case {
     mode_t mode;  // 0: missing
@@ -66,8 +65,6 @@ TEST(RunDir, CheckRefusesADirectoryOthersMayWrite) {
       EXPECT_FALSE(std::filesystem::exists(base / "hsl"));
     }
   }
-  std::filesystem::remove_all(base);
-  ::unsetenv("OFA_RUN_DIR");
 }
 
 }  // namespace

@@ -13,8 +13,6 @@ using ofa::mgr::FlowMsg;
 using ofa::test::FlowCounts;
 using ofa::test::FlowEnv;
 
-constexpr uint32_t kHandleWord = 28;  // handle of an update or delete request
-
 class FlowFaults : public FlowEnv {
  protected:
   void SetUp() override {
@@ -65,18 +63,6 @@ TEST_F(FlowFaults, AGenericAddRefusedOnTheSecondChipLeavesTheFirst) {
   EXPECT_EQ(hsl().requests.at(0).target, hsl().requests.at(1).target + (1u << 7));
   EXPECT_EQ(counts().flows, 0u);
   EXPECT_EQ(counts().tree_nodes, 1u);
-}
-
-// Updates and deletes name the handle of flat chip 0's slot, which a port flow of chip 1 leaves
-// empty: the chip is asked for handle -1.
-TEST_F(FlowFaults, APortFlowOnChipOneIsUpdatedAndDeletedByTheFirstSlot) {
-  ASSERT_EQ(add(flow(10, 100, 31)), 1);
-  hsl().requests.clear();
-  EXPECT_EQ(modify(flow(10, 100, 31)), 1);
-  remove(10);
-  ASSERT_EQ(hsl().requests.size(), 2u);
-  EXPECT_EQ(hsl().requests[0].word(kHandleWord), 0xffffffffu);
-  EXPECT_EQ(hsl().requests[1].word(kHandleWord), 0xffffffffu);
 }
 
 TEST_F(FlowFaults, AModifyOfAWaitingFragmentDeletesIt) {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "adapter/catchall.h"
@@ -315,30 +316,6 @@ INSTANTIATE_TEST_SUITE_P(
                       DefaultModeCase{"add_two_ignored", 2, {}, 0, 0}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(Dispatch, GlobalDisableResetsAndRegistersAgain) {
-  deliver(op(OFM_ADD_FLOW, 5));
-  sent();
-  g_openflow_lp.default_action = 1;
-  deliver(config(OFM_CONFIG_OF, 1));  // enabling changes nothing
-  EXPECT_EQ(openflow_flow_count(), 1u);
-  EXPECT_TRUE(sent().empty());
-  hsl().requests.clear();
-  std::string out = printed([&] { deliver(config(OFM_CONFIG_OF, 0)); });
-  EXPECT_EQ(openflow_flow_count(), 0u);
-  // The flow's entries, then port 5's disable bulk.
-  EXPECT_EQ(hsl().commands(),
-            (std::vector<uint32_t>{OF_CMD_L2FLOW_DEL, OF_CMD_L2FLOW_DEL, OF_CMD_BULK}));
-  EXPECT_EQ(g_openflow_lp.mode, OFA_MODE_GENERIC);
-  EXPECT_EQ(g_openflow_lp.default_action, 0);
-  EXPECT_EQ(openflow_init_completed, 1);
-  EXPECT_NE(out.find("OPENFLOW Agent register with manager"), std::string::npos);
-  auto msgs = sent();
-  ASSERT_EQ(msgs.size(), 1u);
-  EXPECT_EQ(msgs[0], ofa::test::hex("02C00008 02C00004 00000001"));
-  deliver(op(OFM_ADD_FLOW, 5));  // the tables are back
-  EXPECT_EQ(openflow_flow_count(), 1u);
-}
-
 // ---- ports and VLANs ------------------------------------------------------------------------
 
 // IIVIDs 4000-4999 and mgids from 8000; the VLAN tables and the pseudo-VLAN made, and the group
@@ -540,19 +517,26 @@ TEST_F(PortsDispatch, VlanAndGroupMessagesWaitForTheAgent) {
   EXPECT_EQ(of_get_vlan_count(), 1u);
 }
 
-// A global disable deletes every group's next hop and forwarding entries, empties every flood
-// group, removes every VLAN (the pseudo-VLAN too), then takes OpenFlow off each port: its bulk
-// alone, with no translations and no flood group left.
-TEST_F(PortsDispatch, GlobalDisableTearsDownInOrder) {
+// A global disable deletes the flows' entries and every group's next hop and forwarding entries,
+// empties every flood group, removes every VLAN (the pseudo-VLAN too), then takes OpenFlow off each
+// port: its bulk alone, with no translations and no flood group left. The agent's records start
+// again and it registers anew; enabling is no change.
+TEST_F(PortsDispatch, GlobalDisableTearsDownInOrderAndRegistersAgain) {
   deliver(port_config(10, 1, 3));
   deliver(vlan(28, 4010, 100));
   deliver(port_vlan(26, 3, 100));
   mgr::GroupMsg indirect = std::get<mgr::GroupMsg>(group(19, 5));
   indirect.type = mgr::kGroupIndirect;
   deliver(indirect);
+  deliver(op(OFM_ADD_FLOW, 5));
+  sent();
+  g_openflow_lp.default_action = 1;
+  deliver(config(OFM_CONFIG_OF, 1));
+  EXPECT_EQ(openflow_flow_count(), 1u);
+  EXPECT_TRUE(sent().empty());
   hsl().requests.clear();
-  deliver(config(OFM_CONFIG_OF, 0));
-  std::vector<uint32_t> want;
+  std::string out = printed([&] { deliver(config(OFM_CONFIG_OF, 0)); });
+  std::vector<uint32_t> want{OF_CMD_L2FLOW_DEL, OF_CMD_L2FLOW_DEL};
   auto every_chip = [&](uint32_t cmd, int times) { want.insert(want.end(), 2 * times, cmd); };
   every_chip(OF_CMD_NHOP_DEL, 1);
   every_chip(OF_CMD_L2FWD_DEL, 1);
@@ -569,6 +553,14 @@ TEST_F(PortsDispatch, GlobalDisableTearsDownInOrder) {
   EXPECT_EQ(of_get_port_count(), 0);
   EXPECT_EQ(of_port_count, 0);
   EXPECT_EQ(of_lp_group_get_group_count(), 0u);
+  EXPECT_EQ(openflow_flow_count(), 0u);
+  EXPECT_EQ(
+      std::make_tuple(g_openflow_lp.mode, g_openflow_lp.default_action, openflow_init_completed),
+      std::make_tuple(uint8_t{OFA_MODE_GENERIC}, uint8_t{0}, 1));
+  EXPECT_NE(out.find("OPENFLOW Agent register with manager"), std::string::npos);
+  EXPECT_EQ(sent(), std::vector<Bytes>{ofa::test::hex("02C00008 02C00004 00000001")});
+  deliver(op(OFM_ADD_FLOW, 5));  // the tables are back
+  EXPECT_EQ(openflow_flow_count(), 1u);
 }
 
 }  // namespace

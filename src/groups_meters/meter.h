@@ -137,3 +137,9 @@ int openflow_lp_dpx_modify_meter(meter_node* meter, const meter_config* config);
 int openflow_lp_dpx_delete_meter(meter_node* meter);
 // A meter's policer for the flows; 4096 for a null chip or an unknown meter.
 uint32_t of_dpx_retrieve_policerid_from_meterid(const of_chip_entry* chip, uint32_t meter_id);
+
+// ---- statistics clear ------------------------------------------------------------------------
+inline constexpr uint32_t OF_METER_CLEAR_BATCH = 100;
+// Adds the meter's policer to the clear batch; at 100 ids, or with `last`, the batch goes to
+// every chip in one clear (slot 28; nothing without the family's handler) and empties.
+void lp_openflow_clear_hw_meter_stats(const meter_node* meter, int last);

@@ -155,14 +155,14 @@ void openflow_lp_meter_delete_all() {
   }
 }
 
-int lp_openflow_clear_meter_stats(uint32_t meter_id, int /*last*/) {
+int lp_openflow_clear_meter_stats(uint32_t meter_id, int last) {
   meter_node* m = find(meter_id);
   if (!m) {
     uprintf("lp_openflow_clear_meter_stats: meter_node NULL\n");
     return 0;
   }
   file_printf("Clearing Stats for Meter %u \n", meter_id);
-  // Wiring point: the statistics poll clears the meter's policers in the chips here.
+  lp_openflow_clear_hw_meter_stats(m, last);
   m->in_packets = m->in_bytes = m->reserved = 0;
   m->drop_packets = m->drop_bytes = m->remark_packets = m->remark_bytes = 0;
   return 1;

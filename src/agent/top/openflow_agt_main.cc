@@ -29,11 +29,11 @@
 #include "platform/run_dir.h"
 #include "platform/system.h"
 #include "platform/wire.h"
+#include "stats/stats.h"
 
 namespace {
 
 constexpr const char* kOptions = "S:s:d:v:c:m:i:g:";
-constexpr long kStatsPeriod = 5;
 constexpr uint8_t kProtocolWord = 63;
 
 volatile sig_atomic_t g_signal = 0;
@@ -83,9 +83,8 @@ void parse_options(int argc, char** argv) {
 }
 
 int ofa_stats_timer(thread* t) {
-  // Wiring point: the statistics poll (flow counters, meter statistics, queue statistics) runs
-  // here, before the timer is armed again, once the statistics subsystem is part of the agent.
-  thread_add_timer(t->zg, ofa_stats_timer, nullptr, kStatsPeriod);
+  ofa_stats_tick();
+  thread_add_timer_msec(t->zg, ofa_stats_timer, nullptr, ofa_stats_period_ms());
   std::fflush(stdout);
   return 0;
 }
@@ -285,7 +284,7 @@ int openflow_agt_main(int argc, char** argv) {
   ofa_register_dispatch({openflow_destroy, openflow_init});
   ofa_register_agent();
   ofInitIfTable();
-  thread_add_timer(openflowAgtPcb.lib, ofa_stats_timer, nullptr, kStatsPeriod);
+  thread_add_timer_msec(openflowAgtPcb.lib, ofa_stats_timer, nullptr, ofa_stats_period_ms());
 
   rc = openflowAgt_local_main(argc, argv);
   if (g_signal != 0) {

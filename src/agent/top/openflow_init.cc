@@ -11,6 +11,7 @@
 #include "ports/port_catchall.h"
 #include "ports/port_lifecycle.h"
 #include "ports/vlan_table.h"
+#include "stats/stats.h"
 
 int openflow_init(uint8_t mode) {
   if (openflow_init_completed) return 1;
@@ -25,6 +26,8 @@ int openflow_init(uint8_t mode) {
   if (!openflow_lp_meter_init()) file_printf("openflow_init: meter base not made\n");
   if (!openflow_lp_group_init()) file_printf("openflow_init: group base not made\n");
   of_init_ivid_mac_table();
+  ofa_stats_meter_reset();
+  if (!ofa_stats_init()) file_printf("openflow_init: statistics buckets not made\n");
   if (openflow_vlan_init() != 0) file_printf("openflow_init: VLAN tables not made\n");
   return 1;
 }
@@ -42,4 +45,5 @@ void openflow_destroy() {
   openflow_init_completed = 0;
   of_free_ivid_mac_table();
   openflow_vlan_destroy();
+  ofa_stats_destroy();
 }

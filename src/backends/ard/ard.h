@@ -8,6 +8,7 @@
 #include "backends/ard/ard_policers.h"
 #include "backends/ard/ard_ports.h"
 #include "backends/ard/ard_regions.h"
+#include "backends/ard/ard_stats.h"
 #include "backends/ard/ard_vlans.h"
 #include "backends/chip_handlers.h"
 
@@ -35,6 +36,8 @@ inline constexpr of_chip_handlers ard_handlers = {
     .policer_del = ard_of_policer_del,
     .get_flow_stats = ard_of_get_flow_stats,
     .clr_flow_stats = ard_of_clr_flow_stats,
+    .get_queue_stats = ard_of_get_queue_stats,
+    .clr_pol_stats = ard_of_clr_pol_stats,
     .group_l2_mgid_add = ard_of_group_l2_mgid_add,
     .group_l2_mgid_mod = ard_of_group_l2_mgid_upd,
     .group_l3_mgid_add = ard_of_group_l3_mgid_add,
@@ -45,5 +48,6 @@ inline constexpr of_chip_handlers ard_handlers = {
     .group_sp_nhop_add = ard_of_group_sp_nhop_add,
     .group_sp_nhop_mod = ard_of_group_sp_nhop_add,
     .group_nhop_del = ard_of_group_nhop_del,
+    .get_pol_stats = ard_of_get_pol_stats,
     .egr_vlan_trans_upd = ard_of_egr_vlan_trans_upd,
 };

@@ -61,9 +61,9 @@ int ard_of_get_pol_stats(uint32_t chip_ifindex, const uint32_t* ids, uint64_t* f
 int ard_of_clr_pol_stats(const uint32_t* ids, uint32_t n) {
   std::array<of_policer_key, kInstances * ARD_POL_STATS_MAX_IDS> keys{};
   uint32_t nkeys = ids ? pol_keys(ids, n, keys) : 0;
+  uint32_t rsp = OF_STATS_HDR_SIZE + kKeyBytes * nkeys;
   uint32_t len = of_build_policer_stats(ofNLReqArea(), OF_CMD_STATS_CLEAR,
-                                        std::span(keys).first(nkeys), 0, 0, 0);
-  uint32_t rsp = len;
+                                        std::span(keys).first(nkeys), 0, 0, rsp);
   return ofDispatchIoctlToAllChips(ofNLReqArea().data(), len, nullptr, &rsp);
 }
 

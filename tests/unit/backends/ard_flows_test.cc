@@ -1,14 +1,16 @@
 // `ard` flow handlers against the fake HSL: how a flow's match and actions become key, valid bits
 // and result of its TCAM entry; where the entry is placed; which handle updates and deletes name;
-// what the chip trees hold after a refusal; and the statistics rows.
+// what the chip trees hold after a refusal; the statistics rows; the policer and queue counters.
 #include <gtest/gtest.h>
 
 #include "agent/flow_record.h"
 #include "backends/ard/ard_flows.h"
+#include "backends/ard/ard_stats.h"
 #include "chip/chip_flow_tree.h"
 #include "chip/chip_req.h"
 #include "chip/engine_lookups.h"
 #include "chip/flow_stats_batch.h"
+#include "chip/queue_stats_record.h"
 #include "chip_env.h"
 #include "hex.h"
 #include "platform/wire.h"
@@ -390,6 +392,66 @@ TEST_F(ArdFlows, StatisticsClearGoesToEveryChip) {
     EXPECT_EQ(q.bytes, ofa::test::sparse(56,
                                          "0: 06270001 | 8: 00000038 00000038 | "
                                          "28: 0000000C 00 14 0001 | 48: 00000033 0000FFFF"));
+}
+
+// Policers 7 and 9, both instances: key k answers 1 + k conform and 100 + k exceed.
+TEST_F(ArdFlows, PolicerCountersAddBothInstancesAndKeepFailedReadsOut) {
+  const uint32_t ids[] = {7, 9};
+  std::array<uint64_t, 2> first{}, second{};
+  hsl().reply = [](size_t, std::span<uint8_t> area) {
+    ofa::wire::Writer w(area);
+    for (uint32_t k = 0; k < 4; ++k) {
+      uint32_t at = of_stats_result_offset(48, 4, OF_STATS_POLICER_RESULT_BYTES, k);
+      w.u64_at(at + 8, 1 + k);
+      w.u64_at(at + 24, 100 + k);
+    }
+  };
+  for (uint32_t flat : {0u, 1u})
+    EXPECT_EQ(ard_of_get_pol_stats(chip(flat)->ifindex, ids, first.data(), second.data(), 2), 0);
+  hsl().fail = {2};
+  EXPECT_EQ(ard_of_get_pol_stats(chip(0)->ifindex, ids, first.data(), second.data(), 2), -106);
+  EXPECT_EQ(first, (std::array<uint64_t, 2>{6, 14}));
+  EXPECT_EQ(second, (std::array<uint64_t, 2>{402, 410}));
+  ASSERT_EQ(hsl().requests.size(), 3u);
+  EXPECT_EQ(hsl().requests[1].target, chip(1)->ifindex);
+  EXPECT_EQ(hsl().requests[0].bytes,
+            ofa::test::sparse(96,
+                              "0: 06270000 | 8: 00000060 000000E4 | 28: 0000002E 00 00 0004 0004 | "
+                              "48: 00000007 00000000 0000FFFF 00000007 00000001 0000FFFF "
+                              "00000009 00000000 0000FFFF 00000009 00000001 0000FFFF"));
+}
+
+TEST_F(ArdFlows, PolicerClearGoesToEveryChip) {
+  const uint32_t ids[] = {7};
+  EXPECT_EQ(ard_of_clr_pol_stats(ids, 1), 0);
+  ASSERT_EQ(hsl().requests.size(), 2u);
+  for (const Request& q : hsl().requests)
+    EXPECT_EQ(q.bytes, ofa::test::sparse(72,
+                                         "0: 06270001 | 8: 00000048 00000048 | "
+                                         "28: 0000002E 00 00 0002 0000 | "
+                                         "48: 00000007 00000000 0000FFFF 00000007 00000001 0000FFFF"));
+}
+
+// Port 30 is read on its own chip; queue q answers q + 1 packets, 10 (q + 1) bytes. A refused
+// read leaves zeros, not the buffer's earlier reply.
+TEST_F(ArdFlows, QueueCountersComeFromThePortsChipOrAreZero) {
+  hsl().reply = [](size_t, std::span<uint8_t> area) {
+    ofa::wire::Writer w(area);
+    for (uint32_t q = 0; q < 8; ++q) {
+      w.u64_at(OF_QUEUE_STATS_FIRST + 8 * q, q + 1);
+      w.u64_at(OF_QUEUE_STATS_SECOND + 8 * q, 10 * (q + 1));
+    }
+  };
+  of_queue_stats_record rec{30, {}};
+  EXPECT_EQ(ard_of_get_queue_stats(&rec), 0);
+  EXPECT_EQ(hsl().requests.at(0).target, chip(1)->ifindex);
+  EXPECT_EQ(hsl().requests.at(0).word(48), port_ifindex(1, 30));
+  EXPECT_EQ(rec.queues[7].packets, 8u);
+  EXPECT_EQ(rec.queues[7].bytes, 80u);
+  hsl().fail = {1};
+  EXPECT_EQ(ard_of_get_queue_stats(&rec), -106);
+  for (const of_queue_counters& q : rec.queues)
+    EXPECT_EQ(q.packets + q.bytes, 0u);
 }
 
 }  // namespace

@@ -179,7 +179,7 @@ int ofa_push_flow_stats(uint32_t flow_id, uint64_t packets, uint64_t bytes) {
       .u32(0)
       .u64(packets)
       .u64(bytes);
-  int rc = of_send_mxl_msg(of_corvu_state.mi_sock, 0, buf, OFA_FLOW_STATS_MSG_SIZE);
+  int rc = ofa_stats_send(buf, OFA_FLOW_STATS_MSG_SIZE);
   if (rc != 0) file_printf("ipc send failed : %s : %d\n", __func__, rc);
   ipc_free_buffer(buf);
   return rc == 0 ? 1 : 0;

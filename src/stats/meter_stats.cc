@@ -70,8 +70,7 @@ void openflow_meter_stats_copy(const meter_node* m, uint8_t* msg) {
 }
 
 void openflow_send_meter_stats_msg_dpx(uint8_t* msg, uint32_t len) {
-  if (of_send_mxl_msg(of_corvu_state.mi_sock, 0, msg, len) != 0)
-    file_printf("ipc send failed : %s : %d\n", __func__, __LINE__);
+  if (ofa_stats_send(msg, len) != 0) file_printf("ipc send failed : %s : %d\n", __func__, __LINE__);
   ipc_free_buffer(msg);
 }
 

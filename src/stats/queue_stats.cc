@@ -45,7 +45,7 @@ int ofa_push_queue_stats(const of_queue_stats_record& record) {
     w.u64_at(at + 8, record.queues[q].bytes);
     w.u64_at(at + 16, record.queues[q].packets);
   }
-  int rc = of_send_mxl_msg(of_corvu_state.mi_sock, 0, buf, OFA_QUEUE_STATS_MSG_SIZE);
+  int rc = ofa_stats_send(buf, OFA_QUEUE_STATS_MSG_SIZE);
   if (rc != 0) file_printf("IPC send failed %s %d\n", __func__, rc);
   ipc_free_buffer(buf);
   return rc == 0 ? 1 : 0;

@@ -38,8 +38,10 @@ void ofa_stats_destroy();
 uint32_t ofa_stats_period_ms();
 // One tick: flows, meters, queues.
 void ofa_stats_tick();
-// The clock of the 50 ms limit (milliseconds); tests may set their own.
+// The clock of the 50 ms limit (milliseconds), and the send of every statistics message to the
+// manager (0 or a negative status); tests may set their own.
 extern uint64_t (*ofa_stats_clock_ms)();
+extern int (*ofa_stats_send)(const uint8_t* msg, uint32_t size);
 
 // ---- flows --------------------------------------------------------------------------------------
 // 1; at most 100 flows from the cursor, whatever `batch`. *out takes 0 when nothing is polled.

@@ -1,11 +1,18 @@
 // The tick: flows, then meters, then queues.
 #include <cstdlib>
 
+#include "agent/agent_globals.h"
+#include "manager/mxl.h"
 #include "stats/stats.h"
 
 namespace {
 constexpr uint32_t kPeriodMs = 5000;
+int send_to_manager(const uint8_t* msg, uint32_t size) {
+  return of_send_mxl_msg(of_corvu_state.mi_sock, 0, msg, size);
+}
 }  // namespace
+
+int (*ofa_stats_send)(const uint8_t* msg, uint32_t size) = send_to_manager;
 
 uint32_t ofa_stats_period_ms() {
   const char* text = std::getenv("OFA_STATS_PERIOD_MS");

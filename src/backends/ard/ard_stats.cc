@@ -25,11 +25,16 @@ constexpr uint32_t pol_reply_length(uint32_t n) {
 }
 static_assert(pol_reply_length(ARD_POL_STATS_MAX_IDS) <= OF_NL_MAX_REQUEST);
 static_assert(pol_reply_length(ARD_POL_STATS_MAX_IDS + 1) > OF_NL_MAX_REQUEST);
+static_assert(OF_STATS_HDR_SIZE + kInstances * kKeyBytes * ARD_POL_CLEAR_MAX_IDS <=
+              OF_NL_MAX_REQUEST);
+static_assert(OF_STATS_HDR_SIZE + kInstances * kKeyBytes * (ARD_POL_CLEAR_MAX_IDS + 1) >
+              OF_NL_MAX_REQUEST);
 
-// Both instances of each id, in id order.
-uint32_t pol_keys(const uint32_t* ids, uint32_t n,
-                  std::array<of_policer_key, kInstances * ARD_POL_STATS_MAX_IDS>& keys) {
-  n = std::min(n, ARD_POL_STATS_MAX_IDS);
+using key_array = std::array<of_policer_key, kInstances * ARD_POL_CLEAR_MAX_IDS>;
+
+// Both instances of each of the first `max` ids, in id order.
+uint32_t pol_keys(const uint32_t* ids, uint32_t n, uint32_t max, key_array& keys) {
+  n = std::min(n, max);
   for (uint32_t i = 0; i < n; ++i)
     for (uint32_t inst = 0; inst < kInstances; ++inst)
       keys[kInstances * i + inst] = {ids[i], inst};
@@ -40,8 +45,8 @@ uint32_t pol_keys(const uint32_t* ids, uint32_t n,
 
 int ard_of_get_pol_stats(uint32_t chip_ifindex, const uint32_t* ids, uint64_t* first,
                          uint64_t* second, uint32_t n) {
-  std::array<of_policer_key, kInstances * ARD_POL_STATS_MAX_IDS> keys{};
-  uint32_t nkeys = ids ? pol_keys(ids, n, keys) : 0;
+  key_array keys{};
+  uint32_t nkeys = ids ? pol_keys(ids, n, ARD_POL_STATS_MAX_IDS, keys) : 0;
   uint32_t rsp = std::max(OF_STATS_HDR_SIZE + kKeyBytes * nkeys, pol_reply_length(nkeys / 2));
   uint32_t len =
       of_build_policer_stats(ofNLReqArea(), OF_CMD_STATS_READ, std::span(keys).first(nkeys),
@@ -59,8 +64,8 @@ int ard_of_get_pol_stats(uint32_t chip_ifindex, const uint32_t* ids, uint64_t* f
 }
 
 int ard_of_clr_pol_stats(const uint32_t* ids, uint32_t n) {
-  std::array<of_policer_key, kInstances * ARD_POL_STATS_MAX_IDS> keys{};
-  uint32_t nkeys = ids ? pol_keys(ids, n, keys) : 0;
+  key_array keys{};
+  uint32_t nkeys = ids ? pol_keys(ids, n, ARD_POL_CLEAR_MAX_IDS, keys) : 0;
   uint32_t rsp = OF_STATS_HDR_SIZE + kKeyBytes * nkeys;
   uint32_t len = of_build_policer_stats(ofNLReqArea(), OF_CMD_STATS_CLEAR,
                                         std::span(keys).first(nkeys), 0, 0, rsp);

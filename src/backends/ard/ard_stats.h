@@ -11,10 +11,12 @@ struct of_queue_stats_record;
 // failed adds nothing. At most ARD_POL_STATS_MAX_IDS ids are read.
 int ard_of_get_pol_stats(uint32_t chip_ifindex, const uint32_t* ids, uint64_t* first,
                          uint64_t* second, uint32_t n);
-// Clears both instances of each id on every chip; at most ARD_POL_STATS_MAX_IDS ids.
+// Clears both instances of each id on every chip; at most ARD_POL_CLEAR_MAX_IDS ids.
 int ard_of_clr_pol_stats(const uint32_t* ids, uint32_t n);
 // The port's eight queues from the port's chip; a failed read leaves every counter 0.
 int ard_of_get_queue_stats(of_queue_stats_record* record);
 
 // A read of this many policers fills the request buffer: keys, bit set and 2 results each.
 inline constexpr uint32_t ARD_POL_STATS_MAX_IDS = 45;
+// A clear of this many policers fills it with keys.
+inline constexpr uint32_t ARD_POL_CLEAR_MAX_IDS = 166;

@@ -1,0 +1,283 @@
+// The statistics tick against the fake HSL, two chips in slot 1: the bytes of the three messages,
+// the flow cursor's orders and its 100-a-tick limit, the meter walk's batches of 25 and its 50 ms
+// limit with what a walk kept across ticks may still read, the clear batches, and the reads that
+// fail. What the agent pushes is caught at its send.
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "agent/flow_record.h"
+#include "agent/timebase.h"
+#include "chip/chip_req.h"
+#include "flow/flow_table.h"
+#include "flow_env.h"
+#include "groups_meters/meter.h"
+#include "hex.h"
+#include "platform/wire.h"
+#include "stats/stats.h"
+
+namespace {
+
+using ofa::test::sparse;
+using ids = std::vector<uint32_t>;
+
+constexpr uint32_t kRead = 0x06270000, kClear = 0x06270001, kChip0 = 0x84400000;
+
+// What the chips count: flow handle h has h * g_traffic packets and bytes; each policer key has
+// conform 1000 and exceed 200 on instance 0, 500 and 100 on instance 1.
+uint64_t g_traffic = 1;
+uint64_t g_now = 0, g_step = 0, g_read_ms = 0;
+uint64_t clock_ms() {
+  return g_now += g_step;
+}
+std::vector<std::vector<uint8_t>> g_sent;
+int capture(const uint8_t* msg, uint32_t size) {
+  g_sent.emplace_back(msg, msg + size);
+  return 0;
+}
+std::vector<std::vector<uint8_t>> take() {
+  return std::exchange(g_sent, {});
+}
+
+void answer(size_t, std::span<uint8_t> area) {
+  ofa::wire::Reader r(area);
+  if (r.u32_at(0) != kRead) return;
+  uint32_t cls = r.u32_at(28), n = r.u16_at(34);
+  ofa::wire::Writer w(area);
+  for (uint32_t k = 0; k < n; ++k) {
+    if (cls == OF_STATS_CLASS_POLICER) {
+      uint32_t at = of_stats_result_offset(12 * n, n, 32, k);
+      w.u64_at(at + 8, k % 2 ? 500 : 1000);
+      w.u64_at(at + 24, k % 2 ? 100 : 200);
+    } else if (cls != OF_STATS_CLASS_QUEUE) {
+      uint32_t at = of_stats_result_offset(8 * n, n, 24, k);
+      w.u64_at(at + 8, r.u32_at(48 + 8 * k) * g_traffic);
+      w.u64_at(at + 16, r.u32_at(48 + 8 * k) * g_traffic);
+    }
+  }
+  if (cls == OF_STATS_CLASS_POLICER) g_now += g_read_ms;
+  if (cls == OF_STATS_CLASS_QUEUE) w.u64_at(OF_QUEUE_STATS_FIRST + 16, 5);
+}
+
+class Stats : public ofa::test::FlowEnv {
+ protected:
+  void SetUp() override {
+    FlowEnv::SetUp();
+    openflow_init_completed = 1;
+    openflowAgtPcb.hw.policer_start = 1;
+    ASSERT_EQ(openflow_lp_meter_init(), 1);
+    ASSERT_EQ(ofa_stats_init(), 1);
+    port(3, 1, 3);
+    g_traffic = 1, g_now = 0, g_step = 0, g_read_ms = 0;
+    ofa_stats_clock_ms = clock_ms;
+    ofa_stats_send = capture;
+    g_sent.clear();
+    hsl().reply = answer;
+  }
+  void TearDown() override {
+    ofa_stats_clock_ms = ofa_timebase_ms;
+    ofa_stats_send = default_send_;
+    for (uint32_t id : flows_)
+      remove(id);
+    flows_.clear();
+    FlowEnv::TearDown();
+  }
+  void flows(uint32_t from, uint32_t to, uint16_t in_port = 3) {
+    for (uint32_t id = from; id <= to; ++id) {
+      ASSERT_EQ(add(flow(id, 10, in_port)), 1);
+      flows_.push_back(id);
+    }
+  }
+  static void meters(uint32_t from, uint32_t to, bool with_flows = true) {
+    for (uint32_t id = from; id <= to; ++id) {
+      ASSERT_EQ(lp_openflow_generic_add_meter({OFM_ADD_METER, id, 0, 1000, 0, 0, 0, 0, 1}), 1);
+      if (with_flows) openflow_inc_meter_flow_count(id);
+    }
+  }
+  // One tick: the flow ids pushed, each meter message's meter ids, and the keys of every read.
+  struct Tick {
+    ids flows, queues;
+    std::vector<ids> meters;
+    ids keys;  // per read request
+  };
+  Tick tick() {
+    hsl().requests.clear();
+    ofa_stats_tick();
+    Tick t;
+    for (const auto& d : take()) {
+      ofa::wire::Reader r(d.data(), d.size());
+      uint32_t type = r.u32_at(0) >> 22;
+      if (type == 5) t.flows.push_back(r.u32_at(8));
+      if (type == 6) t.queues.push_back(r.u16_at(8));
+      if (type == 4) {
+        t.meters.emplace_back();
+        for (uint32_t i = 0; i < r.u32_at(4); ++i)
+          t.meters.back().push_back(r.u32_at(8 + 64 * i));
+      }
+    }
+    for (const auto& q : hsl().requests)
+      if (q.command == kRead && q.word(28) != OF_STATS_CLASS_QUEUE && q.target == kChip0)
+        t.keys.push_back(q.word(32) & 0xffff);
+    return t;
+  }
+  static ids range(uint32_t from, uint32_t to) {
+    ids v;
+    for (uint32_t i = from; i <= to; ++i)
+      v.push_back(i);
+    return v;
+  }
+  static inline auto default_send_ = ofa_stats_send;
+  ids flows_;
+};
+
+// ---- the three messages, byte for byte
+// -----------------------------------------------------------
+
+// Meter 1 sums both chips: in 2 x 1800, drop 2 x 300.
+TEST_F(Stats, MessagesAreByteForByte) {
+  meters(1, 1);
+  ofa_push_flow_stats(10, 5, 5000000320);
+  lp_openflow_sync_meter_statistics();
+  of_queue_stats_record q{3, {}};
+  q.queues[2] = {5, 320};
+  ofa_push_queue_stats(q);
+  std::string queue_text =
+      "0: 0180014C 0001 0000 0003 | 100: 00000002 0000000000000140 0000000000000005";
+  for (uint32_t i = 1; i < 8; ++i)
+    if (i != 2)
+      queue_text += " | " + std::to_string(16 + 40 * i + 4) + ": 0000000" + std::to_string(i);
+  const std::vector<std::vector<uint8_t>> want = {
+      sparse(32, "0: 0140001C 0001 0000 0000000A 00000000 0000000000000005 000000012A05F340"),
+      sparse(1736,
+             "0: 010006C4 00000001 | 8: 00000001 | 24: 0000000000000E10 | 48: 0000000000000258"),
+      sparse(336, queue_text),
+  };
+  EXPECT_EQ(take(), want);
+}
+
+// ---- flows
+// ---------------------------------------------------------------------------------------
+
+// 250 flows: 1-100, 101-200, 201-250, then after new traffic 1-100 again; no read of more than 100
+// keys. Flows that are walked but give no row (here on a port of both kinds) still move the
+// cursor, so that it wraps.
+TEST_F(Stats, FlowCursorResumesAndWraps) {
+  flows(1, 250);
+  EXPECT_EQ(tick().flows, range(1, 100));
+  EXPECT_EQ(ofa_stats_flow_cursor(), 100u);
+  Tick t = tick();
+  EXPECT_EQ(t.flows, range(101, 200));
+  EXPECT_EQ(t.keys, (ids{100}));
+  EXPECT_EQ(tick().flows, range(201, 250));
+  EXPECT_EQ(ofa_stats_flow_cursor(), 0u);
+  EXPECT_EQ(tick().flows, ids{});  // counters stand still
+  g_traffic = 2;
+  EXPECT_EQ(tick().flows, range(101, 200));
+}
+
+TEST_F(Stats, SkippedFlowsAtTheEndStillWrap) {
+  port(4, 1, 4);
+  flows(1, 100);
+  flows(101, 110, 4);
+  ofLookupIfEntrybyPortId(4)->of_hybrid = 1;
+  EXPECT_EQ(tick().keys, (ids{100}));
+  EXPECT_EQ(tick().keys, ids{});
+  EXPECT_EQ(ofa_stats_flow_cursor(), 0u);
+  g_traffic = 3;
+  EXPECT_EQ(tick().flows, range(1, 100));
+}
+
+// A refused read pushes 0 and 0 for the flows that had counters, their totals at the next tick.
+TEST_F(Stats, FailedFlowReadPushesZeros) {
+  flows(1, 2);
+  EXPECT_EQ(tick().flows, (ids{1, 2}));
+  hsl().fail_if = [](size_t i) { return hsl().requests[i].command == kRead; };
+  EXPECT_EQ(tick().flows, (ids{1, 2}));
+  EXPECT_EQ(openflow_lookup_flow_by_id(1)->packet_count, 0u);
+  hsl().fail_if = nullptr;
+  EXPECT_EQ(tick().flows, (ids{1, 2}));
+}
+
+// ---- meters
+// --------------------------------------------------------------------------------------
+
+// 30 metered meters: 25 records then 5, ascending; meter 31 without flows is never read.
+TEST_F(Stats, MeterBatchesOf25) {
+  meters(1, 30);
+  meters(31, 31, false);
+  Tick t = tick();
+  EXPECT_EQ(t.meters, (std::vector<ids>{range(1, 25), range(26, 30)}));
+  EXPECT_EQ(t.keys, (ids{50, 10}));
+  EXPECT_EQ(tick().meters.size(), 2u);  // every tick, no change test
+}
+
+// Batches that take 30 ms (15 on each chip): 100 meters go 1-50, then 51-100. Batches of 60 ms
+// on 25 meters: the walk stops on the last meter and the next tick is empty.
+TEST_F(Stats, MeterWalkStopsAfter50ms) {
+  meters(1, 100);
+  g_read_ms = 15;
+  EXPECT_EQ(tick().meters, (std::vector<ids>{range(1, 25), range(26, 50)}));
+  EXPECT_EQ(tick().meters, (std::vector<ids>{range(51, 75), range(76, 100)}));
+  lp_openflow_generic_del_meter(OF_METER_ALL);
+  meters(1, 25);
+  g_read_ms = 30;
+  ids per_tick;  // the first ends the walk kept on meter 100, gone
+  for (int i = 0; i < 4; ++i)
+    per_tick.push_back(static_cast<uint32_t>(tick().meters.size()));
+  EXPECT_EQ(per_tick, (ids{0, 1, 0, 1}));
+}
+
+// A clock that moves 1 ms a look: the walk stops with meter 51 waiting in the read batch. Meter
+// 51 goes (or loses its flows in a modify) before the next tick: it is never read.
+TEST_F(Stats, KeptWalkNeverReadsAMeterGone) {
+  for (bool modify : {false, true}) {
+    lp_openflow_generic_del_meter(OF_METER_ALL);
+    meters(1, 60);
+    g_step = 1;
+    EXPECT_EQ(tick().keys, (ids{50, 50}));
+    openflow_dec_meter_flow_count(51);
+    if (modify)
+      lp_openflow_generic_modify_meter({OFM_MODIFY_METER, 51, 0, 2000, 0, 0, 0, 0, 1});
+    else
+      lp_openflow_generic_del_meter(51);
+    Tick t = tick();
+    EXPECT_EQ(t.meters, (std::vector<ids>{range(52, 60)})) << modify;
+    EXPECT_EQ(t.keys, (ids{18})) << modify;
+  }
+}
+
+// Clears: one meter, both instances of its policer; all of 250 meters in batches of 100 ids.
+TEST_F(Stats, MeterClearsInBatchesOf100) {
+  meters(1, 250, false);
+  auto cleared = [] {
+    ids keys;
+    for (const auto& q : hsl().requests)
+      if (q.command == kClear && q.target == hsl().requests[0].target)
+        keys.push_back(q.word(32) & 0xffff);
+    return keys;
+  };
+  hsl().requests.clear();
+  lp_openflow_generic_clear_meter_stats(1);
+  EXPECT_EQ(cleared(), (ids{2}));
+  hsl().requests.clear();
+  lp_openflow_generic_clear_meter_stats(OF_METER_ALL);
+  EXPECT_EQ(cleared(), (ids{200, 200, 100}));
+}
+
+// ---- queues
+// --------------------------------------------------------------------------------------
+
+// Ports 3 and 5 of this slot send every tick; a refused read still sends the port, with zeros.
+TEST_F(Stats, QueuesOfEveryLocalPortEveryTick) {
+  port(40, 2, 3);  // another slot's
+  EXPECT_EQ(tick().queues, (ids{5, 3}));
+  hsl().fail_if = [](size_t) { return true; };
+  ofa_stats_tick();
+  for (const auto& d : take())
+    EXPECT_EQ(d,
+              sparse(336, "0: 0180014C 0001 0000 " + std::string(d[9] == 5 ? "0005" : "0003") +
+                              " | 60: 00000001 | 100: 00000002 | 140: 00000003 | 180: 00000004 | "
+                              "220: 00000005 | 260: 00000006 | 300: 00000007"));
+}
+
+}  // namespace

@@ -27,6 +27,24 @@ TEST(Fault, FiresOnceNTimesOrFromTheNth) {
   }
 }
 
+// A statistics fault aimed at class 46 leaves flow reads (class 12) alone; a slow entry answers
+// the request as the chip would (its delay is the benchmarks' to see) and is spent like a fault.
+TEST(Fault, StatisticsClassAndSlowAnswers) {
+  Model m(config(Family::ard));
+  m.add_fault({.command = 0x06270000, .status = -106, .cls = 46});
+  m.add_fault({.command = 0x06270000,
+               .status = 0,
+               .cls = 12,
+               .delay_ms = 1,
+               .mode = FaultMode::times,
+               .n = 2});
+  auto read = [&](uint32_t cls) { return status_of(m, Req(0x06270000, 48).u32(28, cls)); };
+  EXPECT_EQ((std::vector<int32_t>{read(12), read(12), read(12), read(46), read(46)}),
+            (std::vector<int32_t>{0, 0, 0, -106, 0}));
+  EXPECT_EQ(m.stats().faults_fired, 3u);
+  EXPECT_TRUE(m.faults().empty());
+}
+
 TEST(Fault, SecondDefaultEntryFailsFirstStays) {
   Model m(config(Family::ard));
   ASSERT_EQ(status_of(m, region_add(10, 30, 24, 1, 4)), 0);

@@ -94,7 +94,35 @@ Options options(std::span<const std::string_view> w,
 }
 
 constexpr std::string_view kFaultUsage =
-    "usage: fault <command> <status> [once|times N|from N] [chip IFINDEX]";
+    "usage: fault <command> <status> [once|times N|from N] [chip IFINDEX] [class N]";
+constexpr std::string_view kSlowUsage =
+    "usage: slow <command> <ms> [once|times N|from N] [chip IFINDEX] [class N]";
+
+// The words after the command and its status (or delay): the count, then "chip IFINDEX" and
+// "class N" at the end in either order. An error text, or empty.
+std::string fault_tail(std::vector<std::string_view> rest, Fault& f, std::string_view usage) {
+  while (rest.size() >= 2 &&
+         (rest[rest.size() - 2] == "chip" || rest[rest.size() - 2] == "class")) {
+    auto v = number<uint32_t>(rest.back());
+    bool chip = rest[rest.size() - 2] == "chip";
+    if (!v || *v == 0)
+      return std::string(chip ? "bad chip \"" : "bad class \"") + std::string(rest.back()) + "\"";
+    (chip ? f.chip : f.cls) = *v;
+    rest.resize(rest.size() - 2);
+  }
+  if (rest.empty()) return {};
+  if (rest[0] == "once" && rest.size() == 1) {
+    f.mode = FaultMode::once;
+  } else if ((rest[0] == "times" || rest[0] == "from") && rest.size() == 2) {
+    auto n = number<uint32_t>(rest[1]);
+    if (!n || *n == 0) return "bad count \"" + std::string(rest[1]) + "\"";
+    f.mode = rest[0] == "times" ? FaultMode::times : FaultMode::from;
+    f.n = *n;
+  } else {
+    return std::string(usage);
+  }
+  return {};
+}
 
 std::string cmd_fault(Control& c, std::span<const std::string_view> w) {
   if (w.empty()) return error(kFaultUsage);
@@ -106,6 +134,8 @@ std::string cmd_fault(Control& c, std::span<const std::string_view> w) {
           .field("command", command_name(f.command))
           .field("status", f.status)
           .field("chip", f.chip)
+          .field("class", f.cls)
+          .field("delay_ms", f.delay_ms)
           .field("n", f.n)
           .field("seen", f.seen)
           .field("fired", f.fired)
@@ -129,30 +159,31 @@ std::string cmd_fault(Control& c, std::span<const std::string_view> w) {
   Fault f;
   f.command = *command;
   f.status = *st;
-  // Trailing "chip IFINDEX" limits the fault to one chip.
-  std::vector<std::string_view> rest(w.begin() + 2, w.end());
-  if (rest.size() >= 2 && rest[rest.size() - 2] == "chip") {
-    auto chip = number<uint32_t>(rest.back());
-    if (!chip || *chip == 0) return error("bad chip \"" + std::string(rest.back()) + "\"");
-    f.chip = *chip;
-    rest.resize(rest.size() - 2);
-  }
-  if (!rest.empty()) {
-    if (rest[0] == "once" && rest.size() == 1) {
-      f.mode = FaultMode::once;
-    } else if ((rest[0] == "times" || rest[0] == "from") && rest.size() == 2) {
-      auto n = number<uint32_t>(rest[1]);
-      if (!n || *n == 0) return error("bad count \"" + std::string(rest[1]) + "\"");
-      f.mode = rest[0] == "times" ? FaultMode::times : FaultMode::from;
-      f.n = *n;
-    } else {
-      return error(kFaultUsage);
-    }
-  }
+  if (auto e = fault_tail({w.begin() + 2, w.end()}, f, kFaultUsage); !e.empty()) return error(e);
   c.model.add_fault(f);
   return ok()
       .field("command", command_name(f.command))
       .field("status", f.status)
+      .end_object()
+      .take();
+}
+
+// Slow answers: the request is carried out, and answered `ms` later. Removed with fault clear.
+std::string cmd_slow(Control& c, std::span<const std::string_view> w) {
+  if (w.size() < 2) return error(kSlowUsage);
+  auto command = command_from_text(w[0]);
+  if (!command) return error("unknown command \"" + std::string(w[0]) + "\"");
+  auto ms = number<uint32_t>(w[1]);
+  if (!ms || *ms == 0 || *ms > 10000) return error("bad delay \"" + std::string(w[1]) + "\"");
+  Fault f;
+  f.command = *command;
+  f.status = 0;
+  f.delay_ms = *ms;
+  if (auto e = fault_tail({w.begin() + 2, w.end()}, f, kSlowUsage); !e.empty()) return error(e);
+  c.model.add_fault(f);
+  return ok()
+      .field("command", command_name(f.command))
+      .field("delay_ms", f.delay_ms)
       .end_object()
       .take();
 }
@@ -439,6 +470,7 @@ std::string control_command(Control& c, std::string_view line) {
     return j.end_array().end_object().take();
   }
   if (w[0] == "fault") return cmd_fault(c, args);
+  if (w[0] == "slow") return cmd_slow(c, args);
   if (w[0] == "event") return cmd_event(c, args);
   if (w[0] == "traffic") return cmd_traffic(c, args);
   if (w[0] == "help") {
@@ -449,8 +481,9 @@ std::string control_command(Control& c, std::string_view line) {
           "query port ID | vlan ID|all | xlate PORT IIVID | region LDEV REGION | l2 IIVID MAC | "
           "mgid ID | nhop ID | policer ID INSTANCE [chip IFINDEX]",
           "stats", "check", "reset",
-          "fault <command> <status> [once|times N|from N] [chip IFINDEX]", "fault clear [command]",
-          "fault list",
+          "fault <command> <status> [once|times N|from N] [chip IFINDEX] [class N]",
+          "slow <command> <ms> [once|times N|from N] [chip IFINDEX] [class N]",
+          "fault clear [command]", "fault list",
           "event chip-up|chip-down|slot-up|slot-down|ignored [slot N] [chip N] [class N] "
           "[close none|close type N]",
           "event error [code N] [type N] [seq N]", "traffic all P B",

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdio>
+#include <thread>
 
 #include "model/commands.h"
 #include "model/exchange.h"
@@ -164,7 +166,12 @@ int32_t run_request(Model& m, ChipState& chip, std::span<uint8_t> buf, size_t re
     return finish(problem.status, problem.why, false);
   }
   std::optional<int32_t> fault;
-  if (commit) fault = m.take_fault(command, chip.ifindex);
+  uint32_t cls = command == cmd::kStatsRead || command == cmd::kStatsClear ? head.u32_at(28) : 0;
+  if (commit) fault = m.take_fault(command, chip.ifindex, cls);
+  if (commit && !fault) {
+    if (uint32_t ms = m.take_delay(command, chip.ifindex, cls))
+      std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+  }
   Exchange x{.model = m,
              .chip = chip,
              .rules = m.rules(),
@@ -215,9 +222,12 @@ ChipState* Model::chip(uint32_t ifindex) {
   return it == chips_.end() ? nullptr : &it->second;
 }
 
-std::optional<int32_t> Model::take_fault(uint32_t command, uint32_t chip_if) {
+std::vector<Fault>::iterator Model::fire(uint32_t command, uint32_t chip_if, uint32_t cls,
+                                         bool slow) {
   for (auto it = faults_.begin(); it != faults_.end(); ++it) {
-    if (it->command != command || (it->chip != 0 && it->chip != chip_if)) continue;
+    if (it->command != command || (it->chip != 0 && it->chip != chip_if) ||
+        (it->cls != 0 && it->cls != cls) || (it->delay_ms != 0) != slow)
+      continue;
     ++it->seen;
     bool fire = false;
     switch (it->mode) {
@@ -234,13 +244,31 @@ std::optional<int32_t> Model::take_fault(uint32_t command, uint32_t chip_if) {
     if (!fire) continue;
     ++it->fired;
     ++stats_.faults_fired;
-    int32_t s = it->status;
-    bool spent =
-        (it->mode == FaultMode::once) || (it->mode == FaultMode::times && it->fired >= it->n);
-    if (spent) faults_.erase(it);
-    return s;
+    return it;
   }
-  return std::nullopt;
+  return faults_.end();
+}
+
+namespace {
+bool spent(const Fault& f) {
+  return f.mode == FaultMode::once || (f.mode == FaultMode::times && f.fired >= f.n);
+}
+}  // namespace
+
+std::optional<int32_t> Model::take_fault(uint32_t command, uint32_t chip_if, uint32_t cls) {
+  auto it = fire(command, chip_if, cls, false);
+  if (it == faults_.end()) return std::nullopt;
+  int32_t s = it->status;
+  if (spent(*it)) faults_.erase(it);
+  return s;
+}
+
+uint32_t Model::take_delay(uint32_t command, uint32_t chip_if, uint32_t cls) {
+  auto it = fire(command, chip_if, cls, true);
+  if (it == faults_.end()) return 0;
+  uint32_t ms = it->delay_ms;
+  if (spent(*it)) faults_.erase(it);
+  return ms;
 }
 
 void Model::clear_faults(std::optional<uint32_t> command) {

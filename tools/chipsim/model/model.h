@@ -67,11 +67,15 @@ struct Stats {
 enum class FaultMode { once, times, from };
 
 // A status to answer in place of the chip's work for a command: once, for the next n requests,
-// or from the n-th request on (counted from when the fault is set), on every chip or on one.
+// or from the n-th request on (counted from when the fault is set), on every chip or on one, for
+// statistics of every class or of one. A slow entry (delay_ms above 0) carries the request out
+// and answers it that much later instead.
 struct Fault {
   uint32_t command = 0;
   int32_t status = -1;
   uint32_t chip = 0;  // interface index of the one chip it applies to; 0 for every chip
+  uint32_t cls = 0;   // statistics class (word 28) it applies to; 0 for every class
+  uint32_t delay_ms = 0;
   FaultMode mode = FaultMode::once;
   uint32_t n = 1;
   uint32_t seen = 0;
@@ -127,8 +131,11 @@ class Model {
 
   // Used by the request handlers.
   Stats& mutable_stats() { return stats_; }
-  // The fault that answers this request, if one fires; counts it.
-  std::optional<int32_t> take_fault(uint32_t command, uint32_t chip);
+  // The fault that answers this request, if one fires; counts it. `cls` is the statistics class
+  // of a statistics request, else 0.
+  std::optional<int32_t> take_fault(uint32_t command, uint32_t chip, uint32_t cls = 0);
+  // The delay of a slow entry that fires for this request, 0 for none.
+  uint32_t take_delay(uint32_t command, uint32_t chip, uint32_t cls = 0);
   void error_line(const std::string& line) {
     if (errlog_) errlog_(line);
   }
@@ -136,6 +143,9 @@ class Model {
 
  private:
   void build_chips();
+
+  // The first entry of the kind (slow or not) that fires for the request, counted; or end.
+  std::vector<Fault>::iterator fire(uint32_t command, uint32_t chip, uint32_t cls, bool slow);
 
   ModelConfig cfg_;
   std::map<uint32_t, ChipState> chips_;

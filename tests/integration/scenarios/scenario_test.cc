@@ -1,7 +1,8 @@
-// Scenario files against the real programs: for each file under this folder, ../groups and
-// ../evt (and the example session basic.scn), ofa-chipsim and
+// Scenario files against the real programs: for each file under this folder, ../groups, ../evt
+// and ../stats (and the example session basic.scn), ofa-chipsim and
 // openflowAgtd on a fresh run directory and the file's platform ("# platform: PATH" on one of its
-// first lines, relative to the source tree), and `ofa-mgr run` of the file with the agent's debug
+// first lines, relative to the source tree) and environment ("# env: NAME=VALUE" lines, for the
+// agent's test hooks), and `ofa-mgr run` of the file with the agent's debug
 // log for its `expect log` lines. The file passes when every expectation is met, the chip is left
 // consistent, and, where a golden request log `<name>.requests.jsonl` stands next to it, the chip's
 // last requests are those lines.
@@ -18,7 +19,8 @@ namespace fs = std::filesystem;
 std::vector<std::string> scenario_files() {
   std::vector<std::string> out;
   for (const char* dir :
-       {OFA_SCENARIO_DIR, OFA_SCENARIO_DIR "/../groups", OFA_SCENARIO_DIR "/../evt"})
+       {OFA_SCENARIO_DIR, OFA_SCENARIO_DIR "/../groups", OFA_SCENARIO_DIR "/../evt",
+        OFA_SCENARIO_DIR "/../stats"})
     for (const auto& e : fs::recursive_directory_iterator(dir))
       if (e.path().extension() == ".scn") out.push_back(e.path().string());
   out.push_back(std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn");
@@ -60,6 +62,9 @@ TEST_P(Scenario, EveryExpectationIsMet) {
   const std::string file = GetParam();
   std::string platform = platform_of(file);
   if (!platform.empty()) env_["OFA_PLATFORM"] = platform;
+  for (const std::string& l : ofa::test::lines(ofa::test::read_file(file)))
+    if (l.starts_with("# env: ") && l.find('=') != std::string::npos)
+      env_[l.substr(7, l.find('=') - 7)] = l.substr(l.find('=') + 1);
   ofa::test::Child sim, mgr, agent;
   sim.start(OFA_CHIPSIM_BIN, {"--no-auto-events", "--log", path("requests.jsonl")}, env_,
             path("chipsim.out"));

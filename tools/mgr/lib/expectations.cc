@@ -44,7 +44,8 @@ std::optional<Counters> counters_of(const ExpectStatsStep& want, const Message& 
         if (r.meter_id != want.id) continue;
         return Counters{{"in_packets", r.in_packets},         {"in_bytes", r.in_bytes},
                         {"drop_packets", r.drop_packets},     {"drop_bytes", r.drop_bytes},
-                        {"remark_packets", r.remark_packets}, {"remark_bytes", r.remark_bytes}};
+                        {"remark_packets", r.remark_packets}, {"remark_bytes", r.remark_bytes},
+                        {"records", ms->records.size()}};
       }
       return std::nullopt;
     }

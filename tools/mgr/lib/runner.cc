@@ -254,12 +254,21 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
       }
     } else if (const auto* st = std::get_if<ExpectStatsStep>(&step.action)) {
       ++sum.expectations;
-      double t = st->timeout.value_or(opt.timeout);
+      double t = st->timeout.value_or(st->none ? 1.0 : opt.timeout);
       auto m = inbox.take(t, [st](const Message& x) {
         auto c = counters_of(*st, x);
         return c && meets(*st, *c);
       });
-      if (m) {
+      if (st->none) {
+        if (!m) {
+          line(opt, step.line, "ok", step.source, "none within " + secs(t));
+        } else {
+          ++sum.failed;
+          line(opt, step.line, "FAILED", step.source);
+          more(opt, "expected: none with " + conditions_text(*st) + " within " + secs(t));
+          more(opt, "got:      " + counters_text(*counters_of(*st, *m)));
+        }
+      } else if (m) {
         line(opt, step.line, "ok", step.source, counters_text(*counters_of(*st, *m)));
       } else {
         ++sum.failed;

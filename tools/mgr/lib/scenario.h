@@ -60,7 +60,8 @@ struct ExpectNoStatusStep {
   std::optional<double> timeout;
 };
 // expect flow-stats ID | queue-stats PORT [queue=Q] | meter-stats METER, with conditions on the
-// counters (packets=N, bytes>=N, ...): the first message of that kind and id that meets them.
+// counters (packets=N, bytes>=N, ...; a meter's `records`, the count of its message): the first
+// message of that kind and id that meets them.
 enum class StatsKind { flow, queue, meter };
 struct CounterCondition {
   std::string counter;    // packets, bytes; meters: in_packets, in_bytes, drop_bytes, ...
@@ -73,6 +74,7 @@ struct ExpectStatsStep {
   std::optional<uint32_t> queue;  // queue-stats: one queue instead of the sum of the eight
   std::vector<CounterCondition> conditions;
   std::optional<double> timeout;
+  bool none = false;  // expect no ...: no such message within the time (default 1 s)
 };
 struct SleepStep {
   double seconds = 0;

@@ -18,9 +18,8 @@ namespace fs = std::filesystem;
 // after the registration that scripts/demo.sh waits for, so the demo itself runs it).
 std::vector<std::string> scenario_files() {
   std::vector<std::string> out;
-  for (const char* dir :
-       {OFA_SCENARIO_DIR, OFA_SCENARIO_DIR "/../groups", OFA_SCENARIO_DIR "/../evt",
-        OFA_SCENARIO_DIR "/../stats"})
+  for (const char* dir : {OFA_SCENARIO_DIR, OFA_SCENARIO_DIR "/../groups",
+                          OFA_SCENARIO_DIR "/../evt", OFA_SCENARIO_DIR "/../stats"})
     for (const auto& e : fs::recursive_directory_iterator(dir))
       if (e.path().extension() == ".scn") out.push_back(e.path().string());
   out.push_back(std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn");

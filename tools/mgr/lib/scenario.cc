@@ -71,8 +71,9 @@ StepResult expect_stats(StatsKind kind, const std::string& what, std::span<const
 
 // expect no status <flow id> [timeout=D], or expect no flow-stats|queue-stats|meter-stats ...
 StepResult expect_no_status(std::span<const std::string> w) {
-  const std::pair<const char*, StatsKind> kinds[] = {
-      {"flow-stats", StatsKind::flow}, {"queue-stats", StatsKind::queue}, {"meter-stats", StatsKind::meter}};
+  const std::pair<const char*, StatsKind> kinds[] = {{"flow-stats", StatsKind::flow},
+                                                     {"queue-stats", StatsKind::queue},
+                                                     {"meter-stats", StatsKind::meter}};
   for (const auto& [word, kind] : kinds) {
     if (w.empty() || w[0] != word) continue;
     StepResult r = expect_stats(kind, "no " + w[0], w.subspan(1));
@@ -96,8 +97,8 @@ StepResult expect_no_status(std::span<const std::string> w) {
 StepResult expect_stats(StatsKind kind, const std::string& what, std::span<const std::string> w) {
   static const std::vector<std::string> kFlowCounters = {"packets", "bytes"};
   static const std::vector<std::string> kMeterCounters = {
-      "in_packets", "in_bytes", "drop_packets", "drop_bytes", "remark_packets", "remark_bytes",
-      "records"};
+      "in_packets",     "in_bytes",     "drop_packets", "drop_bytes",
+      "remark_packets", "remark_bytes", "records"};
   const auto& counters = kind == StatsKind::meter ? kMeterCounters : kFlowCounters;
   if (w.empty()) return StepResult::fail("expect " + what + " needs an id");
   ExpectStatsStep s;

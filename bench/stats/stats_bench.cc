@@ -18,6 +18,7 @@
 #include "agent/agent_globals.h"
 #include "agent/flow_record.h"
 #include "agent/reset.h"
+#include "agent_reset.h"
 #include "chip/chip_table.h"
 #include "chip/hsl_transport.h"
 #include "chip/if_table.h"
@@ -88,16 +89,7 @@ bool start_agent() {
   if (!openflow_lp_meter_init() || !ofa_stats_init()) return false;
   openflow_init_completed = 1;
   g_openflow_lp.mode = OFA_MODE_GENERIC;
-  for (uint32_t c = 0; c < 2; ++c) {
-    of_chip_event_record rec;
-    rec.event = OF_HSL_EVENT_CHIP_UP;
-    rec.slot = 1;
-    rec.local_chip_id = c;
-    rec.flat_chip_id = c;
-    rec.ifindex = ofa::platform::chip_ifindex(1, c);
-    rec.chip_type = 1;
-    if (ofProcessChipAdd(&rec, 0) != 0) return false;
-  }
+  if (ofa::test::chip_up(1, 0) != 0 || ofa::test::chip_up(1, 1) != 0) return false;
   for (uint16_t id = 1; id <= 48; ++id) {
     of_if_entry* e = ofProcessPortAdd(ofa::platform::port_ifindex(1, id), "bench", id);
     if (!e) return false;

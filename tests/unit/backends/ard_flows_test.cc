@@ -421,18 +421,6 @@ TEST_F(ArdFlows, PolicerCountersAddBothInstancesAndKeepFailedReadsOut) {
                               "00000009 00000000 0000FFFF 00000009 00000001 0000FFFF"));
 }
 
-TEST_F(ArdFlows, PolicerClearGoesToEveryChip) {
-  const uint32_t ids[] = {7};
-  EXPECT_EQ(ard_of_clr_pol_stats(ids, 1), 0);
-  ASSERT_EQ(hsl().requests.size(), 2u);
-  for (const Request& q : hsl().requests)
-    EXPECT_EQ(q.bytes,
-              ofa::test::sparse(72,
-                                "0: 06270001 | 8: 00000048 00000048 | "
-                                "28: 0000002E 00 00 0002 0000 | "
-                                "48: 00000007 00000000 0000FFFF 00000007 00000001 0000FFFF"));
-}
-
 // Port 30 is read on its own chip; queue q answers q + 1 packets, 10 (q + 1) bytes. A refused
 // read leaves zeros, not the buffer's earlier reply.
 TEST_F(ArdFlows, QueueCountersComeFromThePortsChipOrAreZero) {

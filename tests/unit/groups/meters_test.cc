@@ -163,9 +163,10 @@ const OpCase kOps[] = {
     {"delete_unknown", meter(24, 6), "Exit DELETE METER: Meter id: 6 after", "", 0, 1},
     {"delete", meter(24, 5), "METER 5 info is removed from DB", "Exit DELETE", 2, 0},
     {"delete_all", meter(24, 0xFFFFFFFF), "lp_openflow_generic_del_meter_all success", "", 2, 0},
-    {"clear", meter(25, 5), "Clearing Stats for Meter 5", "Exit CLEAR"},
+    {"clear", meter(25, 5), "Clearing Stats for Meter 5", "Exit CLEAR", 2},  // a clear per chip
     {"clear_unknown", meter(25, 6), "Exit CLEAR STATS METER: Meter id: 6 after"},
-    {"clear_all", meter(25, 0xFFFFFFFF), "lp_openflow_generic_clear_meter_stats_all success"},
+    {"clear_all", meter(25, 0xFFFFFFFF), "lp_openflow_generic_clear_meter_stats_all success", "",
+     2},
 };
 
 class MeterOps : public Meters, public ::testing::WithParamInterface<OpCase> {};

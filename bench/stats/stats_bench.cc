@@ -4,12 +4,20 @@
 // each size it runs a full pass (flows / 100 ticks, at least 4) with new traffic before each tick,
 // so that every flow read is pushed and every meter has a record, and prints the worst and median
 // tick, each step's share of the ticks, the model's share, and whether the meter walk ended in
-// every tick. Flows: half L2 on port 3, half L3 on port 4, up to 8144 (the two flow regions of
+// every tick. With --socket the same runs go over the command socket to the simulator's server
+// in a thread of this process, as they would to ofa-chipsim (the model's share is then not
+// measured). Flows: half L2 on port 3, half L3 on port 4, up to 8144 (the two flow regions of
 // chip 0 full), the rest on a port of another slot (database only); 48 local ports.
+#include <unistd.h>
+
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
+#include <optional>
 #include <string>
+#include <thread>
 #include <variant>
 #include <vector>
 
@@ -32,6 +40,7 @@
 #include "platform/platform_file.h"
 #include "platform/system.h"
 #include "platform/wire.h"
+#include "server/server.h"
 #include "stats/stats.h"
 
 namespace {
@@ -124,6 +133,31 @@ struct Figures {
   bool meters_in_one_tick = true;
 };
 
+// The simulator's server over the model, in a thread, and the agent's command socket to it.
+struct SocketChip {
+  explicit SocketChip(ofa::chipsim::Model& m)
+      : control{m, nullptr, {1}, {}, 0}, server(m, control, {1, false, 0}) {}
+  bool start() {
+    if (server.open()) return false;
+    thread = std::thread([this] { server.run(stop); });
+    ofNLSetIoctlHook(nullptr);
+    uint32_t size = 0;
+    ofNLSocketInit(&ofHslCmdSock, "ofHslCmd", &size);
+    return ofNLSocket(&ofHslCmdSock, OF_NL_CLIENT_CMD) == 0;
+  }
+  ~SocketChip() {
+    if (ofHslCmdSock.fd >= 0) ofNLClose(&ofHslCmdSock);
+    stop = true;
+    if (thread.joinable()) thread.join();
+  }
+  ofa::chipsim::Control control;
+  ofa::chipsim::Server server;
+  std::atomic<bool> stop{false};
+  std::thread thread;
+};
+
+bool g_socket = false;
+
 Figures run(uint32_t flows, uint32_t meters) {
   Figures f;
   if (!start_agent()) {
@@ -136,6 +170,11 @@ Figures run(uint32_t flows, uint32_t meters) {
   }
   for (uint32_t i = 0; i < flows; ++i)
     if (!add_flow(i)) ++f.failed;
+  std::optional<SocketChip> socket;
+  if (g_socket && !socket.emplace(*g_model).start()) {
+    std::fprintf(stderr, "no command socket to the simulator\n");
+    std::exit(1);
+  }
   f.ticks = std::max<uint32_t>(4, (flows + 99) / 100);
   std::vector<double> ticks;
   double total = 0, model_ms = 0;
@@ -173,9 +212,12 @@ Figures run(uint32_t flows, uint32_t meters) {
 
 }  // namespace
 
-int main() {
-  std::printf(
-      "statistics tick in process (ard, two chips, chip model behind the ioctl, 48 ports)\n");
+int main(int argc, char** argv) {
+  g_socket = argc > 1 && std::string(argv[1]) == "--socket";
+  char dir[] = "/tmp/ofa_stats_bench_XXXXXX";
+  if (g_socket && (!mkdtemp(dir) || setenv("OFA_RUN_DIR", dir, 1) != 0)) return 1;
+  std::printf("statistics tick (ard, two chips, 48 ports, chip model %s)\n",
+              g_socket ? "over the command socket" : "behind the ioctl");
   std::printf("%-7s %-7s %6s %9s %9s %7s %7s %7s %7s %8s %9s %6s\n", "flows", "meters", "ticks",
               "worst ms", "median", "flows%", "meters%", "queues%", "model%", "msgs/tk",
               "walk in 1", "failed");
@@ -186,5 +228,6 @@ int main() {
                   meters, f.ticks, f.worst, f.median, f.flows, f.meters, f.queues, f.model,
                   f.messages, f.meters_in_one_tick ? "yes" : "no", f.failed);
     }
+  if (g_socket) std::filesystem::remove_all(dir);
   return 0;
 }

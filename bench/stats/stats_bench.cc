@@ -75,24 +75,17 @@ int count_send(const uint8_t* msg, uint32_t size) {
 }
 
 bool start_agent() {
-  ofa_reset_all();
+  ofa::test::reset_agent({.chips = 2});
   auto parsed = ofa::platform::parse_platform(kPlatform, "bench");
   auto* p = std::get_if<ofa::platform::Platform>(&parsed);
   if (!p) return false;
-  ofa_sys_set(*p);
+  ofa_sys_set(*p);  // the test platform's chips, with larger TCAMs and policers from 1
   static ofa::chipsim::Model* owned = nullptr;
   delete owned;
   owned = g_model = new ofa::chipsim::Model(ofa::chipsim::model_config(*p));
   ofNLSetIoctlHook(model_ioctl);
-  openflowAgtPcb.model = 131;
-  openflowAgtPcb.my_slot = 1;
-  openflowAgtPcb.hw.of_flags = OF_PROFILE;
   openflowAgtPcb.hw.l2tcam_size = openflowAgtPcb.hw.l3tcam_size = 4096;
   openflowAgtPcb.hw.policer_start = 1;
-  ofInitSlotTable();
-  ofInitChipTable();
-  ofInitIfTable();
-  openflow_modules[OF_MODULE_AGT].chip_up = ofa_chip_up;
   openflow_lp_init_tcam_id_pool();
   openflow_flow_db_init();
   if (!openflow_lp_meter_init() || !ofa_stats_init()) return false;

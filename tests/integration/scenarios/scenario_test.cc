@@ -5,9 +5,10 @@
 // agent's test hooks), and `ofa-mgr run` of the file with the agent's debug
 // log for its `expect log` lines. The file passes when every expectation is met, the chip is left
 // consistent and, when the file names dangling results ("# dangling: TEXT" lines, as the
-// simulator's check words them), with exactly those, and, where a golden request log `<name>.requests.jsonl` stands
-// next to it, the chip's last requests are those lines. With OFA_SCENARIO_VALGRIND set, the agent
-// runs under valgrind and a file passes only when valgrind reports no error and no leak.
+// simulator's check words them), with exactly those, and, where a golden request log
+// `<name>.requests.jsonl` stands next to it, the chip's last requests are those lines. With
+// OFA_SCENARIO_VALGRIND set, the agent runs under valgrind and a file passes only when valgrind
+// reports no error and no leak.
 #include <filesystem>
 
 #include "processes.h"

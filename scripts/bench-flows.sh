@@ -16,6 +16,7 @@
 # come up with their first port.
 # OFA_BENCH_PIN=1 runs every program on CPU 0 (taskset), so that no add pays a wake-up across
 # cores: compare its figures with the pinned round trip, the others with the unpinned one.
+# OFA_BENCH_LOG=1 runs the agent with its debug log on (in the run directory) instead of off.
 # OFA_BUILD_DIR is the build tree (default build; the programs are built there first).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -54,7 +55,9 @@ bin_sim=$build/tools/chipsim/ofa-chipsim
 bin_mgr=$build/tools/mgr/ofa-mgr
 
 run=$(mktemp -d /tmp/ofa-bench.XXXXXX)
-export OFA_RUN_DIR="$run" OFA_PLATFORM="$PWD/bench/platforms/two_slots_50023.conf" OFA_DEBUG_LOG=off
+log=off
+[ "${OFA_BENCH_LOG:-0}" = 1 ] && log="$run/ofastdout"
+export OFA_RUN_DIR="$run" OFA_PLATFORM="$PWD/bench/platforms/two_slots_50023.conf" OFA_DEBUG_LOG="$log"
 unset OFA_SLOT OFA_BOOT
 pids=()
 stop() {

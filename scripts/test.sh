@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Checks the format of every tracked C++ file and the includes against the layers, then builds and
 # runs every test: the normal build, the AddressSanitizer + UndefinedBehaviorSanitizer build, the
-# Clang build (built, not run), the unit tests once more under valgrind, and every fuzzer from its
-# seeds (fixed seed).
+# Clang build (built, not run), the unit tests and the agent of the group and EVT scenarios under
+# valgrind, and every fuzzer from its seeds (fixed seed).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/deps.sh
@@ -41,7 +41,7 @@ for preset in default asan clang; do
   grep 'tests passed' "$log"
 done
 
-echo "== valgrind (unit tests, then the agent through a whole life)"
+echo "== valgrind (unit tests, the agent through a whole life, the group and EVT scenario files)"
 fail=0
 for t in $(find build/tests/unit -type f -executable -name '*_test*' | sort); do
   [ -x "$t" ] || continue
@@ -53,6 +53,9 @@ for t in $(find build/tests/unit -type f -executable -name '*_test*' | sort); do
   fi
 done
 ./scripts/valgrind-agent.sh build || fail=1
+# The group and EVT scenario files with the agent under valgrind.
+OFA_SCENARIO_VALGRIND=1 build/tests/integration/scenarios/scenario_test --gtest_brief=1 \
+  --gtest_filter='*groups_*:*evt_*' >/dev/null || { echo "valgrind: scenario files reported errors"; fail=1; }
 
 echo "== fuzz (fixed seed, from the seeds in tests/fuzz/corpus)"
 ./scripts/fuzz.sh --runs 20000 || fail=1

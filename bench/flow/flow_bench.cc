@@ -26,6 +26,7 @@
 #include "agent/flow_record.h"
 #include "agent/reset.h"
 #include "agent/trace.h"
+#include "bench_agent.h"
 #include "chip/chip_table.h"
 #include "chip/hsl_transport.h"
 #include "chip/if_table.h"
@@ -102,16 +103,7 @@ bool start_agent(ofa::chipsim::Model** model) {
   openflow_lp_init_tcam_id_pool();
   openflow_flow_db_init();
   g_openflow_lp.mode = OFA_MODE_GENERIC;
-  for (uint32_t c = 0; c < 2; ++c) {
-    of_chip_event_record rec;
-    rec.event = OF_HSL_EVENT_CHIP_UP;
-    rec.slot = 1;
-    rec.local_chip_id = c;
-    rec.flat_chip_id = c;
-    rec.ifindex = ofa::platform::chip_ifindex(1, c);
-    rec.chip_type = 1;
-    if (ofProcessChipAdd(&rec, 0) != 0) return false;
-  }
+  if (!bench_chips_up(2)) return false;
   port(kLocalPort, 1, kLocalPort);
   port(kOutPort, 1, kOutPort);
   port(kRemotePort, 2, 4);

@@ -9,24 +9,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <variant>
 #include <vector>
 
-#include "adapter/chip_up.h"
 #include "agent/agent_globals.h"
-#include "agent/reset.h"
 #include "agent/top/openflow_agt_main.h"
 #include "agent/trace.h"
-#include "chip/chip_event.h"
-#include "chip/chip_table.h"
+#include "bench_agent.h"
 #include "chip/hsl_transport.h"
 #include "chip/if_table.h"
 #include "codec.h"
 #include "manager/dispatch/dispatch.h"
 #include "messages.h"
 #include "platform/ifindex.h"
-#include "platform/platform_file.h"
-#include "platform/system.h"
 
 namespace {
 
@@ -51,28 +45,7 @@ int accepting_ioctl(int, uint8_t* buf, uint32_t len, uint32_t) {
 }
 
 bool start_agent() {
-  ofa_reset_all();
-  auto parsed = ofa::platform::parse_platform(kPlatform, "bench");
-  auto* p = std::get_if<ofa::platform::Platform>(&parsed);
-  if (!p) return false;
-  ofa_sys_set(*p);
-  ofNLSetIoctlHook(accepting_ioctl);
-  openflowAgtPcb.model = 131;
-  if (ofa_get_hw_resrc_info() != 0) return false;
-  ofInitSlotTable();
-  ofInitChipTable();
-  ofInitIfTable();
-  openflow_modules[OF_MODULE_AGT].chip_up = ofa_chip_up;
-  for (uint32_t c = 0; c < 2; ++c) {
-    of_chip_event_record rec;
-    rec.event = OF_HSL_EVENT_CHIP_UP;
-    rec.slot = 1;
-    rec.local_chip_id = c;
-    rec.flat_chip_id = c;
-    rec.ifindex = ofa::platform::chip_ifindex(1, c);
-    rec.chip_type = 1;
-    if (ofProcessChipAdd(&rec, 0) != 0) return false;
-  }
+  if (!bench_start_agent(kPlatform, accepting_ioctl)) return false;
   openflow_init(OFA_MODE_GENERIC);
   return true;
 }

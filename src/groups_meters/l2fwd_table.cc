@@ -1,65 +1,81 @@
 #include "groups_meters/l2fwd_table.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cstddef>
 #include <new>
+#include <type_traits>
 
 #include "adapter/chip_ops.h"
 #include "agent/reset.h"
 #include "agent/status.h"
 #include "agent/trace.h"
 #include "agent/trace_ids.h"
-#include "foundation/avl_tree.h"
 
 namespace {
 
-avl_tree* of_ivid_mac_table = nullptr;
+static_assert(std::is_standard_layout_v<of_ivid_mac_entry>);
 
-int of_cmp_ivid_mac(const void* key, const void* item) {
-  const auto* a = static_cast<const of_ivid_mac_entry*>(key);
-  const auto* b = static_cast<const of_ivid_mac_entry*>(item);
+// The tree's keys are whole entries: the node at 0 and the key fields behind it.
+dce_avl_tree* of_ivid_mac_table = nullptr;
+uint32_t of_ivid_mac_count = 0;
+
+// The MAC as a number whose order is that of its bytes.
+uint64_t mac_value(const of_mac& m) {
+  uint64_t v = 0;
+  for (uint8_t b : m)
+    v = v << 8 | b;
+  return v;
+}
+
+int of_cmp_ivid_mac(const void* key1, const void* key2) {
+  const auto* a = static_cast<const of_ivid_mac_entry*>(key1);
+  const auto* b = static_cast<const of_ivid_mac_entry*>(key2);
   if (a->iivid != b->iivid) return a->iivid < b->iivid ? -1 : 1;
-  int r = std::memcmp(a->mac.data(), b->mac.data(), a->mac.size());
-  return r < 0 ? -1 : r > 0 ? 1 : 0;
+  uint64_t x = mac_value(a->mac), y = mac_value(b->mac);
+  return x < y ? -1 : x > y ? 1 : 0;
 }
 
-void free_entry(void* item) {
-  delete static_cast<of_ivid_mac_entry*>(item);
-}
-
-of_ivid_mac_entry* entry_of(avl_node* n) {
-  return n ? static_cast<of_ivid_mac_entry*>(n->info) : nullptr;
-}
-
-// The entry of (iivid, mac), made when absent (*is_new set only then); null without memory.
+// The entry of (iivid, mac), made when absent (*is_new set only then); null without memory. The
+// new record is made first, so that one walk finds the place or the entry already there.
 of_ivid_mac_entry* of_process_of_ivid_mac_add(uint32_t iivid, const of_mac& mac, uint32_t port_id,
                                               bool* is_new) {
   *is_new = false;
-  if (of_ivid_mac_entry* e = of_lookup_of_ivid_mac(iivid, mac)) return e;
-  auto* e =
-      of_ivid_mac_table ? new (std::nothrow) of_ivid_mac_entry{iivid, mac, port_id, {}} : nullptr;
-  if (!e) return nullptr;
-  if (avl_insert(of_ivid_mac_table, e) != 0) {
+  if (!of_ivid_mac_table) return nullptr;
+  auto* e = new (std::nothrow) of_ivid_mac_entry{{}, iivid, mac, port_id, {}};
+  if (!e) return of_lookup_of_ivid_mac(iivid, mac);
+  if (void* held = dce_avl_insert_or_find(of_ivid_mac_table, &e->link)) {
     delete e;
-    return nullptr;
+    return static_cast<of_ivid_mac_entry*>(held);
   }
+  ++of_ivid_mac_count;
   *is_new = true;
   return e;
 }
 
+void free_table() {
+  while (auto* e = static_cast<of_ivid_mac_entry*>(dce_avl_first(of_ivid_mac_table))) {
+    dce_avl_delete(of_ivid_mac_table, &e->link);
+    delete e;
+  }
+  delete of_ivid_mac_table;
+  of_ivid_mac_table = nullptr;
+  of_ivid_mac_count = 0;
+}
+
 const ofa_reset_hook reset_hook{7, [] {
-                                  if (of_ivid_mac_table)
-                                    avl_tree_free(&of_ivid_mac_table, free_entry);
+                                  if (of_ivid_mac_table) free_table();
                                 }};
 
 }  // namespace
 
 int of_init_ivid_mac_table() {
   if (of_ivid_mac_table) return 0;
-  if (avl_create(&of_ivid_mac_table, 0, of_cmp_ivid_mac) != 0) {
+  of_ivid_mac_table = new (std::nothrow) dce_avl_tree{};
+  if (!of_ivid_mac_table) {
     file_printf("failed to initialize flow table, error = %d", OFA_E_NO_MEMORY);
     return OFA_E_NO_MEMORY;
   }
+  dce_avl_tree_init(of_ivid_mac_table, of_cmp_ivid_mac, 0, offsetof(of_ivid_mac_entry, link));
   return 0;
 }
 
@@ -68,29 +84,27 @@ int of_free_ivid_mac_table() {
     file_printf("failed to free ivid mac table, error = %d", OFA_E_NO_MEMORY);
     return OFA_E_NO_MEMORY;
   }
-  avl_tree_free(&of_ivid_mac_table, free_entry);
+  free_table();
   return 0;
 }
 
 of_ivid_mac_entry* of_lookup_of_ivid_mac(uint32_t iivid, const of_mac& mac) {
   if (!of_ivid_mac_table) return nullptr;
-  of_ivid_mac_entry key{iivid, mac, 0, {}};
-  return entry_of(avl_search(of_ivid_mac_table, &key));
+  of_ivid_mac_entry key{{}, iivid, mac, 0, {}};
+  return static_cast<of_ivid_mac_entry*>(dce_avl_find(of_ivid_mac_table, &key));
 }
 
-of_ivid_mac_entry* of_get_first_ivid_mac(avl_node** it) {
-  *it = of_ivid_mac_table ? avl_getfirst(of_ivid_mac_table) : nullptr;
-  return entry_of(*it);
+of_ivid_mac_entry* of_get_first_ivid_mac() {
+  return static_cast<of_ivid_mac_entry*>(dce_avl_first(of_ivid_mac_table));
 }
 
-of_ivid_mac_entry* of_get_next_ivid_mac(avl_node** it) {
-  if (!it || !*it) return nullptr;
-  *it = avl_getnext(of_ivid_mac_table, *it);
-  return entry_of(*it);
+of_ivid_mac_entry* of_get_next_ivid_mac(of_ivid_mac_entry* e) {
+  if (!e || !of_ivid_mac_table) return nullptr;
+  return static_cast<of_ivid_mac_entry*>(dce_avl_next(of_ivid_mac_table, &e->link));
 }
 
 uint32_t of_get_ivid_mac_count() {
-  return of_ivid_mac_table ? static_cast<uint32_t>(avl_get_tree_size(of_ivid_mac_table)) : 0;
+  return of_ivid_mac_count;
 }
 
 int of_process_of_add_l2fwd_entry(uint32_t group_id, uint32_t iivid, const of_mac& mac,
@@ -128,7 +142,8 @@ int of_process_of_del_l2fwd_entry(uint32_t group_id, uint32_t iivid, const of_ma
   if (at == e->group_list.end()) return 0;
   e->group_list.erase(at);
   if (!e->group_list.empty()) return OFA_E_IN_USE;
-  avl_remove(of_ivid_mac_table, e);
+  dce_avl_delete(of_ivid_mac_table, &e->link);
+  --of_ivid_mac_count;
   delete e;
   of_l2fwd_del_fn fn = of_chip_op(of_l2fwd_del_ioctl_fn);
   if (!fn) {

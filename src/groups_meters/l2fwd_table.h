@@ -4,17 +4,18 @@
 // user's going. Entries sort by IIVID (unsigned), then by the MAC's bytes.
 //
 // Made by openflow_init, freed by openflow_destroy without a chip call: nothing stays allocated,
-// even entries whose groups never deleted them.
+// even entries whose groups never deleted them. Each entry carries its own tree node, so that
+// finding, adding and removing one walks the tree once.
 #pragma once
 
 #include <cstdint>
 #include <vector>
 
 #include "chip/chip_req.h"
-
-struct avl_node;
+#include "foundation/dce_avl_tree.h"
 
 struct of_ivid_mac_entry {
+  dce_avl_node link{};  // the table's tree; first, with the key behind it
   uint32_t iivid = 0;
   of_mac mac{};
   uint32_t port_id = 0;              // the out port of the first user
@@ -27,8 +28,8 @@ int of_init_ivid_mac_table();
 int of_free_ivid_mac_table();
 of_ivid_mac_entry* of_lookup_of_ivid_mac(uint32_t iivid, const of_mac& mac);
 // By IIVID, then MAC; null at the end.
-of_ivid_mac_entry* of_get_first_ivid_mac(avl_node** it);
-of_ivid_mac_entry* of_get_next_ivid_mac(avl_node** it);
+of_ivid_mac_entry* of_get_first_ivid_mac();
+of_ivid_mac_entry* of_get_next_ivid_mac(of_ivid_mac_entry* e);
 uint32_t of_get_ivid_mac_count();
 
 // A user more for (iivid, mac): 0, the family's result when the chip was asked (first user), or

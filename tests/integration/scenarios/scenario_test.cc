@@ -4,8 +4,11 @@
 // first lines, relative to the source tree) and environment ("# env: NAME=VALUE" lines, for the
 // agent's test hooks), and `ofa-mgr run` of the file with the agent's debug
 // log for its `expect log` lines. The file passes when every expectation is met, the chip is left
-// consistent, and, where a golden request log `<name>.requests.jsonl` stands next to it, the chip's
-// last requests are those lines.
+// consistent and, when the file names dangling results ("# dangling: TEXT" lines, as the
+// simulator's check words them), with exactly those, and, where a golden request log
+// `<name>.requests.jsonl` stands next to it, the chip's last requests are those lines. With
+// OFA_SCENARIO_VALGRIND set, the agent runs under valgrind and a file passes only when valgrind
+// reports no error and no leak.
 #include <filesystem>
 
 #include "processes.h"
@@ -34,6 +37,29 @@ std::string platform_of(const std::string& file) {
   if (at == std::string::npos) return "";
   size_t end = text.find('\n', at);
   return std::string(OFA_SOURCE_DIR) + "/" + text.substr(at + tag.size(), end - at - tag.size());
+}
+
+// The texts of the file's "# dangling: " lines, and those of the check answer's dangling list.
+std::vector<std::string> dangling_of_file(const std::string& file) {
+  std::vector<std::string> out;
+  const std::string tag = "# dangling: ";
+  for (const auto& line : ofa::test::lines(ofa::test::read_file(file)))
+    if (line.starts_with(tag)) out.push_back(line.substr(tag.size()));
+  return out;
+}
+
+std::vector<std::string> dangling_of_check(const std::string& answer) {
+  std::vector<std::string> out;
+  const std::string head = "\"dangling\":[";
+  size_t at = answer.find(head);
+  if (at == std::string::npos) return {"no dangling list in " + answer};
+  size_t end = answer.find(']', at);
+  for (size_t q = answer.find('"', at + head.size()); q < end; q = answer.find('"', q + 1)) {
+    size_t close = answer.find('"', q + 1);
+    out.push_back(answer.substr(q + 1, close - q - 1));
+    q = close;
+  }
+  return out;
 }
 
 // The simulator's request log as the golden files hold it: one decoded request a line, without
@@ -71,13 +97,29 @@ TEST_P(Scenario, EveryExpectationIsMet) {
   mgr.start(OFA_MGR_BIN, {"run", "--timeout", "30", "--agent-log", path("ofastdout"), file}, env_,
             path("run.out"));
   ASSERT_TRUE(ofa::test::wait_for([&] { return ofa::test::exists(path("pq6/ofmgragt.mp")); }));
-  agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
+  const char* valgrind = std::getenv("OFA_SCENARIO_VALGRIND");
+  if (valgrind)
+    agent.start("/usr/bin/valgrind",
+                {"-q", "--error-exitcode=99", "--leak-check=full",
+                 "--errors-for-leak-kinds=definite,indirect", "--log-file=" + path("valgrind.txt"),
+                 OFA_AGENT_BIN},
+                env_, path("agent.out"));
+  else
+    agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
   int rc = mgr.wait_exit(std::chrono::seconds(120));
   std::string run = ofa::test::read_file(path("run.out"));
   EXPECT_EQ(rc, 0) << run << "\n-- agent log tail --\n"
                    << agent_log().substr(agent_log().size() > 4000 ? agent_log().size() - 4000 : 0);
-  EXPECT_NE(ctl("check").find("\"consistent\":true"), std::string::npos);
+  std::string check = ctl("check");
+  EXPECT_NE(check.find("\"consistent\":true"), std::string::npos) << check;
+  if (auto dangling = dangling_of_file(file); !dangling.empty()) {
+    EXPECT_EQ(dangling_of_check(check), dangling);
+  }
   EXPECT_TRUE(agent.alive());
+  if (valgrind) {
+    EXPECT_EQ(agent.stop(), 0);
+    EXPECT_EQ(ofa::test::read_file(path("valgrind.txt")), "");
+  }
   // A golden request log next to the file holds the last requests the chip must have received.
   std::string golden = fs::path(file).replace_extension(".requests.jsonl").string();
   if (ofa::test::exists(golden)) {

@@ -66,8 +66,7 @@ int run(const mgr::GroupMsg& m) {
 // IIVIDs of the L2 forwarding entries, in the table's order.
 std::vector<uint32_t> entries() {
   std::vector<uint32_t> out;
-  avl_node* it = nullptr;
-  for (of_ivid_mac_entry* e = of_get_first_ivid_mac(&it); e; e = of_get_next_ivid_mac(&it))
+  for (of_ivid_mac_entry* e = of_get_first_ivid_mac(); e; e = of_get_next_ivid_mac(e))
     out.push_back(e->iivid);
   return out;
 }
@@ -394,8 +393,7 @@ TEST_F(Groups, ForwardingEntriesOrderAndNoHandler) {
   EXPECT_TRUE(printed.has("no handler for chip:1")) << printed.text();
   EXPECT_TRUE(hsl().requests.empty());
   std::vector<uint32_t> macs;
-  avl_node* it = nullptr;
-  for (of_ivid_mac_entry* e = of_get_first_ivid_mac(&it); e; e = of_get_next_ivid_mac(&it))
+  for (of_ivid_mac_entry* e = of_get_first_ivid_mac(); e; e = of_get_next_ivid_mac(e))
     macs.push_back(e->mac[5]);
   EXPECT_EQ(entries(), (std::vector<uint32_t>{5, 4010, 4010, 0x80000000}));
   EXPECT_EQ(macs, (std::vector<uint32_t>{7, 2, 9, 1}));

@@ -14,6 +14,19 @@ namespace ofa::chipsim {
 
 using Mac = std::array<uint8_t, 6>;
 
+// (IIVID, MAC) in the order of the IIVID, then of the MAC's bytes, without a byte-wise compare.
+struct IividMacLess {
+  static uint64_t value(const Mac& m) {
+    uint64_t v = 0;
+    for (uint8_t b : m)
+      v = v << 8 | b;
+    return v;
+  }
+  bool operator()(const std::pair<uint32_t, Mac>& a, const std::pair<uint32_t, Mac>& b) const {
+    return a.first != b.first ? a.first < b.first : value(a.second) < value(b.second);
+  }
+};
+
 // Key and result of an L2 TCAM entry (logical device 10), as the request carries them.
 struct L2Key {
   uint32_t in_port = 0;
@@ -183,9 +196,9 @@ struct ChipState {
   std::map<std::tuple<uint32_t, uint32_t, uint32_t>, uint32_t> evt;   // (port, iivid, vlan): values
   std::map<std::pair<uint32_t, uint32_t>, Translation> eft;           // (port, iivid)
   std::map<std::pair<uint32_t, uint32_t>, uint32_t> partition;        // (rte, vlan): iivid
-  std::map<std::pair<uint32_t, uint32_t>, uint32_t> ivt;    // (key type, vlan or port): iivid
-  std::map<uint32_t, uint32_t> vid_to_mgid;                 // iivid: mgid
-  std::map<std::pair<uint32_t, Mac>, uint32_t> l2_entries;  // (iivid, mac): port
+  std::map<std::pair<uint32_t, uint32_t>, uint32_t> ivt;  // (key type, vlan or port): iivid
+  std::map<uint32_t, uint32_t> vid_to_mgid;               // iivid: mgid
+  std::map<std::pair<uint32_t, Mac>, uint32_t, IividMacLess> l2_entries;  // (iivid, mac): port
 
   void clear();
 };

@@ -38,13 +38,7 @@ void ofa_show_openflow_single_group_internal(ofa_writer* w, const group_node* g)
 }
 
 void ofa_show_openflow_groups(ofa_writer* w) {
-  if (!ofa_show_check_version(w, false)) return;
-  uint32_t count = of_lp_group_get_group_count();
-  if (count == 0) {
-    cli_printf(w, "Total no. of entries printed: %u\n", 0);
-    return;
-  }
-  cli_printf(w, "Total Number of Groups: %u\n", count);
+  if (!ofa_show_list_head(w, "Total Number of Groups: %u\n", of_lp_group_get_group_count())) return;
   for (const group_node* g = of_lp_group_get_first_group_entry(); g;
        g = of_lp_group_get_next_group_entry_key(g->group_id))
     ofa_show_openflow_single_group_internal(w, g);

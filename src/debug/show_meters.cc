@@ -57,13 +57,9 @@ int ofa_show_openflow_single_meter_internal(ofa_writer* w, const meter_node* m) 
 }
 
 void ofa_show_openflow_meters(ofa_writer* w) {
-  if (!ofa_show_check_version(w, false)) return;
-  uint32_t count = of_lp_meter_get_meter_count();
-  if (count == 0) {
-    cli_printf(w, "Total no. of entries printed: %u\n", 0);
+  if (!ofa_show_list_head(w, "\nTotal Number of Meters: %u\n", of_lp_meter_get_meter_count())) {
     return;
   }
-  cli_printf(w, "\nTotal Number of Meters: %u\n", count);
   for (const meter_node* m = of_lp_meter_get_first_meter_node(); m;
        m = of_lp_meter_get_next_meter_node_key(m->meter_id))
     ofa_show_openflow_single_meter_internal(w, m);

@@ -14,3 +14,13 @@ bool ofa_show_check_version(ofa_writer* w, bool single) {
   }
   return true;
 }
+
+bool ofa_show_list_head(ofa_writer* w, const char* total, uint32_t count) {
+  if (!ofa_show_check_version(w, false)) return false;
+  if (count == 0) {
+    cli_printf(w, "Total no. of entries printed: %u\n", 0);
+    return false;
+  }
+  cli_printf(w, total, count);
+  return true;
+}

@@ -1,13 +1,15 @@
 // The show renderers: one per table, each printing the table's text through the writer `cli`
-// (debug/cli.h). They change nothing. A table that does not exist yet answers what an empty or
-// uninitialised base answers.
+// (debug/cli.h). They change nothing; a null record prints nothing.
 #pragma once
 
 #include <cstdint>
 
 struct fd_entry;
+struct group_node;
+struct meter_node;
 struct of_chip_entry;
 struct of_if_entry;
+struct of_ivid_mac_entry;
 struct of_vlan_entry;
 struct ofa_writer;
 
@@ -37,13 +39,22 @@ void ofa_show_openflow_vlans(ofa_writer* w);
 void ofa_show_openflow_single_vlan(ofa_writer* w, uint32_t vlan_id);
 void ofa_show_openflow_vlan_internal(ofa_writer* w, const of_vlan_entry* vlan);
 
-// Groups and meters (show_groups.cc, show_meters.cc).
+// Groups and meters (show_groups.cc, show_meters.cc), by id; before OpenFlow is on, or below
+// version 1.3, the texts of show_common.h. A meter's renderer gives its lines: 8, and 7 or 8 a
+// band.
 void ofa_show_openflow_groups(ofa_writer* w);
 void ofa_show_openflow_single_group(ofa_writer* w, uint32_t group_id);
+void ofa_show_openflow_single_group_internal(ofa_writer* w, const group_node* group);
+// "ALL", "SELECT", "INDIRECT", "FF", else "UNKNOWN".
+const char* ofa_show_openflow_group_type_string(uint32_t type);
 void ofa_show_openflow_meters(ofa_writer* w);
 void ofa_show_openflow_single_meter(ofa_writer* w, uint32_t meter_id);
+int ofa_show_openflow_single_meter_internal(ofa_writer* w, const meter_node* meter);
 
-// Egress VLAN translations and L2 forwarding entries (show_evt.cc, show_l2fwd.cc).
+// Egress VLAN translations (show_evt.cc), port by port as the ports show, and L2 forwarding
+// entries (show_l2fwd.cc), by IIVID, then MAC.
 void ofa_show_openflow_evt_ports(ofa_writer* w);
 void ofa_show_openflow_single_evt_port(ofa_writer* w, uint32_t port_id);
+void ofa_show_openflow_evt_port_internal(ofa_writer* w, const of_if_entry* port);
 void ofa_show_openflow_l2fwd_info(ofa_writer* w);
+void ofa_show_openflow_l2fwd_info_internal(ofa_writer* w, const of_ivid_mac_entry* entry);

@@ -1,7 +1,8 @@
 // Show requests and debug texts over populated tables: two chips of slot 1 up, ports 3 (L2), 5
 // (L2) and 30 (L3), VLAN 100 with ports 3 and 5, flows on each port kind, a generic one and one to
-// the controller. Byte 0 of the input chooses a show request (even) or a debug text (odd); the rest
-// is the text. Every show reply ends with a newline, and no show or debug text changes a table.
+// the controller, a next-hop group with its L2 forwarding entry, a meter, an EVT record. Byte 0 of
+// the input chooses a show request (even) or a debug text (odd); the rest is the text. Every show
+// reply ends with a newline, and no show or debug text changes a table.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -18,7 +19,11 @@
 #include "flow/flow_engine.h"
 #include "flow/flow_table.h"
 #include "foundation/avl_tree.h"
+#include "groups_meters/group_db.h"
+#include "groups_meters/l2fwd_table.h"
+#include "groups_meters/meter.h"
 #include "platform/ifindex.h"
+#include "ports/evt.h"
 #include "ports/vlan_table.h"
 
 namespace {
@@ -55,9 +60,11 @@ void add_flow(uint32_t id, uint16_t in_port, uint16_t out_port) {
 
 // What the tables hold, in numbers.
 std::string tables() {
-  std::string s = std::to_string(openflow_flow_count()) + "/" +
-                  std::to_string(of_flow_table_count()) + "/" +
-                  std::to_string(of_get_vlan_count()) + "/" + std::to_string(of_get_port_count());
+  std::string s =
+      std::to_string(openflow_flow_count()) + "/" + std::to_string(of_flow_table_count()) + "/" +
+      std::to_string(of_get_vlan_count()) + "/" + std::to_string(of_get_port_count()) + "/" +
+      std::to_string(of_lp_group_get_group_count()) + "/" +
+      std::to_string(of_lp_meter_get_meter_count()) + "/" + std::to_string(of_get_ivid_mac_count());
   avl_node* it = nullptr;
   for (of_chip_entry* c = ofGetFirstChip(&it); c; c = ofGetNextChip(&it))
     s += "/" + std::to_string(avl_get_tree_size(c->l2_flow_tree)) + "," +
@@ -89,6 +96,16 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   add_flow(2, 30, 5);
   add_flow(3, OF_PORT_NONE, 5);
   add_flow(4, 5, OF_PORT_CONTROLLER);
+  openflowAgtPcb.hw.policer_start = 1;
+  check(openflow_lp_group_init() == 1 && openflow_lp_meter_init() == 1 &&
+        of_init_ivid_mac_table() == 0);
+  ofa::mgr::GroupMsg g{.group_id = 2, .nhopid = 20, .type = 1, .buckets = {{5, 100, {2}}}};
+  auto body = ofa::mgr::encode_body(g);
+  of_group_msg msg;
+  check(body.ok() && of_group_msg_read(body.value(), &msg) &&
+        lp_openflow_generic_add_group(msg) == 1);
+  check(lp_openflow_generic_add_meter({.meter_id = 1, .drop_rate = 1000, .band_cnt = 1}) == 1);
+  check(of_evt_add_entry(p5, 4010, OF_EVT_TYPE_VLAN, 1, 300) == 0);
   g_tables = tables();
   return 0;
 }

@@ -1,5 +1,6 @@
 #include "show_json.h"
 
+#include <algorithm>
 #include <memory>
 #include <regex>
 #include <string_view>
@@ -18,11 +19,12 @@ enum class Kind {
   start,    // a new block with the captured fields
   fields,   // the captured fields into the current block (or into its `name` object)
   item,     // an object of the captured fields appended to the block's array `name`
+  member,   // the captured fields into the last object of the block's array `name`
   append,   // the line's text appended to the block's array `name`
   flag,     // field `name` true in the current block
   row,      // a block of its own, whole on this line
   error,    // a block {"error": line}
-  list,     // field `name`: the numbers of the capture, separated by ","
+  list,     // field `name`: the words or numbers of the capture, separated by "," or blanks
   pair,     // field named by capture 1 (lower case, '_' for blanks), value capture 2
 };
 
@@ -67,6 +69,39 @@ constexpr Rule kRules[] = {
     {"", "Vlan Id: ", "Vlan Id: (-?\\d+)", Kind::start, "vlan_id"},
     {"", "   iivid: ", "   iivid: +(-?\\d+) mgid: +(-?\\d+)", Kind::fields, "iivid,mgid"},
     {"", "   member ports: ", "   member ports: ((?: *\\d+, )*)", Kind::list, "member_ports"},
+    // groups
+    {"", "Total Number of Groups: ", "Total Number of Groups: (\\d+)", Kind::row,
+     "total_number_of_groups"},
+    {"", "Group Id: ", "Group Id: (-?\\d+)       (ALL|SELECT|INDIRECT|FF|UNKNOWN)", Kind::start,
+     "group_id,type"},
+    {"", "    Total Buckets:: ", "    Total Buckets:: (\\d+)", Kind::fields, "total_buckets"},
+    {"", "    Out port: ", "    Out port: +(\\d+) Out vlan: +(-?\\d+)", Kind::item,
+     "buckets:out_port,out_vlan"},
+    {"", "    Out port: ", "    Out port: +(\\d+) Out vlan: +(-?\\d+) Out MAC: (0x[0-9a-f]{12})",
+     Kind::item, "buckets:out_port,out_vlan,out_mac"},
+    {"", "    HW Info:", "    HW Info:", Kind::skip, ""},
+    {"", "       mgid: ", "       mgid: (-?\\d+) nhopid: (-?\\d+)", Kind::fields,
+     "hw_info:mgid,nhopid"},
+    // meters
+    {"", "Total Number of Meters: ", "Total Number of Meters: (\\d+)", Kind::row,
+     "total_number_of_meters"},
+    {"", "Meter id: ", "Meter id: (\\d+)", Kind::start, "meter_id"},
+    {"", "  Meter Flags:", "  Meter Flags:\t\t\t((?: (?:KBPS|PKTPS|BURST|STATS))*)", Kind::list,
+     "meter_flags"},
+    {"", "  Number of  bands:", "  Number of  bands:\t\t(\\d+)", Kind::fields, "number_of_bands"},
+    {"", "  RL Class Index:", "  RL Class Index:\t\t(\\d+)\t", Kind::fields, "rl_class_index"},
+    {"", "  In packet count:", "  In packet count:\t\t(-NA-) ", Kind::fields, "in_packet_count"},
+    {"", "  In byte count:", "  In byte count:\t\t(\\d+)", Kind::fields, "in_byte_count"},
+    {"", "  Band Type:    ", "  Band Type:    (DROP|DSCP-REMARK|UNKNOWN)", Kind::item,
+     "bands:band_type"},
+    {"", "    Rate: ", "    Rate: +(\\d+)\t\t\tAdjusted rate:\t\t\t(\\d+)", Kind::member,
+     "bands:rate,adjusted_rate"},
+    {"", "    Burst size: ", "    Burst size: +(\\d+)\t\tkb", Kind::member, "bands:burst_size"},
+    {"", "    Prec level: ", "    Prec level: +(\\d+)", Kind::member, "bands:prec_level"},
+    {"", "    In packet band count: ", "    In packet band count: +(-NA-) ", Kind::member,
+     "bands:in_packet_band_count"},
+    {"", "    In byte band count: ", "    In byte band count: +(\\d+)", Kind::member,
+     "bands:in_byte_band_count"},
     {"", "Total no. of entries printed: ", "Total no\\. of entries printed: (\\d+)", Kind::row,
      "entries_printed"},
     {"", "No entry for ", "No entry for (group|meter) id: (\\d+) found", Kind::error, ""},
@@ -243,10 +278,11 @@ std::variant<std::string, TableError> show_json(const std::string& text) {
         }
       }
     }
-    if (!hit) {
+    auto unreadable = [&] {
       return TableError{"line " + std::to_string(n + 1) + " of the answer cannot be read: \"" +
                         line + "\""};
-    }
+    };
+    if (!hit) return unreadable();
     const Rule& r = *hit->rule;
     if (*r.enters && block) block->section = r.enters;
     const auto parts = target_names(r.names);  // not a structured binding: lambdas use them
@@ -274,6 +310,7 @@ std::variant<std::string, TableError> show_json(const std::string& text) {
       case Kind::list:
       case Kind::pair:
       case Kind::item:
+      case Kind::member:
       case Kind::append:
         if (!block) block = std::make_unique<Block>();
         if (r.kind == Kind::flag) {
@@ -282,10 +319,10 @@ std::variant<std::string, TableError> show_json(const std::string& text) {
           block->scalars.emplace_back(r.names, "true");
         } else if (r.kind == Kind::list) {
           std::string items = "[";
-          for (std::string& f : split(m[1].str(), ',')) {
-            std::erase(f, ' ');
-            if (!f.empty()) items += (items.size() > 1 ? "," : "") + f;
-          }
+          std::string words = m[1].str();
+          std::replace(words.begin(), words.end(), ',', ' ');
+          for (const std::string& f : split(words, ' '))
+            if (!f.empty()) items += (items.size() > 1 ? "," : "") + value_json(f);
           block->scalars.emplace_back(r.names, items + "]");
         } else if (r.kind == Kind::pair) {
           block->object(r.names).emplace_back(field_name(m[1].str()), value_json(m[2].str()));
@@ -300,6 +337,15 @@ std::variant<std::string, TableError> show_json(const std::string& text) {
             item += (item.size() > 1 ? "," : "") + tools::json_quote(k) + ":" + v;
           });
           block->array(target).push_back(item + "}");
+        } else if (r.kind == Kind::member) {
+          std::vector<std::string>& items = block->array(target);
+          if (items.empty()) return unreadable();  // a band line before its band
+          std::string& item = items.back();
+          item.pop_back();
+          captured([&](const std::string& k, std::string v) {
+            item += "," + tools::json_quote(k) + ":" + v;
+          });
+          item += "}";
         } else if (!target.empty()) {
           captured([&](const std::string& k, std::string v) {
             block->object(target).emplace_back(k, v);

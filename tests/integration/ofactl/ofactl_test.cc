@@ -87,8 +87,9 @@ TEST_F(Ofactl, ShowsAfterTheBasicSessionAsTheGoldenFilesChangeNothing) {
   Child shows;
   shows.start(OFA_MGR_BIN, {"run", golden + "shows.scn"}, env_, path("shows.out"));
   EXPECT_EQ(shows.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("shows.out"));
-  for (const char* request : {"chip all", "port all", "vlan all", "flow_tree", "chip 0 l2flow_tree",
-                              "chip 0 l3flow_tree", "flow all"}) {
+  for (const char* request :
+       {"chip all", "port all", "vlan all", "flow_tree", "chip 0 l2flow_tree", "chip 0 l3flow_tree",
+        "flow all", "group all", "meter 1", "evt all", "l2fwd_info"}) {
     std::string name = request;
     std::replace(name.begin(), name.end(), ' ', '_');
     std::vector<std::string> args = {"--json"};

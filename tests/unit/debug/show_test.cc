@@ -1,7 +1,8 @@
 // Show requests and the debug text over small fixed tables: two chips of slot 1 up, ports 3 (L3)
 // and 5 (L2), VLAN 100 with both, four flows (one matching every field in the old action form, one
-// in the new form, a generic one, one to the controller only). Each reply is the whole text,
-// checked by hand against the renderers' format strings.
+// in the new form, a generic one, one to the controller only), groups of types ALL, SELECT and FF,
+// a meter of two bands, EVT records on both ports. Each reply is the whole text, checked by hand
+// against the renderers' format strings.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -9,9 +10,16 @@
 #include "agent/flow_record.h"
 #include "agent/trace.h"
 #include "chip/if_table.h"
+#include "codec.h"
+#include "debug/cli.h"
 #include "debug/debug_handler.h"
+#include "debug/shows.h"
 #include "flow/flow_engine.h"
 #include "flow_env.h"
+#include "groups_meters/group_db.h"
+#include "groups_meters/l2fwd_table.h"
+#include "groups_meters/meter.h"
+#include "ports/evt.h"
 #include "ports/vlan_table.h"
 #include "processes.h"
 
@@ -85,6 +93,39 @@ class Shows : public FlowEnv {
     mgr::FlowMsg ctrl = flow(30, 300, 5);  // controller only
     ctrl.members[0].out_port_id = OF_PORT_CONTROLLER;
     ASSERT_EQ(add(ctrl), 1) << reply();
+
+    // Group 2's buckets make the L2 forwarding entries (7 is port 5's pvid, 4010 VLAN 100's IIVID).
+    openflowAgtPcb.hw.policer_start = 1;
+    ASSERT_EQ(openflow_lp_group_init(), 1);
+    ASSERT_EQ(openflow_lp_meter_init(), 1);
+    ASSERT_EQ(of_init_ivid_mac_table(), 0);
+    const mgr::Mac m1{2, 0, 0, 0, 0, 1}, m2{2, 0, 0, 0, 0, 2}, m7{2, 0, 0, 0, 0, 7};
+    const mgr::GroupMsg groups[] = {
+        {.group_id = 1, .mgid = 8100, .type = 0, .buckets = {{3, 100, {}}, {5, 4096, m7}}},
+        {.group_id = 2,
+         .nhopid = 20,
+         .type = 1,
+         .buckets = {{5, 100, m7}, {3, 100, m1}, {5, 4096, m2}}},
+        {.group_id = 3, .nhopid = 30, .type = 3, .buckets = {{3, 200, {2, 0, 0, 0, 0, 3}}}},
+    };
+    for (const mgr::GroupMsg& g : groups) {
+      auto body = mgr::encode_body(g);
+      of_group_msg msg;
+      ASSERT_TRUE(body.ok() && of_group_msg_read(body.value(), &msg));
+      lp_openflow_generic_add_group(msg);  // FF takes no hardware (0), and stays in the base
+    }
+    // Meter 1, KBPS and BURST: a DROP and a DSCP-REMARK band.
+    ASSERT_EQ(lp_openflow_generic_add_meter({.meter_id = 1,
+                                             .flags = 5,
+                                             .drop_rate = 1000,
+                                             .dscp_rate = 500,
+                                             .dscp_burst = 50,
+                                             .dscp_prec_level = 2,
+                                             .band_cnt = 2}),
+              1);
+    ASSERT_EQ(of_evt_add_entry(p3, 7, OF_EVT_TYPE_PORT, 1, 30), 0);
+    ASSERT_EQ(of_evt_add_entry(p3, 4010, OF_EVT_TYPE_VLAN, 0, 100), 0);
+    ASSERT_EQ(of_evt_add_entry(p5, 4010, OF_EVT_TYPE_VLAN, 1, 300), 0);
   }
 };
 
@@ -95,6 +136,40 @@ TEST_F(Shows, RequestToReply) {
       "Chip Id: 0\n   is_local: 1 local chip id:    0 ifindex: 0x84400000 slot id:    1\n";
   const std::string vlan100 =
       "Vlan Id: 100\n   iivid: 4010 mgid: 8010\n   member ports:   3,   5, \n";
+  const std::string group1 =
+      "Group Id: 1       ALL\n    Total Buckets:: 2\n"
+      "    Out port:    3 Out vlan:  100\n    Out port:    5 Out vlan: 4096\n"
+      "    HW Info:\n       mgid: 8100 nhopid: 0\n";
+  const std::string group2 =
+      "Group Id: 2       SELECT\n    Total Buckets:: 3\n"
+      "    Out port:    5 Out vlan:  100 Out MAC: 0x020000000007\n"
+      "    Out port:    3 Out vlan:  100 Out MAC: 0x020000000001\n"
+      "    Out port:    5 Out vlan: 4096 Out MAC: 0x020000000002\n"
+      "    HW Info:\n       mgid: 0 nhopid: 20\n";
+  const std::string group3 =
+      "Group Id: 3       FF\n    Total Buckets:: 1\n"
+      "    Out port:    3 Out vlan:  200 Out MAC: 0x020000000003\n"
+      "    HW Info:\n       mgid: 0 nhopid: 30\n";
+  const std::string meter1 =
+      "\nMeter id: 1\n\n"
+      "  Meter Flags:\t\t\t KBPS BURST\n"
+      "  Number of  bands:\t\t2\n"
+      "  RL Class Index:\t\t1\t\n"
+      "  In packet count:\t\t-NA- \n"
+      "  In byte count:\t\t0\n"
+      "\n  Band Type:    DROP\n\n"
+      "    Rate:                         1000\t\t\tAdjusted rate:\t\t\t125\n"
+      "    Burst size:                   0\t\tkb\n"
+      "    In packet band count:         -NA- \n"
+      "    In byte band count:           0\n\n"
+      "\n  Band Type:    DSCP-REMARK\n\n"
+      "    Rate:                         500\t\t\tAdjusted rate:\t\t\t62\n"
+      "    Burst size:                   50\t\tkb\n"
+      "    Prec level:                   2\n"
+      "    In packet band count:         -NA- \n"
+      "    In byte band count:           0\n\n";
+  const std::string evt_head = "(PORT, IIVID:P/V) -> (isTag, Tag)\n";
+  const std::string evt3 = "(   3, 4010:V) -> (0,  100)\n(   3,    7:P) -> (1,   30)\n";
   std::string forty = "vlan 100";
   for (int i = 0; i < 38; ++i)
     forty += " x";
@@ -124,13 +199,20 @@ TEST_F(Shows, RequestToReply) {
        "      is_mac_cls: 0 is_typ_cls: 0 pvid: 0 ppid: 0 vpnid: 0\n"
        "      of_def_nhop_id: 0\n\n\n"},
       {"port 9", "\n"},
-      {"group all", "Total no. of entries printed: 0\n\n"},
-      {"GROUP 4", "No entry for group id: 4 found\n\n"},
-      {"meter 1", "No entry for meter id: 1 found\n\n"},
-      {"meter all", "Total no. of entries printed: 0\n\n"},
-      {"evt x all", "(PORT, IIVID:P/V) -> (isTag, Tag)\n\n"},
-      {"EVT x 3", "(PORT, IIVID:P/V) -> (isTag, Tag)\n\n"},
-      {"l2fwd_info", "IIVID       MAC                  Port ID\n\n"},
+      {"group all", "Total Number of Groups: 3\n" + group1 + group2 + group3 + "\n"},
+      {"GROUP 3", group3 + "\n"},
+      {"group 4", "No entry for group id: 4 found\n\n"},
+      {"meter all", "\nTotal Number of Meters: 1\n" + meter1 + "\n"},
+      {"meter 1", meter1 + "\n"},
+      {"meter 2", "No entry for meter id: 2 found\n\n"},
+      {"evt x all", evt_head + "(   5, 4010:V) -> (1,  300)\n" + evt3 + "\n"},
+      {"EVT x 3", evt_head + evt3 + "\n"},
+      {"evt x 9", evt_head + "\n"},
+      {"l2fwd_info",
+       "IIVID       MAC                  Port ID\n"
+       "   7         0x020000000002         5\n"
+       "4010         0x020000000001         3\n"
+       "4010         0x020000000007         5\n\n"},
       {"evts x all", kInvalid},
       {"evt all", kInvalid},
       {"port", kInvalid},
@@ -223,7 +305,7 @@ TEST_F(Shows, FlowListCappedAt5000ByFlowId) {
   EXPECT_EQ(list.find("Flow Id: 5997, "), std::string::npos);
 }
 
-TEST_F(Shows, GroupsAndMetersBeforeOpenflowAndBelowVersion13) {
+TEST_F(Shows, GroupsAndMetersBeforeOpenflowBelowVersion13EmptyAndWithoutBands) {
   const struct {
     uint8_t mode;
     const char* request;
@@ -241,6 +323,38 @@ TEST_F(Shows, GroupsAndMetersBeforeOpenflowAndBelowVersion13) {
     EXPECT_EQ(show(c.request), c.reply) << c.request << " in mode " << int{c.mode};
   }
   g_openflow_lp.mode = OFA_MODE_GENERIC;
+  ASSERT_EQ(lp_openflow_generic_del_group_all(), 1);
+  ASSERT_EQ(lp_openflow_generic_del_meter(OF_METER_ALL), 1);
+  EXPECT_EQ(show("group all"), "Total no. of entries printed: 0\n\n");
+  EXPECT_EQ(show("meter all"), "Total no. of entries printed: 0\n\n");
+
+  meter_node bandless{};
+  bandless.meter_id = 9;
+  bandless.policer_id = OF_METER_NO_POLICER;
+  std::string text;
+  ofa_writer w = writer_confd_init(&text);
+  EXPECT_EQ(ofa_show_openflow_single_meter_internal(&w, &bandless), 8);
+  EXPECT_EQ(text,
+            "\nMeter id: 9\n\n  Meter Flags:\t\t\t\n  Number of  bands:\t\t0\n"
+            "  RL Class Index:\t\t4096\t\n  In packet count:\t\t-NA- \n  In byte count:\t\t0\n");
+}
+
+// On a zim chassis whose LP is in slot 2, the chip of slot 3 (flat id 3) leads, then slot 2's
+// chips 2, 1, 0.
+TEST(ShowChips, ZimRemoteChipFirstThenLocalChipsHighestFirst) {
+  reset_agent();
+  auto zim = ofa::platform::load_platform(OFA_EXAMPLES_DIR "/platforms/zim.conf");
+  ASSERT_TRUE(std::holds_alternative<ofa::platform::Platform>(zim));
+  ofa_sys_set(std::get<ofa::platform::Platform>(zim));
+  openflowAgtPcb.my_slot = 2;
+  for (auto [slot, local] : {std::pair{2u, 1u}, {3u, 0u}, {2u, 0u}, {2u, 2u}})
+    ASSERT_EQ(chip_up(slot, local), 0) << slot << "/" << local;
+  EXPECT_EQ(show("chip all"),
+            "Chip Id: 3\n   is_local: 0 local chip id:    0 ifindex: 0x84c00000 slot id:    3\n"
+            "Chip Id: 2\n   is_local: 1 local chip id:    2 ifindex: 0x84800100 slot id:    2\n"
+            "Chip Id: 1\n   is_local: 1 local chip id:    1 ifindex: 0x84800080 slot id:    2\n"
+            "Chip Id: 0\n   is_local: 1 local chip id:    0 ifindex: 0x84800000 slot id:    2\n\n");
+  ofa_reset_all();
 }
 
 TEST(DebugText, BitsAndLevels) {

@@ -66,10 +66,6 @@ TEST(OfactlJson, LinesReadOrRefused) {
     std::string text;
     std::string json;  // or the error
   } cases[] = {
-      {"(PORT, IIVID:P/V) -> (isTag, Tag)\n(   3, 7179:V) -> (1,  300)\n\n",
-       "{\"port\":3,\"iivid\":7179,\"type\":\"V\",\"is_tag\":1,\"tag\":300}\n"},
-      {"IIVID       MAC                  Port ID\n7178         0x001122334455         3\n\n",
-       "{\"iivid\":7178,\"mac\":\"0x001122334455\",\"port_id\":3}\n"},
       {"\nInvalid command.\n", "{\"error\":\"Invalid command.\"}\n"},
       {"Chip Id: 7 doesn't exist\n\n", "{\"error\":\"Chip Id: 7 doesn't exist\"}\n"},
       {"No entry for group id: 4 found\n\n", "{\"error\":\"No entry for group id: 4 found\"}\n"},
@@ -81,6 +77,10 @@ TEST(OfactlJson, LinesReadOrRefused) {
        "line 2 of the answer cannot be read: \"   member ports:   3,   x, \""},
       {"Flow Id: 1, Priority: 5, FD Id: 0, PW Id: 0\n\tHardware Information:\n\tPort: 3\n",
        "line 3 of the answer cannot be read: \"\tPort: 3\""},
+      {"\nMeter id: 1\n\n    Burst size:                   0\t\tkb\n",
+       "line 4 of the answer cannot be read: \"    Burst size:                   0\t\tkb\""},
+      {"\nMeter id: 1\n\n  Meter Flags:\t\t\t KBPS FAST\n",
+       "line 4 of the answer cannot be read: \"  Meter Flags:\t\t\t KBPS FAST\""},
   };
   for (const auto& c : cases) {
     auto r = show_json(c.text);

@@ -1,6 +1,5 @@
 // "l2fwd_info": the L2 forwarding entries of the next-hop groups, by IIVID, then MAC.
 #include "debug/cli.h"
-#include "debug/show_common.h"
 #include "debug/shows.h"
 #include "groups_meters/l2fwd_table.h"
 
@@ -15,6 +14,6 @@ void ofa_show_openflow_l2fwd_info_internal(ofa_writer* w, const of_ivid_mac_entr
 
 void ofa_show_openflow_l2fwd_info(ofa_writer* w) {
   cli_printf(w, "IIVID       MAC                  Port ID\n");
-  ofa_show_each(w, of_get_first_ivid_mac, of_get_next_ivid_mac,
-                ofa_show_openflow_l2fwd_info_internal);
+  for (of_ivid_mac_entry* e = of_get_first_ivid_mac(); e; e = of_get_next_ivid_mac(e))
+    ofa_show_openflow_l2fwd_info_internal(w, e);
 }

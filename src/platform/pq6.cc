@@ -5,11 +5,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <deque>
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 
 #include "platform/run_dir.h"
 
@@ -80,6 +82,20 @@ void put_cmsg(msghdr* msg, size_t room, int32_t type, const void* data, size_t l
   size_t n = std::min(room, sizeof h + len);
   std::memcpy(msg->msg_control, buf, n);
   msg->msg_controllen = n;
+}
+
+// A send without waiting that meets a full queue retries until it gets room or the bound is spent
+// (Linux queues 10 datagrams where the platform's transport holds far more); every other failure,
+// a receiver gone among them, returns at once.
+ssize_t send_waiting(int sock, const msghdr* m, int flags) {
+  if (!(flags & MXL_MSG_DONTWAIT)) return ::sendmsg(sock, m, MSG_NOSIGNAL);
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(PQ6_FULL_WAIT_MS);
+  for (;;) {
+    ssize_t n = ::sendmsg(sock, m, MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (n >= 0 || (errno != EAGAIN && errno != ENOBUFS)) return n;
+    if (std::chrono::steady_clock::now() >= deadline) return n;
+    std::this_thread::sleep_for(std::chrono::microseconds(100));
+  }
 }
 
 }  // namespace
@@ -200,7 +216,7 @@ ssize_t mxl_sendmsg(int sock, const msghdr* msg, int flags, size_t /*size*/) {
   m.msg_namelen = sizeof sun;
   m.msg_iov = msg->msg_iov;
   m.msg_iovlen = msg->msg_iovlen;
-  ssize_t n = ::sendmsg(sock, &m, ((flags & MXL_MSG_DONTWAIT) ? MSG_DONTWAIT : 0) | MSG_NOSIGNAL);
+  ssize_t n = send_waiting(sock, &m, flags);
   if (n >= 0) return n;
   uint32_t code = 0;
   if (errno == EAGAIN || errno == ENOBUFS) code = PQ6_ERR_HIGH_THRESHOLD;

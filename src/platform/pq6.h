@@ -4,7 +4,9 @@
 //   pq6/<name>.mp      the active MP's end (ofa-mgr)
 // A datagram from pq6/<name>.mp carries flags 0x08|0x04, one from pq6/<name>.<n> slot mask bit
 // n - 1. A send with flag 0x08 goes to pq6/<name>.mp. A refused send is reported later on the
-// socket's error queue: EAGAIN/ENOBUFS as code 4, a missing destination as code 6.
+// socket's error queue: EAGAIN/ENOBUFS as code 4, a missing destination as code 6. A send with
+// MXL_MSG_DONTWAIT that finds the destination's queue full waits for room for at most
+// PQ6_FULL_WAIT_MS before it counts as refused, as the platform's deeper queues would hold it.
 #pragma once
 
 #include <sys/socket.h>
@@ -51,6 +53,7 @@ inline constexpr int MXL_ERRNO_ERRQUEUE = 68;  // a receive that finds an error 
 inline constexpr size_t PQ6_ERR_RECORD_SIZE = 32;
 inline constexpr uint32_t PQ6_ERR_HIGH_THRESHOLD = 4;
 inline constexpr uint32_t PQ6_ERR_INVALID_DEST = 6;
+inline constexpr int PQ6_FULL_WAIT_MS = 10;  // per message, for room in a full queue
 
 struct mxl_params {
   int (*recv_cb)(int sock);

@@ -4,8 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <poll.h>
+
+#include <chrono>
+#include <fstream>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "agent/rsm_state.h"
@@ -143,15 +148,47 @@ TEST_F(Mxl, MissingDestinationReportedLaterThenDataStillReceived) {
   EXPECT_EQ(g_got[0].slot, 3u);
 }
 
-TEST_F(Mxl, FullDestinationReportedAsHighThreshold) {
+size_t dgram_qlen() {
+  std::ifstream f("/proc/sys/net/unix/max_dgram_qlen");
+  size_t n = 10;
+  f >> n;
+  return n;
+}
+
+// A queue that stays full: each send past what it holds waits the bound out, then is reported.
+TEST_F(Mxl, FullDestinationWaitsBoundedThenHighThreshold) {
+  const size_t refused = 20, sends = dgram_qlen() + 1 + refused;
   std::vector<uint8_t> body(2000);
-  for (int i = 0; i < 2000; ++i) {
+  auto start = std::chrono::steady_clock::now();
+  for (size_t i = 0; i < sends; ++i) {
     ASSERT_EQ(of_send_mxl_msg(of_corvu_state.mi_sock, 0, body.data(), body.size()), 0);
   }
+  auto spent = std::chrono::steady_clock::now() - start;
+  EXPECT_GE(spent, refused * std::chrono::milliseconds(PQ6_FULL_WAIT_MS));
+  EXPECT_LT(spent, 10 * sends * std::chrono::milliseconds(PQ6_FULL_WAIT_MS));
   EXPECT_EQ(receive(), 0);
   EXPECT_NE(log().find("PQ6 Destination [am0 ofmgragt] exceeded High threshold"),
             std::string::npos);
   EXPECT_EQ(of_corvu_state.mi.tx_fail, 0u);
+}
+
+// A burst far deeper than the queue loses nothing while the receiver keeps reading.
+TEST_F(Mxl, BurstToDrainingReceiverAllArrive) {
+  const size_t burst = 20 * dgram_qlen();
+  size_t got = 0;
+  std::thread reader([&] {
+    uint8_t buf[64];
+    pollfd p{mp_, POLLIN, 0};
+    while (got < burst && poll(&p, 1, 2000) > 0) {
+      if (recv(mp_, buf, sizeof buf, 0) > 0) ++got;
+    }
+  });
+  uint8_t body[8] = {};
+  for (size_t i = 0; i < burst; ++i) {
+    EXPECT_EQ(of_send_mxl_msg(of_corvu_state.mi_sock, 0, body, sizeof body), 0);
+  }
+  reader.join();
+  EXPECT_EQ(got, burst);
 }
 
 struct SlotCase {

@@ -1,6 +1,57 @@
 #include "expectations.h"
 
+#include <algorithm>
+
 namespace ofa::mgr {
+namespace {
+
+// The ids of a tick by kind, in arrival order, and each meter message's record count.
+struct TickIds {
+  std::vector<uint32_t> flows, meters, queues, records;
+  std::string order;  // "" when flows come before meters and meters before queues
+};
+
+TickIds ids_of(const std::vector<Message>& tick) {
+  TickIds t;
+  const char* names[] = {"flow", "meter", "queue"};
+  size_t rank = 0;
+  for (const auto& m : tick) {
+    size_t r = rank;
+    if (const auto* f = std::get_if<FlowStatsMsg>(&m)) {
+      t.flows.push_back(f->flow_id);
+      r = 0;
+    } else if (const auto* ms = std::get_if<MeterStatsMsg>(&m)) {
+      for (const auto& rec : ms->records)
+        t.meters.push_back(rec.meter_id);
+      t.records.push_back(static_cast<uint32_t>(ms->records.size()));
+      r = 1;
+    } else if (const auto* q = std::get_if<QueueStatsMsg>(&m)) {
+      t.queues.push_back(q->port_id);
+      r = 2;
+    }
+    if (r < rank && t.order.empty()) {
+      t.order = std::string("a ") + names[r] + " message after a " + names[rank] + " message";
+    }
+    rank = std::max(rank, r);
+  }
+  return t;
+}
+
+// "1-100,102", or "none".
+std::string ids_text(const std::vector<uint32_t>& ids) {
+  std::string s;
+  for (size_t i = 0; i < ids.size();) {
+    size_t j = i;
+    while (j + 1 < ids.size() && ids[j + 1] == ids[j] + 1)
+      ++j;
+    s += (s.empty() ? "" : ",") + std::to_string(ids[i]);
+    if (j > i) s += "-" + std::to_string(ids[j]);
+    i = j + 1;
+  }
+  return s.empty() ? "none" : s;
+}
+
+}  // namespace
 
 std::string status_outcome(const StatusMsg& s) {
   if (s.status == 0) return "failure";
@@ -75,6 +126,37 @@ std::string conditions_text(const ExpectStatsStep& want) {
     s += (s.empty() ? "" : " ") + c.counter + (c.at_least ? ">=" : "=") + std::to_string(c.value);
   }
   return s.empty() ? "any counters" : s;
+}
+
+bool is_statistics(const Message& m) {
+  return std::holds_alternative<FlowStatsMsg>(m) || std::holds_alternative<QueueStatsMsg>(m) ||
+         std::holds_alternative<MeterStatsMsg>(m);
+}
+
+std::string check_tick(const ExpectTickStep& want, const std::vector<Message>& tick) {
+  TickIds got = ids_of(tick);
+  if (!got.order.empty()) return got.order + " (" + tick_text(tick) + ")";
+  const std::pair<const char*, std::pair<const std::optional<std::vector<uint32_t>>*,
+                                         const std::vector<uint32_t>*>>
+      lists[] = {{"flows", {&want.flows, &got.flows}},
+                 {"meters", {&want.meters, &got.meters}},
+                 {"queues", {&want.queues, &got.queues}},
+                 {"records", {&want.records, &got.records}}};
+  std::sort(got.queues.begin(), got.queues.end());  // ports come in the agent's own order
+  for (const auto& [name, l] : lists) {
+    auto want_ids = l.first->value_or(std::vector<uint32_t>{});
+    if (l.second == &got.queues) std::sort(want_ids.begin(), want_ids.end());
+    if (*l.first && want_ids != *l.second) {
+      return std::string(name) + " " + ids_text(*l.second) + " instead of " + ids_text(want_ids);
+    }
+  }
+  return {};
+}
+
+std::string tick_text(const std::vector<Message>& tick) {
+  TickIds t = ids_of(tick);
+  return "flows " + ids_text(t.flows) + " meters " + ids_text(t.meters) + " (records " +
+         ids_text(t.records) + ") queues " + ids_text(t.queues);
 }
 
 }  // namespace ofa::mgr

@@ -28,4 +28,12 @@ std::string counters_text(const Counters& c);
 // The step's conditions as written: "packets>=1 bytes=64", or "any counters".
 std::string conditions_text(const ExpectStatsStep& want);
 
+// True for flow, queue and meter statistics messages.
+bool is_statistics(const Message& m);
+// The verdict on one tick's statistics messages, in arrival order: empty when they come flows,
+// then meters, then queues, with the ids the step lists; else what differs.
+std::string check_tick(const ExpectTickStep& want, const std::vector<Message>& tick);
+// "flows 1-100 meters 1-25 (records 25) queues 3,5", for reports.
+std::string tick_text(const std::vector<Message>& tick);
+
 }  // namespace ofa::mgr

@@ -113,7 +113,7 @@ void Inbox::accept(const Bytes& datagram) {
     }
     auto& m = std::get<Message>(d);
     if (opt_.verbose) std::fprintf(opt_.out, "%5s  %-7s %s\n", "", "recv", summary(m).c_str());
-    pending_.push_back(std::move(m));
+    pending_.push_back({std::move(m), clock::now()});
   }
 }
 
@@ -129,8 +129,8 @@ std::optional<Message> Inbox::take(double seconds,
   size_t seen = 0;
   for (;;) {
     for (; seen < pending_.size(); ++seen) {
-      if (want(pending_[seen])) {
-        Message m = std::move(pending_[seen]);
+      if (want(pending_[seen].msg)) {
+        Message m = std::move(pending_[seen].msg);
         pending_.erase(pending_.begin() + static_cast<std::ptrdiff_t>(seen));
         return m;
       }
@@ -139,6 +139,34 @@ std::optional<Message> Inbox::take(double seconds,
     auto dg = ep_.receive(seconds_left(deadline));
     if (!dg) return std::nullopt;
     accept(*dg);
+  }
+}
+
+std::optional<std::vector<Message>> Inbox::take_tick(double seconds, double gap) {
+  auto since = clock::now();
+  auto deadline = after(seconds);
+  auto g = std::chrono::duration_cast<clock::duration>(std::chrono::duration<double>(gap));
+  for (;;) {
+    std::vector<size_t> tick;
+    std::optional<clock::time_point> last;
+    for (size_t i = 0; i < pending_.size(); ++i) {
+      if (!is_statistics(pending_[i].msg)) continue;
+      auto at = pending_[i].at;
+      bool apart = !last || at - *last >= g;
+      if (!tick.empty() && apart) break;
+      if (!tick.empty() || (apart && at >= since)) tick.push_back(i);
+      last = at;
+    }
+    if (!tick.empty() && clock::now() - *last >= g) {
+      std::vector<Message> out;
+      for (size_t i : tick)
+        out.push_back(std::move(pending_[i].msg));
+      for (auto i = tick.rbegin(); i != tick.rend(); ++i)
+        pending_.erase(pending_.begin() + static_cast<std::ptrdiff_t>(*i));
+      return out;
+    }
+    if (seconds_left(deadline) <= 0) return std::nullopt;
+    collect(std::min(0.01, seconds_left(deadline)));
   }
 }
 
@@ -274,7 +302,7 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
         ++sum.failed;
         std::string last = "nothing of that kind and id within " + secs(t);
         for (const auto& x : inbox.pending()) {
-          if (auto c = counters_of(*st, x)) last = counters_text(*c) + " (the last that came)";
+          if (auto c = counters_of(*st, x.msg)) last = counters_text(*c) + " (the last that came)";
         }
         line(opt, step.line, "FAILED", step.source);
         more(opt, "expected: " + conditions_text(*st));
@@ -322,6 +350,16 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
       ++sum.expectations;
       double t = es->timeout.value_or(opt.timeout);
       verdict(step, poll(inbox, t, [&] { return check_show(*es, sc.file, opt); }));
+    } else if (const auto* tk = std::get_if<ExpectTickStep>(&step.action)) {
+      ++sum.expectations;
+      double t = tk->timeout.value_or(opt.timeout);
+      auto tick = inbox.take_tick(t, tk->gap);
+      std::string got = tick ? check_tick(*tk, *tick) : "no whole tick within " + secs(t);
+      if (got.empty()) {
+        line(opt, step.line, "ok", step.source, tick_text(*tick));
+      } else {
+        verdict(step, got);
+      }
     } else if (const auto* sl = std::get_if<SleepStep>(&step.action)) {
       inbox.collect(sl->seconds);
       line(opt, step.line, "slept", step.source);
@@ -329,7 +367,7 @@ RunSummary run_steps(const Scenario& sc, MpEndpoint& ep, const RunOptions& opt) 
   }
   if (opt.verbose) {
     for (const auto& m : inbox.pending()) {
-      std::fprintf(opt.out, "%5s  %-7s %s\n", "", "unused", summary(m).c_str());
+      std::fprintf(opt.out, "%5s  %-7s %s\n", "", "unused", summary(m.msg).c_str());
     }
   }
   if (!opt.summary) return sum;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdio>
+#include <chrono>
 #include <deque>
 #include <functional>
 #include <string>
@@ -32,13 +33,22 @@ class Inbox {
   void collect(double seconds);
   // Takes the first message that `want` accepts, waiting at most `seconds` for one.
   std::optional<Message> take(double seconds, const std::function<bool(const Message&)>& want);
-  const std::deque<Message>& pending() const { return pending_; }
+  // Takes the statistics messages of the first tick that starts from now on: those that arrive
+  // less than `gap` seconds after the one before, the first at least `gap` after any earlier one.
+  // Nothing when no whole tick came within `seconds`.
+  std::optional<std::vector<Message>> take_tick(double seconds, double gap);
+  // A message with the time it was read from the socket.
+  struct Arrived {
+    Message msg;
+    std::chrono::steady_clock::time_point at;
+  };
+  const std::deque<Arrived>& pending() const { return pending_; }
 
  private:
   void accept(const Bytes& datagram);
   MpEndpoint& ep_;
   const RunOptions& opt_;
-  std::deque<Message> pending_;
+  std::deque<Arrived> pending_;
 };
 
 // The xid of a run's first barrier; each further one takes the next.

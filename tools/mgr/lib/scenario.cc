@@ -268,7 +268,38 @@ StepResult chip_step(std::span<const std::string> w) {
   return std::optional<StepAction>(s);
 }
 
+// expect tick [flows=IDS] [meters=IDS] [queues=PORTS] [records=N,...] [gap=D] [timeout=D]
+StepResult expect_tick(std::span<const std::string> w) {
+  ExpectTickStep s;
+  for (const auto& word : w) {
+    auto kv = syntax::split_key(word);
+    std::optional<std::vector<uint32_t>>* list = kv.key == "flows"     ? &s.flows
+                                                 : kv.key == "meters"  ? &s.meters
+                                                 : kv.key == "queues"  ? &s.queues
+                                                 : kv.key == "records" ? &s.records
+                                                                       : nullptr;
+    if (!kv.has_value) return StepResult::fail("expect tick: unexpected '" + word + "'");
+    if (list && kv.value == "none" && kv.key != "records") {
+      *list = std::vector<uint32_t>{};
+    } else if (list) {
+      auto ids = syntax::id_list(kv.value, 0xffffffff, "expect tick: " + kv.key);
+      if (!ids.ok()) return StepResult::fail(ids.error());
+      *list = ids.value();
+    } else if (kv.key == "gap" || kv.key == "timeout") {
+      auto d = syntax::duration(kv.value, kv.key);
+      if (!d.ok()) return StepResult::fail("expect tick: " + d.error());
+      if (kv.key == "gap") s.gap = d.value();
+      if (kv.key == "timeout") s.timeout = d.value();
+    } else {
+      return StepResult::fail("expect tick: unexpected '" + word +
+                              "' (flows=, meters=, queues=, records=, gap=, timeout=)");
+    }
+  }
+  return std::optional<StepAction>(s);
+}
+
 StepResult expect_step(std::span<const std::string> w) {
+  if (!w.empty() && w[0] == "tick") return expect_tick(w.subspan(1));
   if (!w.empty() && w[0] == "chip") return expect_chip(w.subspan(1));
   if (!w.empty() && w[0] == "log") return expect_log(w.subspan(1));
   if (!w.empty() && w[0] == "show") return expect_show(w.subspan(1));
@@ -282,7 +313,8 @@ StepResult expect_step(std::span<const std::string> w) {
     return expect_stats(StatsKind::meter, w[0], w.subspan(1));
   }
   return StepResult::fail(
-      "expect: status, no status, flow-stats, queue-stats, meter-stats, chip, log or show (like "
+      "expect: status, no status, flow-stats, queue-stats, meter-stats, tick, chip, log or show "
+      "(like "
       "'expect status 10 success')");
 }
 

@@ -76,6 +76,17 @@ struct ExpectStatsStep {
   std::optional<double> timeout;
   bool none = false;  // expect no ...: no such message within the time (default 1 s)
 };
+// expect tick [flows=IDS] [meters=IDS] [queues=PORTS] [records=N,...] [gap=D] [timeout=D]: the
+// first statistics tick that starts after the step, its statistics messages being those that
+// arrive less than `gap` (default 0.1 s) after the one before. It carries flow messages, then meter
+// messages, then queue messages; each list given is the ids of that kind in arrival order
+// (IDS: N, A-B, comma-separated, or none; queue ports in any order), `records` the record count
+// of each meter message.
+struct ExpectTickStep {
+  std::optional<std::vector<uint32_t>> flows, meters, queues, records;
+  double gap = 0.1;
+  std::optional<double> timeout;
+};
 struct SleepStep {
   double seconds = 0;
 };
@@ -120,7 +131,8 @@ struct ExpectShowStep {
 };
 using StepAction = std::variant<SendStep, WaitRegistrationStep, ExpectStatusStep,
                                 ExpectNoStatusStep, ExpectStatsStep, SleepStep, BarrierStep,
-                                ChipControlStep, ExpectChipStep, ExpectLogStep, ExpectShowStep>;
+                                ChipControlStep, ExpectChipStep, ExpectLogStep, ExpectShowStep,
+                                ExpectTickStep>;
 
 struct Step {
   int line = 0;

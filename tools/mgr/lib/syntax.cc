@@ -128,26 +128,33 @@ Result<Ipv4> ipv4(std::string_view s, std::string_view what) {
   return ip;
 }
 
-Result<std::vector<uint32_t>> port_list(std::string_view s, std::string_view what) {
+Result<std::vector<uint32_t>> id_list(std::string_view s, uint64_t max, std::string_view what) {
   using R = Result<std::vector<uint32_t>>;
+  constexpr uint64_t kMaxIds = 65536;
   std::vector<uint32_t> out;
   for (const auto& item : split(s, ',')) {
     auto dash = item.find('-');
-    auto first = number(item.substr(0, dash), kMaxPort, what);
+    auto first = number(item.substr(0, dash), max, what);
     if (!first.ok()) return R::fail(first.error());
     uint64_t last = first.value();
     if (dash != std::string::npos) {
-      auto l = number(item.substr(dash + 1), kMaxPort, what);
+      auto l = number(item.substr(dash + 1), max, what);
       if (!l.ok()) return R::fail(l.error());
       last = l.value();
       if (last < first.value())
         return R::fail(std::string(what) + ": range " + item + " runs backwards");
     }
+    if (last - first.value() >= kMaxIds - out.size())
+      return R::fail(std::string(what) + ": more than 65536 ids");
     for (uint64_t p = first.value(); p <= last; ++p)
       out.push_back(static_cast<uint32_t>(p));
   }
-  if (out.empty()) return R::fail(std::string(what) + ": no port given");
+  if (out.empty()) return R::fail(std::string(what) + ": no id given");
   return out;
+}
+
+Result<std::vector<uint32_t>> port_list(std::string_view s, std::string_view what) {
+  return id_list(s, kMaxPort, what);
 }
 
 Result<Bytes> hex_bytes(std::string_view s) {

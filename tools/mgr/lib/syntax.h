@@ -47,7 +47,9 @@ struct Ipv4 {
   uint32_t mask = 0xffffffff;
 };
 Result<Ipv4> ipv4(std::string_view s, std::string_view what);
-// "3", "3,5", "1-4,9": port ids 0 to 288.
+// "3", "3,5", "1-4,9": ids 0 to `max`, at most 65536 of them.
+Result<std::vector<uint32_t>> id_list(std::string_view s, uint64_t max, std::string_view what);
+// The same for port ids 0 to 288.
 Result<std::vector<uint32_t>> port_list(std::string_view s, std::string_view what);
 // Hex bytes, blanks and ':' allowed between pairs.
 Result<Bytes> hex_bytes(std::string_view s);

@@ -153,6 +153,29 @@ TEST_F(Runner, StatisticsExpectationsWaitForCountersThatMeetThem) {
                        "got:      bytes 64 packets 1 (the last that came)"});
 }
 
+// Ticks are cut by the quiet time between them; a tick whose kinds come out of order fails.
+TEST_F(Runner, TickCutByGapAndCheckedForOrderAndIds) {
+  MeterStatsMsg ms;
+  ms.records = {MeterRecord{7, 0, 1000, 0, 0, 100, 0, 0}};
+  QueueStatsMsg q;
+  q.port_id = 3;
+  std::thread agent([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    for (const Message& m : std::vector<Message>{FlowStatsMsg{1, 1, 1, 64}, q, ms})
+      agent_sends(m);
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    for (const Message& m : std::vector<Message>{FlowStatsMsg{1, 2, 1, 64}, ms, q})
+      agent_sends(m);
+  });
+  auto sum =
+      run("expect tick gap=100ms timeout=1\n"
+          "expect tick flows=2 meters=7 records=1 queues=3 gap=100ms timeout=1\n");
+  agent.join();
+  EXPECT_EQ(sum.failed, 1u) << output();
+  expect_in(output(), {"got:      a meter message after a queue message",
+                       "flows 2 meters 7 (records 1) queues 3"});
+}
+
 // A barrier sends an ADD_FLOW of flow 0 with its own xid and takes only the status with that xid.
 TEST_F(Runner, ABarrierWaitsForTheStatusOfItsOwnFlowZero) {
   StatusMsg stale = status(0, 0, "ERROR: Msg has: FLOW ID ZERO"), second = stale;

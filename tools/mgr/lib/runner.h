@@ -3,8 +3,8 @@
 // reads the agent's log for the lines about them.
 #pragma once
 
-#include <cstdio>
 #include <chrono>
+#include <cstdio>
 #include <deque>
 #include <functional>
 #include <string>

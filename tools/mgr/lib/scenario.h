@@ -129,10 +129,10 @@ struct ExpectShowStep {
   bool file = false;
   std::optional<double> timeout;
 };
-using StepAction = std::variant<SendStep, WaitRegistrationStep, ExpectStatusStep,
-                                ExpectNoStatusStep, ExpectStatsStep, SleepStep, BarrierStep,
-                                ChipControlStep, ExpectChipStep, ExpectLogStep, ExpectShowStep,
-                                ExpectTickStep>;
+using StepAction =
+    std::variant<SendStep, WaitRegistrationStep, ExpectStatusStep, ExpectNoStatusStep,
+                 ExpectStatsStep, SleepStep, BarrierStep, ChipControlStep, ExpectChipStep,
+                 ExpectLogStep, ExpectShowStep, ExpectTickStep>;
 
 struct Step {
   int line = 0;

@@ -53,9 +53,9 @@ for t in $(find build/tests/unit -type f -executable -name '*_test*' | sort); do
   fi
 done
 ./scripts/valgrind-agent.sh build || fail=1
-# The group and EVT scenario files with the agent under valgrind.
+# The group, EVT and statistics scenario files with the agent under valgrind.
 OFA_SCENARIO_VALGRIND=1 build/tests/integration/scenarios/scenario_test --gtest_brief=1 \
-  --gtest_filter='*groups_*:*evt_*' >/dev/null || { echo "valgrind: scenario files reported errors"; fail=1; }
+  --gtest_filter='*groups_*:*evt_*:*stats_*' >/dev/null || { echo "valgrind: scenario files reported errors"; fail=1; }
 
 echo "== fuzz (fixed seed, from the seeds in tests/fuzz/corpus)"
 ./scripts/fuzz.sh --runs 20000 || fail=1

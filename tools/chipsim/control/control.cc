@@ -168,7 +168,8 @@ std::string cmd_fault(Control& c, std::span<const std::string_view> w) {
       .take();
 }
 
-// Slow answers: the request is carried out, and answered `ms` later. Removed with fault clear.
+// Slow answers: the request is carried out, and answered `ms` later; every such request unless a
+// mode says otherwise. Removed with fault clear.
 std::string cmd_slow(Control& c, std::span<const std::string_view> w) {
   if (w.size() < 2) return error(kSlowUsage);
   auto command = command_from_text(w[0]);
@@ -179,6 +180,8 @@ std::string cmd_slow(Control& c, std::span<const std::string_view> w) {
   f.command = *command;
   f.status = 0;
   f.delay_ms = *ms;
+  f.mode = FaultMode::from;  // unlike a fault, a slow answer stays until cleared unless told
+  f.n = 1;
   if (auto e = fault_tail({w.begin() + 2, w.end()}, f, kSlowUsage); !e.empty()) return error(e);
   c.model.add_fault(f);
   return ok()

@@ -9,6 +9,9 @@
 #include "agent/flow_record.h"
 #include "agent/timebase.h"
 #include "chip/chip_req.h"
+#include "chip/chip_table.h"
+#include "flow/flow_engine.h"
+#include "flow/flow_list.h"
 #include "flow_env.h"
 #include "groups_meters/meter.h"
 #include "hex.h"
@@ -22,23 +25,26 @@ using ids = std::vector<uint32_t>;
 
 constexpr uint32_t kRead = 0x06270000, kClear = 0x06270001, kChip0 = 0x84400000;
 
-// What the chips count: flow handle h has h * g_traffic packets and bytes; each policer key has
-// conform 1000 and exceed 200 on instance 0, 500 and 100 on instance 1.
+// What the chips count: flow handle h has h * g_traffic packets and bytes, seven times that on
+// chip 0, the last of the table; each policer key has conform 1000 and exceed 200 on instance 0,
+// 500 and 100 on instance 1.
 uint64_t g_traffic = 1;
 uint64_t g_now = 0, g_step = 0, g_read_ms = 0;
 uint64_t clock_ms() {
   return g_now += g_step;
 }
 std::vector<std::vector<uint8_t>> g_sent;
+int g_send_rc = 0;
 int capture(const uint8_t* msg, uint32_t size) {
   g_sent.emplace_back(msg, msg + size);
-  return 0;
+  return g_send_rc;
 }
 
-void answer(size_t, std::span<uint8_t> area) {
+void answer(size_t index, std::span<uint8_t> area) {
   ofa::wire::Reader r(area);
   if (r.u32_at(0) != kRead) return;
   uint32_t cls = r.u32_at(28), n = r.u16_at(34);
+  uint64_t chip_scale = ofa::test::fake_hsl().requests[index].target == kChip0 ? 7 : 1;
   ofa::wire::Writer w(area);
   for (uint32_t k = 0; k < n; ++k) {
     if (cls == OF_STATS_CLASS_POLICER) {
@@ -47,8 +53,8 @@ void answer(size_t, std::span<uint8_t> area) {
       w.u64_at(at + 24, k % 2 ? 100 : 200);
     } else if (cls != OF_STATS_CLASS_QUEUE) {
       uint32_t at = of_stats_result_offset(8 * n, n, 24, k);
-      w.u64_at(at + 8, r.u32_at(48 + 8 * k) * g_traffic);
-      w.u64_at(at + 16, r.u32_at(48 + 8 * k) * g_traffic);
+      w.u64_at(at + 8, r.u32_at(48 + 8 * k) * g_traffic * chip_scale);
+      w.u64_at(at + 16, r.u32_at(48 + 8 * k) * g_traffic * chip_scale);
     }
   }
   if (cls == OF_STATS_CLASS_POLICER) g_now += g_read_ms;
@@ -63,7 +69,7 @@ class Stats : public ofa::test::FlowEnv {
     ASSERT_EQ(openflow_lp_meter_init(), 1);
     ASSERT_EQ(ofa_stats_init(), 1);
     port(3, 1, 3);
-    g_traffic = 1, g_now = 0, g_step = 0, g_read_ms = 0;
+    g_traffic = 1, g_now = 0, g_step = 0, g_read_ms = 0, g_send_rc = 0;
     ofa_stats_clock_ms = clock_ms;
     ofa_stats_send = capture;
     g_sent.clear();
@@ -88,7 +94,7 @@ class Stats : public ofa::test::FlowEnv {
   struct Tick {
     ids flows, queues;
     std::vector<ids> meters;
-    ids keys;  // per read request
+    ids keys, classes;  // per read request
   };
   Tick tick() {
     hsl().requests.clear();
@@ -106,8 +112,10 @@ class Stats : public ofa::test::FlowEnv {
       }
     }
     for (const auto& q : hsl().requests)
-      if (q.command == kRead && q.word(28) != OF_STATS_CLASS_QUEUE && q.target == kChip0)
+      if (q.command == kRead && q.word(28) != OF_STATS_CLASS_QUEUE && q.target == kChip0) {
         t.keys.push_back(q.word(32) & 0xffff);
+        t.classes.push_back(q.word(28));
+      }
     return t;
   }
   static ids range(uint32_t from, uint32_t to) {
@@ -161,6 +169,66 @@ TEST_F(Stats, FlowCursorResumesAndWraps) {
   EXPECT_EQ(tick().flows, ids{});  // counters stand still
   g_traffic = 2;
   EXPECT_EQ(tick().flows, range(101, 200));
+}
+
+// Exactly 100 flows, on an L2 port (class 12) or an L3 one (class 25): every tick reads them all
+// and the cursor stays at the table's start.
+TEST_F(Stats, AHundredFlowsAreAllReadEveryTick) {
+  port(30, 1, 30, true);
+  for (auto [in_port, cls] : {std::pair{3, OF_STATS_CLASS_L2FLOW}, {30, OF_STATS_CLASS_L3FLOW}}) {
+    openflow_delete_all_flows();
+    flows(1, 100, static_cast<uint16_t>(in_port));
+    for (uint64_t traffic : {1, 2}) {
+      g_traffic = traffic;
+      Tick t = tick();
+      EXPECT_EQ(t.flows, range(1, 100)) << in_port;
+      EXPECT_EQ(t.keys, (ids{100})) << in_port;
+      EXPECT_EQ(t.classes, (ids{cls})) << in_port;
+      EXPECT_EQ(ofa_stats_flow_cursor(), 0u) << in_port;
+    }
+  }
+}
+
+// A generic L2 flow has a handle on each chip; the read carries the first chip's to every chip
+// and the flow takes what the last chip (chip 0) answers.
+TEST_F(Stats, AFlowTakesTheLastChipsAnswer) {
+  auto m = flow(21, 5, OF_PORT_NONE);
+  m.wildcards |= OF_WC_IN_PORT;
+  m.rule_kind = 1;
+  ASSERT_EQ(add(m), 1);
+  avl_node* cursor = nullptr;
+  const port_hw_data* hw = openflow_search_flow_in_list(OF_PORT_NONE, 21, 5);
+  ASSERT_NE(hw, nullptr);
+  uint64_t handle = hw->hw.get(ofGetFirstChip(&cursor)->chip_id);
+  hsl().requests.clear();
+  ofa_stats_tick();
+  ids read_by;
+  for (const auto& q : hsl().requests)
+    if (q.command == kRead && q.word(28) == OF_STATS_CLASS_L2FLOW) {
+      EXPECT_EQ(q.word(48), handle);
+      read_by.push_back(q.target);
+    }
+  EXPECT_EQ(read_by, (ids{0x84400080, kChip0}));
+  ASSERT_FALSE(g_sent.empty());
+  ofa::wire::Reader r(g_sent[0].data(), g_sent[0].size());
+  EXPECT_EQ(r.u32_at(8), 21u);
+  EXPECT_EQ(r.u64_at(16), handle * 7);
+  EXPECT_EQ(r.u64_at(24), handle * 7);
+}
+
+// No manager bound: every send fails, yet the tick reads and tries flows, meters and queues, the
+// cursor moves on and the next tick resumes after it.
+TEST_F(Stats, TicksGoOnWhenSendsFail) {
+  flows(1, 150);
+  meters(1, 1);
+  g_send_rc = -1;
+  Tick t = tick();
+  EXPECT_EQ(t.flows, range(1, 100));
+  EXPECT_EQ(t.meters, (std::vector<ids>{{1}}));
+  EXPECT_EQ(t.queues, (ids{5, 3}));
+  EXPECT_EQ(ofa_stats_flow_cursor(), 100u);
+  g_send_rc = 0;
+  EXPECT_EQ(tick().flows, range(101, 150));
 }
 
 TEST_F(Stats, SkippedFlowsAtTheEndStillWrap) {

@@ -8,6 +8,7 @@
 
 #include "agent/flow_record.h"
 #include "agent/timebase.h"
+#include "agent/top/openflow_agt_main.h"
 #include "chip/chip_req.h"
 #include "chip/chip_table.h"
 #include "flow/flow_engine.h"
@@ -273,21 +274,31 @@ TEST_F(Stats, MeterWalkStopsAfter50ms) {
 }
 
 // A clock that moves 1 ms a look: the walk stops with meter 51 waiting in the read batch. Meter
-// 51 goes (or loses its flows in a modify) before the next tick: it is never read.
+// 51 goes (or loses its flows in a modify) before the next tick: it is never read. After an
+// OpenFlow disable and enable, the same meters made again, the walk starts afresh.
 TEST_F(Stats, KeptWalkNeverReadsAMeterGone) {
-  for (bool modify : {false, true}) {
+  enum { del, modify, disable };
+  for (int what : {del, modify, disable}) {
     lp_openflow_generic_del_meter(OF_METER_ALL);
     meters(1, 60);
     g_step = 1;
     EXPECT_EQ(tick().keys, (ids{50, 50}));
     openflow_dec_meter_flow_count(51);
-    if (modify)
+    if (what == modify)
       lp_openflow_generic_modify_meter({OFM_MODIFY_METER, 51, 0, 2000, 0, 0, 0, 0, 1});
-    else
-      lp_openflow_generic_del_meter(51);
+    if (what == del) lp_openflow_generic_del_meter(51);
+    if (what == disable) {
+      openflow_destroy();
+      ASSERT_EQ(openflow_init(OFA_MODE_GENERIC), 1);
+      meters(1, 60);
+    }
     Tick t = tick();
-    EXPECT_EQ(t.meters, (std::vector<ids>{range(52, 60)})) << modify;
-    EXPECT_EQ(t.keys, (ids{18})) << modify;
+    if (what == disable) {
+      EXPECT_EQ(t.meters, (std::vector<ids>{range(1, 25), range(26, 50)}));
+      continue;
+    }
+    EXPECT_EQ(t.meters, (std::vector<ids>{range(52, 60)})) << what;
+    EXPECT_EQ(t.keys, (ids{18})) << what;
   }
 }
 

@@ -302,7 +302,8 @@ TEST_F(Stats, KeptWalkNeverReadsAMeterGone) {
   }
 }
 
-// Clears: one meter, both instances of its policer; all of 250 meters in batches of 100 ids.
+// Clears: one meter, both instances (0 and 1) of its policer in one request; all of 250 meters in
+// batches of 100 ids.
 TEST_F(Stats, MeterClearsInBatchesOf100) {
   meters(1, 250, false);
   auto cleared = [] {
@@ -315,6 +316,9 @@ TEST_F(Stats, MeterClearsInBatchesOf100) {
   hsl().requests.clear();
   lp_openflow_generic_clear_meter_stats(1);
   EXPECT_EQ(cleared(), (ids{2}));
+  const auto& q = hsl().requests.at(0);
+  uint32_t p = of_meter_policer_id(1);
+  EXPECT_EQ((ids{q.word(48), q.word(52), q.word(60), q.word(64)}), (ids{p, 0, p, 1}));
   hsl().requests.clear();
   lp_openflow_generic_clear_meter_stats(OF_METER_ALL);
   EXPECT_EQ(cleared(), (ids{200, 200, 100}));

@@ -194,7 +194,6 @@ TEST_F(Stats, AHundredFlowsAreAllReadEveryTick) {
 // and the flow takes what the last chip (chip 0) answers.
 TEST_F(Stats, AFlowTakesTheLastChipsAnswer) {
   auto m = flow(21, 5, OF_PORT_NONE);
-  m.wildcards |= OF_WC_IN_PORT;
   m.rule_kind = 1;
   ASSERT_EQ(add(m), 1);
   avl_node* cursor = nullptr;

@@ -17,15 +17,15 @@ using namespace ofa::test;
 
 class Ofactl : public RunDir {
  protected:
-  // The simulator, the manager replaying examples/scenarios/basic.scn, and the agent; true once
-  // the agent's debug client socket is there.
-  bool start_basic_session(Child& sim, Child& mgr, Child& agent) {
+  // The simulator, the manager (`run` of examples/scenarios/basic.scn unless other words are
+  // given), and the agent; true once the agent's debug client socket is there.
+  bool start_session(Child& sim, Child& mgr, Child& agent, std::vector<std::string> mgr_args = {}) {
+    if (mgr_args.empty())
+      mgr_args = {"run", "--timeout", "20",
+                  std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn"};
     sim.start(OFA_CHIPSIM_BIN, {"--no-auto-events"}, env_, path("chipsim.out"));
     if (!wait_for([&] { return exists(path("hsl/ctl.1")); })) return false;
-    mgr.start(
-        OFA_MGR_BIN,
-        {"run", "--timeout", "20", std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn"},
-        env_, path("run.out"));
+    mgr.start(OFA_MGR_BIN, mgr_args, env_, path("run.out"));
     if (!wait_for([&] { return exists(path("pq6/ofmgragt.mp")); })) return false;
     agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
     return wait_for([&] { return exists(path("qcf/ofagt_p1")); });
@@ -80,7 +80,7 @@ TEST_F(Ofactl, ShowsAfterTheBasicSessionAsTheGoldenFilesChangeNothing) {
   const std::string golden = std::string(OFA_SOURCE_DIR) + "/tests/integration/ofactl/basic/";
   env_["OFA_STATS_PERIOD_MS"] = "100";
   Child sim, mgr, agent;
-  ASSERT_TRUE(start_basic_session(sim, mgr, agent));
+  ASSERT_TRUE(start_session(sim, mgr, agent));
   ASSERT_EQ(mgr.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("run.out"));
   // The chip's tables, without its request counts, which the statistics tick moves.
   auto tables = [&] {
@@ -119,6 +119,34 @@ TEST_F(Ofactl, ShowsAfterTheBasicSessionAsTheGoldenFilesChangeNothing) {
   EXPECT_EQ(ofactl({"flow", "10"}), std::make_pair(0, read_file(golden + "flow_10_traffic.txt")));
   EXPECT_EQ(ofactl({"--json", "flow", "10"}),
             std::make_pair(0, read_file(golden + "flow_10_traffic.jsonl")));
+}
+
+// A list of 5000 flows (of 6000) is one answer of 1.5 MB, whole through the agent's client
+// thread and ofactl, as text and as JSON.
+TEST_F(Ofactl, SixThousandFlowsListFiveThousandBlocks) {
+  env_["OFA_PLATFORM"] = std::string(OFA_SOURCE_DIR) + "/bench/platforms/two_slots_50023.conf";
+  const std::string setup = write("setup.scn",
+                                  "wait registration timeout=30\n"
+                                  "chip event slot-up\n"
+                                  "chip event chip-up\n"
+                                  "expect log ~ \"Programmed default l2psel entry\" timeout=10\n"
+                                  "openflow enable\n"
+                                  "port enable 3 pvid=1 nhop=11\n"
+                                  "port enable 5 pvid=1 nhop=12\n"
+                                  "barrier\n");
+  Child sim, mgr, agent;
+  ASSERT_TRUE(start_session(sim, mgr, agent,
+                            {"bench", "--setup", setup, "--agent-log", path("ofastdout"),
+                             "--timeout", "20", "flows=6000", "window=16", "round-trips=0"}));
+  ASSERT_EQ(mgr.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("run.out"));
+  auto [code, list] = ofactl({"flow", "all"});
+  ASSERT_EQ(code, 0) << list.substr(0, 200);
+  EXPECT_EQ(count(list, "Flow Id: "), 5000u);
+  EXPECT_EQ(list.rfind("Flow Id: "), list.find("Flow Id: 5000, "));
+  std::tie(code, list) = ofactl({"--json", "flow", "all"});
+  ASSERT_EQ(code, 0) << list.substr(0, 200);
+  EXPECT_EQ(lines(list).size(), 5000u);
+  EXPECT_EQ(lines(list).back().rfind("{\"flow_id\":5000,", 0), 0u);
 }
 
 // One frame of `code` and `text` on a new connection to the agent of slot 1; with `answer`, the
@@ -164,7 +192,7 @@ int connect_agent(const std::string& path) {
 // and the random frames change no table.
 TEST_F(Ofactl, SixteenClientsAndRandomFramesWhileTheSessionRuns) {
   Child sim, mgr, agent;
-  ASSERT_TRUE(start_basic_session(sim, mgr, agent));
+  ASSERT_TRUE(start_session(sim, mgr, agent));
   const std::string socket_path = path("qcf/ofagt_p1");
   std::atomic<int> bad{0};
   std::vector<std::thread> clients;

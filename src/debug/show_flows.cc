@@ -14,9 +14,7 @@
 #include "flow/flow_engine.h"
 #include "flow/flow_table.h"
 #include "foundation/avl_tree.h"
-
-uint64_t g_openflow_pkt_to_cpu_cnt = 0;
-uint64_t g_openflow_bytes_to_cpu_cnt = 0;
+#include "stats/stats.h"
 
 namespace {
 

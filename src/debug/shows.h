@@ -20,9 +20,6 @@ void show_openflow_flow_database_detail_callback(uint32_t arg);
 void show_openflow_single_flow(uint32_t flow_id);
 void ofa_show_openflow_single_chip_l2flow_tree(ofa_writer* w, uint32_t chip_id);
 void ofa_show_openflow_single_chip_l3flow_tree(ofa_writer* w, uint32_t chip_id);
-// The two counters of the flows that trap to the controller, shown with such a flow.
-extern uint64_t g_openflow_pkt_to_cpu_cnt;
-extern uint64_t g_openflow_bytes_to_cpu_cnt;
 
 // Chips (show_chips.cc), highest flat id first.
 void ofa_show_openflow_chips(ofa_writer* w);

@@ -20,6 +20,9 @@
 #include "ports/port_mask.h"
 #include "stats/stats.h"
 
+uint64_t g_openflow_pkt_to_cpu_cnt = 0;
+uint64_t g_openflow_bytes_to_cpu_cnt = 0;
+
 namespace {
 
 using bucket = std::array<of_flow_stats_row, OF_FLOW_STATS_ROWS>;

@@ -53,6 +53,10 @@ void of_dpx_get_flow_stats(of_flow_stats_batch* batch);
 // Pushes each row whose counters differ from what its flow stored, and stores them.
 void of_dpx_process_flow_stats(of_flow_stats_batch* batch);
 int ofa_push_flow_stats(uint32_t flow_id, uint64_t packets, uint64_t bytes);
+// The cumulative counters of the packets and bytes trapped to the controller, shown with every
+// flow that sends there.
+extern uint64_t g_openflow_pkt_to_cpu_cnt;
+extern uint64_t g_openflow_bytes_to_cpu_cnt;
 
 // ---- meters -------------------------------------------------------------------------------------
 void lp_openflow_sync_meter_statistics();

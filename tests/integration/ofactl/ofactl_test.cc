@@ -17,15 +17,15 @@ using namespace ofa::test;
 
 class Ofactl : public RunDir {
  protected:
-  // The simulator, the manager replaying examples/scenarios/basic.scn, and the agent; true once
-  // the agent's debug client socket is there.
-  bool start_basic_session(Child& sim, Child& mgr, Child& agent) {
+  // The simulator, the manager (`run` of examples/scenarios/basic.scn unless other words are
+  // given), and the agent; true once the agent's debug client socket is there.
+  bool start_session(Child& sim, Child& mgr, Child& agent, std::vector<std::string> mgr_args = {}) {
+    if (mgr_args.empty())
+      mgr_args = {"run", "--timeout", "20",
+                  std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn"};
     sim.start(OFA_CHIPSIM_BIN, {"--no-auto-events"}, env_, path("chipsim.out"));
     if (!wait_for([&] { return exists(path("hsl/ctl.1")); })) return false;
-    mgr.start(
-        OFA_MGR_BIN,
-        {"run", "--timeout", "20", std::string(OFA_SOURCE_DIR) + "/examples/scenarios/basic.scn"},
-        env_, path("run.out"));
+    mgr.start(OFA_MGR_BIN, mgr_args, env_, path("run.out"));
     if (!wait_for([&] { return exists(path("pq6/ofmgragt.mp")); })) return false;
     agent.start(OFA_AGENT_BIN, {}, env_, path("agent.out"));
     return wait_for([&] { return exists(path("qcf/ofagt_p1")); });
@@ -78,10 +78,16 @@ TEST_F(Ofactl, SchedFromTheRunningAgentThenNoAgent) {
 
 TEST_F(Ofactl, ShowsAfterTheBasicSessionAsTheGoldenFilesChangeNothing) {
   const std::string golden = std::string(OFA_SOURCE_DIR) + "/tests/integration/ofactl/basic/";
+  env_["OFA_STATS_PERIOD_MS"] = "100";
   Child sim, mgr, agent;
-  ASSERT_TRUE(start_basic_session(sim, mgr, agent));
+  ASSERT_TRUE(start_session(sim, mgr, agent));
   ASSERT_EQ(mgr.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("run.out"));
-  const std::string dump = ctl("dump");
+  // The chip's tables, without its request counts, which the statistics tick moves.
+  auto tables = [&] {
+    const std::string dump = ctl("dump");
+    return dump.substr(0, dump.find(",\"stats\":"));
+  };
+  const std::string dump = tables();
   const std::string tree = ofactl({"flow_tree"}).second;
 
   Child shows;
@@ -102,8 +108,45 @@ TEST_F(Ofactl, ShowsAfterTheBasicSessionAsTheGoldenFilesChangeNothing) {
   EXPECT_EQ(ofactl({"flow", "13"}), std::make_pair(0, all.substr(from, to - from) + "\n"));
   EXPECT_EQ(ofactl({"flow", "99"}).second, "Error: Cannot find the flow entry for flow id :99\n\n");
 
-  EXPECT_EQ(ctl("dump"), dump);
+  EXPECT_EQ(tables(), dump);
   EXPECT_EQ(ofactl({"flow_tree"}).second, tree);
+
+  // The chip's counters reach the flow's show on the statistics tick.
+  ASSERT_EQ(ctl("traffic all 5 320"), "{\"ok\":true,\"advanced\":13}");
+  ASSERT_TRUE(wait_for([&] {
+    return ofactl({"flow", "10"}).second.find("Total Pkts: 5\n") != std::string::npos;
+  }));
+  EXPECT_EQ(ofactl({"flow", "10"}), std::make_pair(0, read_file(golden + "flow_10_traffic.txt")));
+  EXPECT_EQ(ofactl({"--json", "flow", "10"}),
+            std::make_pair(0, read_file(golden + "flow_10_traffic.jsonl")));
+}
+
+// A list of 5000 flows (of 6000) is one answer of 1.5 MB, whole through the agent's client
+// thread and ofactl, as text and as JSON.
+TEST_F(Ofactl, SixThousandFlowsListFiveThousandBlocks) {
+  env_["OFA_PLATFORM"] = std::string(OFA_SOURCE_DIR) + "/bench/platforms/two_slots_50023.conf";
+  const std::string setup = write("setup.scn",
+                                  "wait registration timeout=30\n"
+                                  "chip event slot-up\n"
+                                  "chip event chip-up\n"
+                                  "expect log ~ \"Programmed default l2psel entry\" timeout=10\n"
+                                  "openflow enable\n"
+                                  "port enable 3 pvid=1 nhop=11\n"
+                                  "port enable 5 pvid=1 nhop=12\n"
+                                  "barrier\n");
+  Child sim, mgr, agent;
+  ASSERT_TRUE(start_session(sim, mgr, agent,
+                            {"bench", "--setup", setup, "--agent-log", path("ofastdout"),
+                             "--timeout", "20", "flows=6000", "window=16", "round-trips=0"}));
+  ASSERT_EQ(mgr.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("run.out"));
+  auto [code, list] = ofactl({"flow", "all"});
+  ASSERT_EQ(code, 0) << list.substr(0, 200);
+  EXPECT_EQ(count(list, "Flow Id: "), 5000u);
+  EXPECT_EQ(list.rfind("Flow Id: "), list.find("Flow Id: 5000, "));
+  std::tie(code, list) = ofactl({"--json", "flow", "all"});
+  ASSERT_EQ(code, 0) << list.substr(0, 200);
+  EXPECT_EQ(lines(list).size(), 5000u);
+  EXPECT_EQ(lines(list).back().rfind("{\"flow_id\":5000,", 0), 0u);
 }
 
 // One frame of `code` and `text` on a new connection to the agent of slot 1; with `answer`, the
@@ -149,7 +192,7 @@ int connect_agent(const std::string& path) {
 // and the random frames change no table.
 TEST_F(Ofactl, SixteenClientsAndRandomFramesWhileTheSessionRuns) {
   Child sim, mgr, agent;
-  ASSERT_TRUE(start_basic_session(sim, mgr, agent));
+  ASSERT_TRUE(start_session(sim, mgr, agent));
   const std::string socket_path = path("qcf/ofagt_p1");
   std::atomic<int> bad{0};
   std::vector<std::thread> clients;

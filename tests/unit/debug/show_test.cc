@@ -1,11 +1,12 @@
 // Show requests and the debug text over small fixed tables: two chips of slot 1 up, ports 3 (L3)
-// and 5 (L2), VLAN 100 with both, four flows (one matching every field in the old action form, one
-// in the new form, a generic one, one to the controller only), groups of types ALL, SELECT and FF,
-// a meter of two bands, EVT records on both ports. Each reply is the whole text, checked by hand
-// against the renderers' format strings.
+// and 5 (L2), a port-channel without a chip, VLAN 100 with both, four flows (one matching every
+// field in the old action form, one in the new form, a generic one, one to the controller only),
+// groups of types ALL, SELECT and FF, a meter of two bands, EVT records on both ports. Each reply
+// is the whole text, checked by hand against the renderers' format strings.
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "agent/flow_record.h"
 #include "agent/trace.h"
@@ -15,6 +16,7 @@
 #include "debug/debug_handler.h"
 #include "debug/shows.h"
 #include "flow/flow_engine.h"
+#include "flow/flow_table.h"
 #include "flow_env.h"
 #include "groups_meters/group_db.h"
 #include "groups_meters/l2fwd_table.h"
@@ -130,6 +132,7 @@ class Shows : public FlowEnv {
 };
 
 TEST_F(Shows, RequestToReply) {
+  ofProcessPortAdd(0x20000001, "port-channel1", 60);  // not physical: no chip
   const auto before = counts();
   const std::string chips =
       "Chip Id: 1\n   is_local: 1 local chip id:    1 ifindex: 0x84400080 slot id:    1\n"
@@ -195,6 +198,12 @@ TEST_F(Shows, RequestToReply) {
       {"port 3",
        "Port Id: 3\n      OF enabled: 1 type: L3\n"
        "      ifIndex: 0x18418000 ifName: ethernet1/3 chip_id: 0 is_local: 1\n"
+       "      iivid_min: 0 iivid_max: 0 lrn: 0 rx_fwd: 0 tx_en: 0\n"
+       "      is_mac_cls: 0 is_typ_cls: 0 pvid: 0 ppid: 0 vpnid: 0\n"
+       "      of_def_nhop_id: 0\n\n\n"},
+      {"port 60",
+       "Port Id: 60\n      OF enabled: 0 type: L2\n"
+       "      ifIndex: 0x20000001 ifName: port-channel1 chip_id: -1 is_local: 0\n"
        "      iivid_min: 0 iivid_max: 0 lrn: 0 rx_fwd: 0 tx_en: 0\n"
        "      is_mac_cls: 0 is_typ_cls: 0 pvid: 0 ppid: 0 vpnid: 0\n"
        "      of_def_nhop_id: 0\n\n\n"},
@@ -292,6 +301,11 @@ TEST_F(Shows, FlowsEveryFieldBothActionFormsHardwareAndController) {
   ofProcessPortDelete(ofLookupIfEntrybyPortId(5)->ifIndex, 5);
   EXPECT_NE(show("flow 1").find("\tHardware Information:\nInvalid Port \n\tStatistics:"),
             std::string::npos);
+  port_hw_data* hw = std::exchange(of_lookup_flow(100, 1)->hw, nullptr);
+  EXPECT_NE(show("flow 1").find("\tHardware Information:\n\t   No Hardware entry found\n"
+                                "\tStatistics:\n\t   No Hardware entry found\n\n"),
+            std::string::npos);
+  of_lookup_flow(100, 1)->hw = hw;
 }
 
 // The detail list stops at 5000 flows, the lowest ids.
@@ -391,6 +405,9 @@ TEST(DebugText, BitsAndLevels) {
     EXPECT_EQ(debugOpenflow, c.bits) << c.text;
     EXPECT_EQ(openflow_agt_debug[c.module], c.level) << c.text;
   }
+  debugOpenflow = 0;
+  openflow_ofa_debug_handler("log group on");
+  EXPECT_EQ(debugOpenflow, OFA_DEBUG_ON);
   openflow_ofa_debug_init();
   openflow_ofa_debug_handler(nullptr);
   openflow_ofa_debug_set_module(4, 1);

@@ -26,14 +26,7 @@ stop() {
   pids=()
 }
 trap stop EXIT
-wait_for() { # wait_for SECONDS COMMAND...: poll until the command succeeds
-  local until=$((SECONDS + $1))
-  shift
-  until "$@" >/dev/null 2>&1; do
-    [ "$SECONDS" -lt "$until" ] || { echo "bench-evt: timed out waiting for: $*" >&2; exit 1; }
-    sleep 0.1
-  done
-}
+. scripts/lib.sh  # wait_for
 requests() { "$bin_sim" ctl stats | sed -E 's/.*"requests":([0-9]+).*/\1/'; }
 settled() {
   local before

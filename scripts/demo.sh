@@ -32,14 +32,7 @@ stop() {
 trap stop EXIT
 
 step() { printf '\n\033[1m== %s\033[0m\n' "$*"; }
-wait_for() {  # wait_for SECONDS COMMAND...: poll until the command succeeds
-  local until=$((SECONDS + $1))
-  shift
-  until "$@" >/dev/null 2>&1; do
-    [ "$SECONDS" -lt "$until" ] || { echo "demo: timed out waiting for: $*" >&2; exit 1; }
-    sleep 0.1
-  done
-}
+. scripts/lib.sh  # wait_for
 
 step "ofa-chipsim: the chip of slot 1 (run directory $run)"
 "$bin_sim" --no-auto-events --log "$run/requests.jsonl" 2>"$run/chipsim.err" &

@@ -18,14 +18,7 @@ cleanup() {
 }
 trap cleanup EXIT
 
-wait_for() {
-  local until=$((SECONDS + $1))
-  shift
-  until "$@" >/dev/null 2>&1; do
-    [ "$SECONDS" -lt "$until" ] || { echo "valgrind-agent: timed out waiting for: $*" >&2; exit 1; }
-    sleep 0.1
-  done
-}
+. scripts/lib.sh  # wait_for
 
 "$build/tools/chipsim/ofa-chipsim" --no-auto-events 2>/dev/null &
 pids+=($!)

@@ -92,8 +92,13 @@ std::vector<std::string> check_dangling(const Model& m) {
         }
         const L3Result& r = e.l3res;
         uint32_t mgid = (r.mcast >> 11) & 0x1FFFF, policer = (r.flags_b >> 17) & 0x3FFF;
-        if ((r.flags_a & (1u << 4)) && !c.nhops.contains(r.nhop)) note("next hop", r.nhop);
-        if ((r.mcast & (1u << 31)) && !has_mgid(c, mgid)) note("mgid", mgid);
+        // Flags A bit 4 goes with every forwarding result: a multicast word (bit 31) names an mgid
+        // instead, and drops and controller-only results leave the next-hop field 0.
+        if (r.mcast & (1u << 31)) {
+          if (!has_mgid(c, mgid)) note("mgid", mgid);
+        } else if ((r.flags_a & (1u << 4)) && r.nhop != 0 && !c.nhops.contains(r.nhop)) {
+          note("next hop", r.nhop);
+        }
         if ((r.flags_a & (1u << 8)) && !c.policers.contains({policer, 0})) note("policer", policer);
       }
     }

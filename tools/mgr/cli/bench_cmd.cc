@@ -200,6 +200,11 @@ int bench(const Options& o, const Target& t) {
     std::fprintf(stderr, "ofa-mgr bench: the setup %s did not go through\n", o.setup->c_str());
     return kFailed;
   }
+  // The run talks to this one agent: connected, its statuses never wait for room in our queue.
+  if (auto e = ep.value()->connect(agent_path(t.slot))) {
+    std::fprintf(stderr, "ofa-mgr bench: %s\n", e->c_str());
+    return kFailed;
+  }
   bool tty = isatty(STDERR_FILENO);
   BenchProgress progress = [&](const PhaseResult& r) {
     if (!tty) return;

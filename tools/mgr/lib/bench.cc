@@ -124,7 +124,9 @@ class Phase {
                               std::chrono::duration<double>(plan_.timeout));
     auto e = ep_.send(agent_, op.bytes);
     while (e && ep_.full() && clock::now() < deadline) {
-      receive(0.001);  // let the agent's answers out while its queue drains
+      ep_.wait(plan_.timeout);  // room in the agent's queue, or its answers to take meanwhile
+      while (receive(0)) {
+      }
       e = ep_.send(agent_, op.bytes);
     }
     if (e && error) *error = *e;

@@ -82,8 +82,9 @@ std::optional<std::string> MpEndpoint::send(const std::string& to,
   auto a = address(to);
   if (!a) return to + ": path too long for a UNIX socket";
   full_ = false;
-  ssize_t n = ::sendto(fd_, datagram.data(), datagram.size(), MSG_DONTWAIT,
-                       reinterpret_cast<const sockaddr*>(&*a), sizeof *a);
+  ssize_t n = to == peer_ ? ::send(fd_, datagram.data(), datagram.size(), MSG_DONTWAIT)
+                          : ::sendto(fd_, datagram.data(), datagram.size(), MSG_DONTWAIT,
+                                     reinterpret_cast<const sockaddr*>(&*a), sizeof *a);
   if (n == static_cast<ssize_t>(datagram.size())) return std::nullopt;
   if (n >= 0) return "sent only " + std::to_string(n) + " of " + std::to_string(datagram.size());
   if (errno == ENOENT || errno == ECONNREFUSED) {
@@ -96,6 +97,22 @@ std::optional<std::string> MpEndpoint::send(const std::string& to,
   return sys_error("send to " + to);
 }
 
+std::optional<std::string> MpEndpoint::connect(const std::string& to) {
+  auto a = address(to);
+  if (!a) return to + ": path too long for a UNIX socket";
+  if (::connect(fd_, reinterpret_cast<const sockaddr*>(&*a), sizeof *a) != 0) {
+    return sys_error("connect " + to);
+  }
+  peer_ = to;
+  return std::nullopt;
+}
+
+void MpEndpoint::wait(double seconds) {
+  // Unconnected, the socket is always writable: only a datagram can end the wait.
+  pollfd p{fd_, static_cast<short>(POLLIN | (peer_.empty() ? 0 : POLLOUT)), 0};
+  ::poll(&p, 1, static_cast<int>(std::max(0.0, seconds * 1000)));
+}
+
 std::optional<Bytes> MpEndpoint::receive(double seconds) {
   using clock = std::chrono::steady_clock;
   auto deadline = clock::now() + std::chrono::duration<double>(seconds);
@@ -105,12 +122,9 @@ std::optional<Bytes> MpEndpoint::receive(double seconds) {
     int r = ::poll(&p, 1, static_cast<int>(std::max<int64_t>(0, left.count())));
     if (r < 0 && errno == EINTR) return std::nullopt;  // a signal: let the caller look
     if (r <= 0) return std::nullopt;
-    Bytes buf(1 << 16);
-    ssize_t n = ::recv(fd_, buf.data(), buf.size(), MSG_DONTWAIT);
-    if (n >= 0) {
-      buf.resize(static_cast<size_t>(n));
-      return buf;
-    }
+    if (buf_.empty()) buf_.resize(1 << 16);
+    ssize_t n = ::recv(fd_, buf_.data(), buf_.size(), MSG_DONTWAIT);
+    if (n >= 0) return Bytes(buf_.begin(), buf_.begin() + n);
     if (errno != EAGAIN && errno != EINTR) return std::nullopt;
   }
 }

@@ -28,6 +28,14 @@ class MpEndpoint {
   // full refuses at once: full() then tells, and the caller may try again.
   std::optional<std::string> send(const std::string& to, std::span<const uint8_t> datagram);
   bool full() const { return full_; }
+  // Connects to `to`, for a run that talks to that one agent only: sends to it skip the path
+  // lookup, its answers are not held to the kernel's bound of 10 queued datagrams (the agent never
+  // waits for room), and wait() learns when its queue has room again. Datagrams from anyone else
+  // are dropped from then on.
+  std::optional<std::string> connect(const std::string& to);
+  // Waits at most `seconds` until a datagram is there or, when connected, the agent's queue has
+  // room again.
+  void wait(double seconds);
   // Waits at most `seconds` for one datagram (0: only what is already there).
   std::optional<Bytes> receive(double seconds);
   const std::string& path() const { return path_; }
@@ -38,6 +46,8 @@ class MpEndpoint {
   int fd_;
   std::string path_;
   bool full_ = false;
+  std::string peer_;  // the path connected to, if any
+  Bytes buf_;         // one datagram's room, kept between receives
 };
 
 // Paths of the two ends under the current run directory.

@@ -5,10 +5,13 @@
 # 3 and deletes them again, and prints its figures with a bare socket round trip measured in the
 # same run. Flows past the 49999th go to port 49, a port of slot 2: database only on this LP.
 # A run of groups=N or meters=N adds that many groups or meters, then deletes them (with ofa-mgr's
-# settings for them: "groups=1000 type=select buckets=8", "meters=1000 bands=2").
+# settings for them: "groups=1000 type=select buckets=8", "meters=1000 bands=2"). A run of
+# vlans=N enables ports 1 to 48, adds N VLANs, makes every port a member of every VLAN and
+# disables openflow: "vlans=4094" is the 196,512 memberships load. Give it alone, on a fresh agent.
 #
 #   scripts/bench-flows.sh [--order ascending|descending|random] [--window N]
-#                          [--keys shared|distinct] [--json] SIZE|"groups=N ..."|"meters=N ..."...
+#                          [--keys shared|distinct] [--json]
+#                          SIZE|"groups=N ..."|"meters=N ..."|"vlans=N ..."...
 #   scripts/bench-flows.sh 1000 10000 49999 200000 "groups=1000 buckets=4" "meters=1000"
 #
 # OFA_BENCH_CHIP chooses the chip: `chipsim` (default), ofa-chipsim over its socket; `in-process`,
@@ -22,7 +25,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 usage() {
-  sed -n '10,11p' "$0" >&2
+  sed -n '12,14p' "$0" >&2
   exit 2
 }
 order=ascending window=1 keys=shared json=() sizes=() others=()
@@ -34,7 +37,7 @@ while [ $# -gt 0 ]; do
     --json) json=(--json); shift ;;
     -h | --help) usage ;;
     [0-9]*) sizes+=("$1"); shift ;;
-    groups=* | meters=*) others+=("$1"); shift ;;
+    groups=* | meters=* | vlans=*) others+=("$1"); shift ;;
     *) echo "bench-flows: unknown argument '$1'" >&2; usage ;;
   esac
 done

@@ -29,12 +29,15 @@ std::optional<std::string> plan_word(BenchPlan& plan, const std::string& word) {
     if (kv.key == "delete") return (plan.remove = true, std::nullopt);
     return "bench: unknown word '" + word + "'";
   }
-  if (kv.key == "flows" || kv.key == "groups" || kv.key == "meters") {
+  if (kv.key == "flows" || kv.key == "groups" || kv.key == "meters" || kv.key == "vlans") {
     plan.kind = kv.key == "flows"    ? BenchKind::flows
                 : kv.key == "groups" ? BenchKind::groups
+                : kv.key == "vlans"  ? BenchKind::vlans
                                      : BenchKind::meters;
     return num(plan.flows, 0xffffff);
   }
+  if (kv.key == "ports") return num(plan.ports, kMaxPort);
+  if (kv.key == "batch") return num(plan.batch, 256);
   if (kv.key == "buckets") return num(plan.buckets, kMaxLongBuckets);
   if (kv.key == "bands") return num(plan.bands, 0xffffffff);
   if (kv.key == "type") {
@@ -109,7 +112,7 @@ void report_text(const std::vector<PhaseResult>& phases, const RoundTrip& rt) {
   std::printf(
       "round trip (AF_UNIX SEQPACKET, 128 bytes, %u times): pinned %.2f us, unpinned %.2f us\n",
       rt.count, rt.pinned_us, rt.unpinned_us);
-  if (!phases.empty() && phases[0].done > 0) {
+  if (!phases.empty() && phases[0].done > 0 && phases[0].what == "flows") {
     double add_us = phases[0].ms_per_1000();
     std::printf("an add costs %.2f round trips pinned, %.2f unpinned\n", add_us / rt.pinned_us,
                 add_us / rt.unpinned_us);
@@ -185,6 +188,7 @@ bool run_setup(const Options& o, const Target& t, MpEndpoint& ep) {
 int bench(const Options& o, const Target& t) {
   BenchPlan plan;
   plan.timeout = o.timeout;
+  plan.slot = t.slot;
   for (const auto& w : o.args) {
     if (auto e = plan_word(plan, w)) {
       std::fprintf(stderr, "ofa-mgr %s\n", e->c_str());

@@ -127,7 +127,10 @@ round trip of 128 bytes, both ends on one CPU (pinned) and not, to compare an ad
   groups=N           N groups instead of flows: type=all|select|indirect|ff (default all),
                      buckets=B (default 4; past 64 the message grows); added, then deleted
   meters=N           N meters instead of flows: bands=1|2 (default 2); added, then deleted
-Groups and meters draw no status: each phase sends its messages back to back and ends with the
+  vlans=N            N VLANs (IIVID 7168 + id) instead of flows, on ports=P ports (default 48):
+                     phases ports (enabled), vlans (added), members (every port in every
+                     VLAN; batch=N of them a datagram, default 1), disable (openflow disable)
+Groups, meters and VLAN runs draw no status: each phase sends its messages back to back and ends with the
 status of a barrier behind them, so it has no latency figures.
 Each flow matches in_port, IPv4 and its own destination 10.x.y.z/32. Options may also be
 written as words (in-port=P). On a terminal a progress line shows the count and rate. Statuses

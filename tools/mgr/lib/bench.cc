@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "codec.h"
+#include "platform/ifindex.h"
 #include "runner.h"
 
 namespace ofa::mgr {
@@ -29,6 +30,7 @@ double ms_between(clock::time_point a, clock::time_point b) {
 struct Op {
   uint32_t flow_id;
   Bytes bytes;
+  uint32_t count = 1;  // operations in the datagram
 };
 std::vector<Op> encoded(const std::vector<FlowMsg>& msgs) {
   std::vector<Op> ops;
@@ -69,19 +71,22 @@ class Phase {
   // that status.
   PhaseResult run_silent(const std::string& name, const std::vector<Op>& ops, std::string* error) {
     Op barrier{0, encode(barrier_flow(kBarrierXid)).value()};
-    begin(name, ops.size());
+    uint32_t total = 0;
+    for (const auto& op : ops)
+      total += op.count;
+    begin(name, total);
     auto start = start_, last_report = start;
     uint32_t sent = 0;
     for (const auto& op : ops) {
       if (!send(op, error, false)) break;
-      r_.done = ++sent;
+      r_.done = sent += op.count;
       report(last_report);
     }
-    if (sent == ops.size() && send(barrier, error)) {
+    if (sent == total && send(barrier, error)) {
       while (!pending_.empty() && receive(plan_.timeout)) {
       }
     }
-    bool handled = sent == ops.size() && pending_.empty();
+    bool handled = sent == total && pending_.empty();
     r_.done = handled ? sent : 0;
     r_.missing = r_.total - r_.done;
     r_.latency_ms.clear();  // the barrier's status is none of the operations'
@@ -96,6 +101,7 @@ class Phase {
     r_.name = name;
     r_.what = plan_.kind == BenchKind::groups   ? "groups"
               : plan_.kind == BenchKind::meters ? "meters"
+              : plan_.kind == BenchKind::vlans  ? "ops"
                                                 : "flows";
     r_.total = static_cast<uint32_t>(total);
     r_.done_ms.reserve(total);
@@ -309,10 +315,57 @@ MeterMsg bench_meter(const BenchPlan& plan, uint32_t i) {
   return m;
 }
 
+VlanMsg bench_vlan(uint32_t i) {
+  return VlanMsg{kSubAddVlan, 7168 + i + 1, i + 1};
+}
+
+namespace {
+
+// Ports enabled, VLANs added, memberships, global disable: each phase back to back to a barrier.
+std::vector<PhaseResult> run_vlans(Phase& phase, const BenchPlan& plan, std::string* error) {
+  std::vector<std::pair<std::string, std::vector<Op>>> phases(4);
+  phases[0].first = "ports";
+  for (uint16_t p = 1; p <= plan.ports; ++p) {
+    ConfigMsg c;
+    c.sub_cmd = kSubConfigInterface;
+    c.add = 1;
+    c.ports.set(p);
+    c.pvid = 1;
+    c.if_name = "ethernet" + std::to_string(plan.slot) + "/" + std::to_string(p);
+    c.if_index = platform::port_ifindex(plan.slot, p);
+    c.def_nhop_id = 100 + p;
+    phases[0].second.push_back({0, encode(c).value()});
+  }
+  phases[1].first = "vlans";
+  phases[2].first = "members";
+  auto& members = phases[2].second;
+  for (uint32_t v = 0; v < plan.flows; ++v) {
+    phases[1].second.push_back({0, encode(bench_vlan(v)).value()});
+    for (uint16_t p = 1; p <= plan.ports; ++p) {
+      if (members.empty() || members.back().count >= std::max<uint32_t>(plan.batch, 1))
+        members.push_back({0, {}, 0});
+      auto m = encode(PortVlanMsg{kSubAddPortVlan, p, v + 1}).value();
+      members.back().bytes.insert(members.back().bytes.end(), m.begin(), m.end());
+      ++members.back().count;
+    }
+  }
+  phases[3].first = "disable";
+  phases[3].second.push_back({0, encode(ConfigMsg{}).value()});  // CONFIG_OF, add 0
+  std::vector<PhaseResult> out;
+  for (const auto& [name, ops] : phases) {
+    out.push_back(phase.run_silent(name, ops, error));
+    if (error && !error->empty()) break;
+  }
+  return out;
+}
+
+}  // namespace
+
 std::vector<PhaseResult> run_bench(MpEndpoint& ep, const std::string& agent, const BenchPlan& plan,
                                    const BenchProgress& progress, std::string* error) {
   Phase phase(ep, agent, plan, progress);
   auto ok = [&] { return !error || error->empty(); };
+  if (plan.kind == BenchKind::vlans) return run_vlans(phase, plan, error);
   if (plan.kind != BenchKind::flows) {
     std::vector<Op> adds, dels;
     for (uint32_t i = 0; i < plan.flows; ++i) {

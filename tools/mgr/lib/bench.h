@@ -2,7 +2,9 @@
 // flight, and measure operations per second and the latency of each status; delete them again,
 // timed up to the status of a barrier; and measure a bare AF_UNIX SEQPACKET round trip, the cost
 // an add is compared against. Groups and meters draw no status: their adds, then their deletes,
-// go out back to back, each phase timed up to the status of a barrier behind it.
+// go out back to back, each phase timed up to the status of a barrier behind it. So do the phases
+// of a VLAN run: ports enabled, VLANs added, every port made a member of every VLAN, then a global
+// disable.
 #pragma once
 
 #include <functional>
@@ -20,11 +22,11 @@ enum class PriorityOrder { ascending, descending, same, random };
 // shared: every flow has the key its actions give (one chain); distinct: each its flow id.
 enum class KeyMode { shared, distinct };
 
-enum class BenchKind { flows, groups, meters };
+enum class BenchKind { flows, groups, meters, vlans };
 
 struct BenchPlan {
   BenchKind kind = BenchKind::flows;
-  uint32_t flows = 1000;  // how many flows, groups or meters
+  uint32_t flows = 1000;  // how many flows, groups, meters or VLANs
   uint32_t first_id = 1;
   PriorityOrder order = PriorityOrder::ascending;
   uint32_t base_priority = 1000;
@@ -41,6 +43,9 @@ struct BenchPlan {
   uint32_t group_type = kGroupAll;
   uint32_t buckets = 4;  // a group's, alternating between in_port and out_port
   uint32_t bands = 2;    // a meter's
+  uint16_t ports = 48;   // of a VLAN run: ports 1 to `ports`, each in every VLAN
+  uint32_t batch = 1;    // of a VLAN run: memberships a datagram, one message behind the other
+  uint32_t slot = 1;     // of the agent, for the ports' ifindexes
 };
 
 // Priorities of the plan's flows, in the order they are sent.
@@ -53,6 +58,8 @@ FlowMsg bench_flow(const BenchPlan& plan, uint32_t i, uint32_t priority);
 // kbps, DSCP-REMARK 500 kbps burst 300 precedence 2.
 GroupMsg bench_group(const BenchPlan& plan, uint32_t i);
 MeterMsg bench_meter(const BenchPlan& plan, uint32_t i);
+// VLAN number i (from 0): VLAN id i + 1, IIVID 7168 + i + 1.
+VlanMsg bench_vlan(uint32_t i);
 
 struct PhaseResult {
   std::string name;  // "add", "delete"

@@ -54,7 +54,8 @@ std::optional<std::string> send_one(MpEndpoint& ep, Inbox& inbox, const RunOptio
   auto deadline = after(opt.timeout);
   auto e = ep.send(opt.agent, bytes);
   while (e && ep.full() && seconds_left(deadline) > 0) {
-    inbox.collect(0.002);
+    ep.wait(0.002);  // until the agent answers something (or 2 ms), not the whole 2 ms
+    inbox.collect(0);
     e = ep.send(opt.agent, bytes);
   }
   if (e && ep.full()) *e += " for " + secs(opt.timeout) + "; datagram not sent";

@@ -130,7 +130,9 @@ class Phase {
                               std::chrono::duration<double>(plan_.timeout));
     auto e = ep_.send(agent_, op.bytes);
     while (e && ep_.full() && clock::now() < deadline) {
-      ep_.wait(plan_.timeout);  // room in the agent's queue, or its answers to take meanwhile
+      // While statuses are due, each says the agent took a datagram: waking for them alone, and
+      // not for every datagram it takes, lets the answers and the sends come in runs.
+      ep_.wait(plan_.timeout, pending_.size() <= 1);
       while (receive(0)) {
       }
       e = ep_.send(agent_, op.bytes);

@@ -107,9 +107,9 @@ std::optional<std::string> MpEndpoint::connect(const std::string& to) {
   return std::nullopt;
 }
 
-void MpEndpoint::wait(double seconds) {
+void MpEndpoint::wait(double seconds, bool room) {
   // Unconnected, the socket is always writable: only a datagram can end the wait.
-  pollfd p{fd_, static_cast<short>(POLLIN | (peer_.empty() ? 0 : POLLOUT)), 0};
+  pollfd p{fd_, static_cast<short>(POLLIN | (room && !peer_.empty() ? POLLOUT : 0)), 0};
   ::poll(&p, 1, static_cast<int>(std::max(0.0, seconds * 1000)));
 }
 

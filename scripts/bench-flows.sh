@@ -7,7 +7,8 @@
 # A run of groups=N or meters=N adds that many groups or meters, then deletes them (with ofa-mgr's
 # settings for them: "groups=1000 type=select buckets=8", "meters=1000 bands=2"). A run of
 # vlans=N enables ports 1 to 48, adds N VLANs, makes every port a member of every VLAN and
-# disables openflow: "vlans=4094" is the 196,512 memberships load. Give it alone, on a fresh agent.
+# disables openflow: "vlans=4094" is the 196,512 memberships load. Give it alone, on a fresh agent;
+# it runs on the embedded default switch (one chip), not on the platform above.
 #
 #   scripts/bench-flows.sh [--order ascending|descending|random] [--window N]
 #                          [--keys shared|distinct] [--json]
@@ -62,6 +63,8 @@ log=off
 [ "${OFA_BENCH_LOG:-0}" = 1 ] && log="$run/ofastdout"
 export OFA_RUN_DIR="$run" OFA_PLATFORM="$PWD/bench/platforms/two_slots_50023.conf" OFA_DEBUG_LOG="$log"
 unset OFA_SLOT OFA_BOOT
+# The memberships load runs on the embedded default switch: its 48 ports on one chip.
+case " ${others[*]-} " in *" vlans="*) unset OFA_PLATFORM ;; esac
 pids=()
 stop() {
   for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done

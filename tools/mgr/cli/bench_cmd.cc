@@ -8,8 +8,10 @@
 #include <sstream>
 
 #include "bench.h"
+#include "chip_side.h"
 #include "cli.h"
 #include "common/json.h"
+#include "common/line_client.h"
 #include "platform/run_dir.h"
 #include "runner.h"
 #include "syntax.h"
@@ -88,21 +90,27 @@ std::string cell(bool has, double v, int width, int decimals) {
   return buf;
 }
 
+double chip_requests_per_second(const PhaseResult& r) {
+  return r.chip_requests && r.seconds > 0 ? static_cast<double>(*r.chip_requests) / r.seconds : 0;
+}
+
 void report_text(const std::vector<PhaseResult>& phases, const RoundTrip& rt) {
-  std::printf("%-7s %8s %9s %10s %9s %9s %9s %8s %8s %8s %9s %7s %7s %8s\n", "phase",
+  std::printf("%-7s %8s %9s %10s %9s %9s %9s %8s %8s %8s %9s %7s %7s %8s %9s %10s\n", "phase",
               phases.empty() ? "flows" : phases[0].what.c_str(), "seconds", "ops/s", "ms/1000",
               "first1k", "last1k", "p50 ms", "p90 ms", "p99 ms", "max ms", "failed", "pseudo",
-              "missing");
+              "missing", "requests", "requests/s");
   for (const auto& r : phases) {
-    bool op = per_op(r);
+    bool op = per_op(r), chip = r.chip_requests.has_value();
     std::printf(
-        "%-7s %8u %9.3f %10.1f %s %s %s %s %s %s %s %7u %7u %8u\n", r.name.c_str(), r.done,
+        "%-7s %8u %9.3f %10.1f %s %s %s %s %s %s %s %7u %7u %8u %s %s\n", r.name.c_str(), r.done,
         r.seconds, r.ops_per_second(), cell(r.done > 0, r.ms_per_1000(), 9, 3).c_str(),
         cell(op, r.ms_per_1000_first(), 9, 3).c_str(), cell(op, r.ms_per_1000_last(), 9, 3).c_str(),
         cell(op, percentile(r.latency_ms, 50), 8, 3).c_str(),
         cell(op, percentile(r.latency_ms, 90), 8, 3).c_str(),
         cell(op, percentile(r.latency_ms, 99), 8, 3).c_str(),
-        cell(op, percentile(r.latency_ms, 100), 9, 3).c_str(), r.failed, r.pseudo, r.missing);
+        cell(op, percentile(r.latency_ms, 100), 9, 3).c_str(), r.failed, r.pseudo, r.missing,
+        cell(chip, static_cast<double>(r.chip_requests.value_or(0)), 9, 0).c_str(),
+        cell(chip, chip_requests_per_second(r), 10, 1).c_str());
   }
   if (rt.count == 0) return;
   if (!rt.error.empty()) {
@@ -138,6 +146,10 @@ void report_json(const BenchPlan& plan, const std::vector<PhaseResult>& phases,
     j.field("pseudo", r.pseudo).field("missing", r.missing);
     j.key("seconds").raw(fixed(r.seconds)).key("ops_per_s").raw(fixed(r.ops_per_second()));
     j.key("ms_per_1000").raw(fixed(r.ms_per_1000()));
+    if (r.chip_requests) {
+      j.field("chip_requests", *r.chip_requests);
+      j.key("chip_requests_per_s").raw(fixed(chip_requests_per_second(r)));
+    }
     if (op) {
       j.key("ms_per_1000_first").raw(fixed(r.ms_per_1000_first()));
       j.key("ms_per_1000_last").raw(fixed(r.ms_per_1000_last()));
@@ -216,8 +228,14 @@ int bench(const Options& o, const Target& t) {
                  r.ops_per_second());
     std::fflush(stderr);
   };
+  // Requests per phase from the simulator's counters, when one answers on this slot's socket.
+  ChipRequestCount chip_requests = [ctl = platform::hsl_ctl_path(t.slot)] {
+    auto a = tools::ask_line(ctl, "stats", 1.0);
+    auto c = a.ok() ? chip_counters(a.value()) : std::nullopt;
+    return c && c->contains("requests") ? std::optional<uint64_t>(c->at("requests")) : std::nullopt;
+  };
   std::string error;
-  auto results = run_bench(*ep.value(), agent_path(t.slot), plan, progress, &error);
+  auto results = run_bench(*ep.value(), agent_path(t.slot), plan, progress, &error, chip_requests);
   if (tty) std::fprintf(stderr, "\r%60s\r", "");
   RoundTrip rt = measure_round_trips(plan.round_trips);
   if (o.json) {

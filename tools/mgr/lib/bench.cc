@@ -44,8 +44,8 @@ std::vector<Op> encoded(const std::vector<FlowMsg>& msgs) {
 class Phase {
  public:
   Phase(MpEndpoint& ep, const std::string& agent, const BenchPlan& plan,
-        const BenchProgress& progress)
-      : ep_(ep), agent_(agent), plan_(plan), progress_(progress) {}
+        const BenchProgress& progress, const ChipRequestCount& chip_requests)
+      : ep_(ep), agent_(agent), plan_(plan), progress_(progress), chip_requests_(chip_requests) {}
 
   PhaseResult run(const std::string& name, const std::vector<Op>& ops, std::string* error) {
     begin(name, ops.size());
@@ -106,6 +106,7 @@ class Phase {
     r_.total = static_cast<uint32_t>(total);
     r_.done_ms.reserve(total);
     r_.latency_ms.reserve(total);
+    chip_base_ = chip_requests_ ? chip_requests_() : std::nullopt;
     start_ = clock::now();
   }
 
@@ -119,6 +120,10 @@ class Phase {
   PhaseResult finish(clock::time_point start) {
     r_.seconds = ms_between(start, clock::now()) / 1000;
     pending_.clear();
+    if (chip_base_) {
+      if (auto now = chip_requests_(); now && *now >= *chip_base_)
+        r_.chip_requests = *now - *chip_base_;
+    }
     return r_;
   }
 
@@ -169,6 +174,8 @@ class Phase {
   const std::string& agent_;
   const BenchPlan& plan_;
   const BenchProgress& progress_;
+  const ChipRequestCount& chip_requests_;
+  std::optional<uint64_t> chip_base_;
   std::map<uint32_t, clock::time_point> pending_;
   PhaseResult r_;
   clock::time_point start_;
@@ -364,8 +371,9 @@ std::vector<PhaseResult> run_vlans(Phase& phase, const BenchPlan& plan, std::str
 }  // namespace
 
 std::vector<PhaseResult> run_bench(MpEndpoint& ep, const std::string& agent, const BenchPlan& plan,
-                                   const BenchProgress& progress, std::string* error) {
-  Phase phase(ep, agent, plan, progress);
+                                   const BenchProgress& progress, std::string* error,
+                                   const ChipRequestCount& chip_requests) {
+  Phase phase(ep, agent, plan, progress, chip_requests);
   auto ok = [&] { return !error || error->empty(); };
   if (plan.kind == BenchKind::vlans) return run_vlans(phase, plan, error);
   if (plan.kind != BenchKind::flows) {

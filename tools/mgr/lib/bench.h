@@ -68,8 +68,9 @@ struct PhaseResult {
   uint32_t done = 0;  // statuses received (deletes: all, once the barrier's status came)
   uint32_t failed = 0, pseudo = 0, missing = 0;
   double seconds = 0;
-  std::vector<double> latency_ms;  // one per status, in arrival order (none for deletes)
-  std::vector<double> done_ms;     // when each status came, from the start of the phase
+  std::vector<double> latency_ms;         // one per status, in arrival order (none for deletes)
+  std::vector<double> done_ms;            // when each status came, from the start of the phase
+  std::optional<uint64_t> chip_requests;  // the simulator's requests during the phase, if known
   double ops_per_second() const { return seconds > 0 ? done / seconds : 0; }
   // Milliseconds per 1000 operations (the same number as microseconds per operation): over the
   // whole phase, its first 1000 and its last 1000.
@@ -84,10 +85,14 @@ double percentile(std::vector<double> samples, double p);
 // Called now and then while a phase runs (for a progress display).
 using BenchProgress = std::function<void(const PhaseResult&)>;
 
+// The chip simulator's request counter, read before and after each phase; none when unknown.
+using ChipRequestCount = std::function<std::optional<uint64_t>()>;
+
 // Runs the add phase (and the delete phase when asked). An error text when a datagram could
 // not be sent.
 std::vector<PhaseResult> run_bench(MpEndpoint& ep, const std::string& agent, const BenchPlan& plan,
-                                   const BenchProgress& progress, std::string* error);
+                                   const BenchProgress& progress, std::string* error,
+                                   const ChipRequestCount& chip_requests = {});
 
 // Mean microseconds of a 128-byte ping-pong over an AF_UNIX SEQPACKET socket pair, `count` times,
 // with both ends on one CPU (pinned) and wherever the scheduler puts them.

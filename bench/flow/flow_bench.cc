@@ -196,19 +196,21 @@ std::vector<uint32_t> parse_sizes(const char* text) {
 
 int main(int argc, char** argv) {
   std::vector<uint32_t> sizes = {1000, 10000, 49999, 200000};
+  std::vector<std::string> orders = {"ascending", "descending", "random"};
   uint32_t log_at = 0;
   for (int i = 1; i + 1 < argc; i += 2) {
     std::string a = argv[i];
     if (a == "--sizes") sizes = parse_sizes(argv[i + 1]);
+    if (a == "--orders") orders = {argv[i + 1]};
     if (a == "--log-at") log_at = static_cast<uint32_t>(std::atoi(argv[i + 1]));
   }
   std::printf("flow adds in process (ard, chip model behind the ioctl, debug log off)\n");
   std::printf("%-8s %-10s %9s %9s %7s %8s %8s %9s %10s %6s\n", "flows", "order", "us/add", "adds/s",
               "model%", "p50 us", "p99 us", "B/flow", "delete ms", "failed");
   for (uint32_t n : sizes)
-    for (const char* order : {"ascending", "descending", "random"}) {
+    for (const std::string& order : orders) {
       Figures f = run(n, order);
-      std::printf("%-8u %-10s %9.2f %9.0f %6.1f%% %8.2f %8.2f %9.0f %10.1f %6u\n", n, order,
+      std::printf("%-8u %-10s %9.2f %9.0f %6.1f%% %8.2f %8.2f %9.0f %10.1f %6u\n", n, order.c_str(),
                   f.us_per_add, 1e6 / f.us_per_add, f.model_share, f.p50, f.p99, f.bytes_per_flow,
                   f.delete_ms, f.failed);
     }

@@ -1,7 +1,5 @@
 #include "chip/chip_flow_tree.h"
 
-#include <new>
-
 #include "agent/flow_record.h"
 #include "agent/status.h"
 #include "agent/trace.h"
@@ -20,7 +18,7 @@ int of_chip_init_flow_table(of_chip_entry* chip) {
   file_printf("init Flow Table");
   for (avl_tree** tree : {&chip->l2_flow_tree, &chip->l3_flow_tree}) {
     if (*tree) continue;
-    int rc = avl_create(tree, 0, of_chip_cmp_flows);
+    int rc = avl_create_inline(tree, sizeof(of_chip_flow_node), of_chip_cmp_flows);
     if (rc != 0) {
       // The L3 tree's failure is reported with the L2 words.
       file_printf("Failed to initialize l2flow chip table, error = %d", rc);
@@ -31,9 +29,8 @@ int of_chip_init_flow_table(of_chip_entry* chip) {
 }
 
 void of_chip_free_flow_table(of_chip_entry* chip) {
-  auto free_node = [](void* item) { delete static_cast<of_chip_flow_node*>(item); };
-  if (chip->l2_flow_tree) avl_tree_free(&chip->l2_flow_tree, free_node);
-  if (chip->l3_flow_tree) avl_tree_free(&chip->l3_flow_tree, free_node);
+  if (chip->l2_flow_tree) avl_tree_free(&chip->l2_flow_tree, nullptr);
+  if (chip->l3_flow_tree) avl_tree_free(&chip->l3_flow_tree, nullptr);
 }
 
 avl_tree* of_chip_flow_tree(of_flow_tree_kind kind, of_chip_entry* chip) {
@@ -52,9 +49,8 @@ const of_chip_flow_node* item_of(avl_node* node) {
 int of_chip_avl_flow_add(of_flow_tree_kind kind, of_chip_entry* chip, uint32_t priority,
                          uint32_t flow_id, const of_flow_hw_ref* hw) {
   avl_tree* tree = of_chip_flow_tree(kind, chip);
-  auto* node = new (std::nothrow) of_chip_flow_node{priority, flow_id, hw->get(chip->chip_id)};
-  if (tree && node && avl_insert_nodup(tree, node) == 0) return 0;
-  delete node;
+  of_chip_flow_node item{priority, flow_id, hw->get(chip->chip_id)};
+  if (avl_insert_node(tree, &item, true)) return 0;
   if (of_chip_avl_lookup_flow(kind, chip, priority, flow_id)) {
     file_printf("flow already exists priority:%d flow_id:%d", priority, flow_id);
     return 0;
@@ -72,9 +68,7 @@ int of_chip_avl_flow_del(of_flow_tree_kind kind, of_chip_entry* chip, uint32_t p
     file_printf("Ignore unknown flow delete. priority:%d flow_id:%d", priority, flow_id);
     return 0;
   }
-  auto* item = static_cast<of_chip_flow_node*>(node->info);
   avl_delete_node(tree, node);
-  delete item;
   return 0;
 }
 

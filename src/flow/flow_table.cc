@@ -1,6 +1,5 @@
 #include "flow/flow_table.h"
 
-#include <new>
 
 #include "agent/flow_record.h"
 #include "agent/status.h"
@@ -99,7 +98,7 @@ int of_cmp_flows(const void* key, const void* node) {
 
 int of_init_flow_table() {
   if (flow_table) return 0;
-  int rc = avl_create(&flow_table, 0, of_cmp_flows);
+  int rc = avl_create_inline(&flow_table, sizeof(of_flow_node), of_cmp_flows);
   if (rc != 0) {
     file_printf("failed to initialize flow table, error = %d", rc);
     return OFA_E_NO_MEMORY;
@@ -109,14 +108,13 @@ int of_init_flow_table() {
 
 int of_free_flow_table() {
   if (flow_table)
-    avl_tree_free(&flow_table, [](void* item) { delete static_cast<of_flow_node*>(item); });
+    avl_tree_free(&flow_table, nullptr);
   return 0;
 }
 
 of_flow_node* of_process_flow_add(uint32_t priority, uint32_t flow_id, port_hw_data* hw) {
-  auto* node = new (std::nothrow) of_flow_node{priority, flow_id, hw};
-  if (flow_table && node && avl_insert_nodup(flow_table, node) == 0) return node;
-  delete node;
+  of_flow_node item{priority, flow_id, hw};
+  if (avl_node* n = avl_insert_node(flow_table, &item, true)) return node_of(n);
   if (of_flow_node* found = of_lookup_flow(priority, flow_id)) {
     file_printf("flow already exists priority:%d flow_id:%d", priority, flow_id);
     return found;
@@ -132,10 +130,8 @@ port_hw_data* of_process_flow_delete(uint32_t priority, uint32_t flow_id) {
     file_printf("Ignore unknown flow delete. priority:%d flow_id:%d", priority, flow_id);
     return nullptr;
   }
-  of_flow_node* node = node_of(n);
-  port_hw_data* hw = node->hw;
+  port_hw_data* hw = node_of(n)->hw;
   avl_delete_node(flow_table, n);
-  delete node;
   return hw;
 }
 

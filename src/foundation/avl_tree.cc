@@ -2,6 +2,7 @@
 #include "foundation/avl_tree.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <initializer_list>
 
 #include "foundation/avl_core.h"
@@ -20,9 +21,43 @@ namespace core = ofa::foundation::avl_core;
 
 namespace {
 
-avl_node* new_node(avl_tree* tree, void* item) {
+constexpr size_t kLine = 64;
+constexpr int32_t kFirstBlockNodes = 32;
+constexpr int32_t kMaxBlockNodes = 4096;
+
+// The distance between two nodes of an inline tree's block: a node and its item, rounded up to
+// 16 bytes (a node and an item of up to 16 bytes fill one cache line).
+size_t inline_stride(const avl_tree* tree) {
+  return (sizeof(avl_node) + static_cast<size_t>(tree->item_bytes) + 15) / 16 * 16;
+}
+
+// Another block of an inline tree: its first stride holds the link to the previous block, the
+// rest goes to the free nodes. False when the heap has nothing.
+bool add_block(avl_tree* tree) {
+  size_t stride = inline_stride(tree);
+  size_t nodes = static_cast<size_t>(tree->block_nodes);
+  size_t bytes = (stride * (nodes + 1) + kLine - 1) / kLine * kLine;
+  auto* block = static_cast<char*>(std::aligned_alloc(kLine, bytes));
+  if (block == nullptr) return false;
+  std::memcpy(block, &tree->blocks, sizeof(void*));
+  tree->blocks = block;
+  for (size_t i = nodes; i >= 1; --i) {
+    auto* node = reinterpret_cast<avl_node*>(block + i * stride);
+    node->right = tree->free_list;
+    tree->free_list = node;
+  }
+  if (tree->block_nodes < kMaxBlockNodes) tree->block_nodes *= 2;
+  return true;
+}
+
+bool keeps_free_nodes(const avl_tree* tree) {
+  return tree->max_nodes > 0 || tree->item_bytes > 0;
+}
+
+avl_node* new_node(avl_tree* tree, const void* item) {
   avl_node* node = nullptr;
-  if (tree->max_nodes > 0) {
+  if (tree->item_bytes > 0 && tree->free_list == nullptr) add_block(tree);
+  if (keeps_free_nodes(tree)) {
     node = tree->free_list;
     if (node != nullptr) tree->free_list = node->right;
   } else {
@@ -33,12 +68,17 @@ avl_node* new_node(avl_tree* tree, void* item) {
     return nullptr;
   }
   *node = avl_node{};
-  node->info = item;
+  if (tree->item_bytes > 0) {
+    node->info = node + 1;
+    std::memcpy(node->info, item, static_cast<size_t>(tree->item_bytes));
+  } else {
+    node->info = const_cast<void*>(item);
+  }
   return node;
 }
 
 void release_node(avl_tree* tree, avl_node* node) {
-  if (tree->max_nodes > 0) {
+  if (keeps_free_nodes(tree)) {
     *node = avl_node{};
     node->right = tree->free_list;
     tree->free_list = node;
@@ -66,20 +106,20 @@ avl_node* find_leaf_parent(avl_tree* tree, const void* item, bool nodup, bool* r
   return parent;
 }
 
-int insert(avl_tree* tree, void* item, bool nodup) {
-  if (tree == nullptr) return -1;
+}  // namespace
+
+avl_node* avl_insert_node(avl_tree* tree, const void* item, bool nodup) {
+  if (tree == nullptr) return nullptr;
   bool right = false;
   bool dup = false;
   avl_node* parent = find_leaf_parent(tree, item, nodup, &right, &dup);
-  if (dup) return -1;
+  if (dup) return nullptr;
   avl_node* node = new_node(tree, item);
-  if (node == nullptr) return -1;
+  if (node == nullptr) return nullptr;
   core::insert_leaf(&tree->root, parent, right, node);
   tree->count += 1;
-  return 0;
+  return node;
 }
-
-}  // namespace
 
 int avl_create(avl_tree** tree, int max_nodes, avl_compare_fn compare) {
   if (tree == nullptr || compare == nullptr) return -1;
@@ -105,12 +145,19 @@ int avl_create(avl_tree** tree, int max_nodes, avl_compare_fn compare) {
   return 0;
 }
 
+int avl_create_inline(avl_tree** tree, int item_bytes, avl_compare_fn compare) {
+  if (item_bytes <= 0 || avl_create(tree, 0, compare) != 0) return -1;
+  (*tree)->item_bytes = item_bytes;
+  (*tree)->block_nodes = kFirstBlockNodes;
+  return 0;
+}
+
 int avl_insert(avl_tree* tree, void* item) {
-  return insert(tree, item, false);
+  return avl_insert_node(tree, item, false) != nullptr ? 0 : -1;
 }
 
 int avl_insert_nodup(avl_tree* tree, void* item) {
-  return insert(tree, item, true);
+  return avl_insert_node(tree, item, true) != nullptr ? 0 : -1;
 }
 
 int avl_delete_node(avl_tree* tree, avl_node* node) {
@@ -280,6 +327,12 @@ void avl_tree_cleanup(avl_tree* tree, avl_free_fn free_fn) {
 void avl_tree_free(avl_tree** tree, avl_free_fn free_fn) {
   if (tree == nullptr || *tree == nullptr) return;
   avl_tree_cleanup(*tree, free_fn);
+  for (void* block = (*tree)->blocks; block != nullptr;) {
+    void* previous = nullptr;
+    std::memcpy(&previous, block, sizeof(void*));
+    std::free(block);
+    block = previous;
+  }
   std::free((*tree)->node_mem);
   std::free(*tree);
   *tree = nullptr;

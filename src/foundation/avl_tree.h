@@ -4,6 +4,12 @@
 // right, 0 is a match. It assumes nothing about the sense of the comparison, so a reversed
 // compare makes avl_getfirst() give the highest key. Equal items are allowed by avl_insert (they
 // go to the left side). Nodes come from the heap, or from one preallocated block of max_nodes.
+//
+// An inline tree (avl_create_inline) keeps a copy of each item in its node, right behind it, so
+// that a search reads one place per level instead of a node and then its item; its nodes come
+// from blocks the tree keeps for itself, so that the nodes of a large tree lie together instead
+// of among everything else the heap holds. A deleted node goes back to the tree's free nodes; the
+// blocks go with avl_tree_free. info points at the node's copy, which lives as long as the node.
 #pragma once
 
 #include <cstdint>
@@ -33,6 +39,9 @@ struct avl_tree {
   int32_t count;        // nodes in use
   int32_t ha_handle;    // always -1: no high-availability storage
   int32_t ha_object_group;
+  int32_t item_bytes;  // inline trees: the bytes of an item, copied into its node; else 0
+  int32_t block_nodes;  // inline trees: nodes of the next block
+  void* blocks;         // inline trees: the blocks, linked through their first word
 };
 
 // Output budget of one avl_paginate_traverse3() page.
@@ -40,6 +49,11 @@ inline constexpr int AVL_PAGINATE_LIMIT = 4096;
 
 // 0 and *tree set, or -1 (no memory, or no compare function).
 int avl_create(avl_tree** tree, int max_nodes, avl_compare_fn compare);
+// An inline tree of items of item_bytes each: 0 and *tree set, or -1.
+int avl_create_inline(avl_tree** tree, int item_bytes, avl_compare_fn compare);
+// The new node, or null when nodup finds an equal item (nothing changes) or no node can be had.
+// An inline tree copies *item into the node.
+avl_node* avl_insert_node(avl_tree* tree, const void* item, bool nodup);
 // 0, or -1 when no node can be had.
 int avl_insert(avl_tree* tree, void* item);
 // 0, or -1 when an equal item is present (or no node can be had).
@@ -71,7 +85,8 @@ int avl_traverse3(avl_tree* tree, avl_traverse3_fn fn, void* arg1, void* arg2, v
 // (null when the walk reached the end). A negative result stops the walk and is given back.
 int avl_paginate_traverse3(avl_tree* tree, avl_node* from, avl_traverse3_fn fn, void* arg1,
                            void* arg2, void* arg3, int* out_count, avl_node** next);
-// Frees every node from the leaves up, calling free_fn (when given) on each item; the tree stays.
+// Frees every node from the leaves up, calling free_fn (when given) on each item (an inline
+// tree's items are in their nodes: free_fn must not free them); the tree stays.
 void avl_tree_cleanup(avl_tree* tree, avl_free_fn free_fn);
 // The same, then frees the tree and clears *tree.
 void avl_tree_free(avl_tree** tree, avl_free_fn free_fn);

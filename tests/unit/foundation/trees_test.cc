@@ -1,5 +1,5 @@
 // avl_tree and dce_avl_tree. Differential runs with fixed seeds: avl_tree against std::multimap
-// (both compare senses) and dce_avl_tree against std::map (with and without delete rebalancing),
+// (both compare senses, items in the nodes or not) and dce_avl_tree against std::map (with and without delete rebalancing),
 // 100000 random operations each, with the structure checker every 1000 operations. And what they
 // do not reach: avl_tree's null tree, node steps in a reversed order, pre-order walk, node
 // identity across deletes, traversal callbacks, pagination and preallocated nodes; dce_avl_tree
@@ -14,6 +14,7 @@
 #include <map>
 #include <numeric>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include "foundation/avl_tree.h"
@@ -278,16 +279,27 @@ int key_of(const avl_node* n) {
   return n ? *static_cast<const int*>(n->info) : -1;
 }
 
-class AvlDiffTest : public ::testing::TestWithParam<bool> {};
+// (reversed compare, inline items)
+class AvlDiffTest : public ::testing::TestWithParam<std::tuple<bool, bool>> {};
 
 TEST_P(AvlDiffTest, MatchesMultimap) {
-  const bool reversed = GetParam();
+  const bool reversed = std::get<0>(GetParam());
+  const bool in_node = std::get<1>(GetParam());
   using Model = std::multimap<int, int*, std::function<bool(int, int)>>;
   Model model(reversed ? std::function<bool(int, int)>(std::greater<int>())
                        : std::function<bool(int, int)>(std::less<int>()));
   avl_tree* tree = nullptr;
-  ASSERT_EQ(avl_create(&tree, 0, reversed ? cmp_int_reversed : cmp_int), 0);
+  avl_compare_fn cmp = reversed ? cmp_int_reversed : cmp_int;
+  ASSERT_EQ(in_node ? avl_create_inline(&tree, sizeof(int), cmp) : avl_create(&tree, 0, cmp), 0);
   std::deque<int> items;  // stable addresses
+  // The item the tree holds: the caller's, or the copy in an inline tree's node (null: refused).
+  auto insert = [&](int* item, bool nodup) -> int* {
+    if (in_node) {
+      avl_node* n = avl_insert_node(tree, item, nodup);
+      return n ? static_cast<int*>(n->info) : nullptr;
+    }
+    return (nodup ? avl_insert_nodup(tree, item) : avl_insert(tree, item)) == 0 ? item : nullptr;
+  };
   std::mt19937 rng(reversed ? 4242 : 1717);
 
   auto erase_item = [&](int* item) {
@@ -306,13 +318,15 @@ TEST_P(AvlDiffTest, MatchesMultimap) {
     unsigned kind = rng() % 10;
     if (kind < 4) {
       items.push_back(key);
-      ASSERT_EQ(avl_insert(tree, &items.back()), 0);
-      model.emplace(key, &items.back());
+      int* held = insert(&items.back(), false);
+      ASSERT_NE(held, nullptr);
+      model.emplace(key, held);
     } else if (kind == 4) {
       items.push_back(key);
       bool absent = model.count(key) == 0;
-      ASSERT_EQ(avl_insert_nodup(tree, &items.back()), absent ? 0 : -1) << op;
-      if (absent) model.emplace(key, &items.back());
+      int* held = insert(&items.back(), true);
+      ASSERT_EQ(held != nullptr, absent) << op;
+      if (absent) model.emplace(key, held);
     } else if (kind < 7) {
       avl_node* n = avl_search(tree, &key);
       ASSERT_EQ(n != nullptr, model.count(key) > 0) << op;
@@ -359,7 +373,8 @@ TEST_P(AvlDiffTest, MatchesMultimap) {
   avl_tree_free(&tree, nullptr);
 }
 
-INSTANTIATE_TEST_SUITE_P(Reversed, AvlDiffTest, ::testing::Bool());
+INSTANTIATE_TEST_SUITE_P(ReversedInline, AvlDiffTest,
+                         ::testing::Combine(::testing::Bool(), ::testing::Bool()));
 
 struct DiffRec {
   uint32_t pad;

@@ -8,7 +8,6 @@
 #include "flow/flow_table.h"
 #include "flow/member_list.h"
 #include "foundation/avl_tree.h"
-#include "foundation/hash_fast.h"
 
 namespace {
 
@@ -18,14 +17,11 @@ void drop_all() {
   for (of_flow_node* n = of_get_first_flow(&cursor); n; n = of_get_next_flow(&cursor))
     delete n->hw;
   of_free_flow_table();
-  if (of_flow_id_table) {
-    hashFastGenericDestroyAndFreeContents(of_flow_id_table, [](void* data) {
-      auto* flow = static_cast<fd_entry*>(data);
-      of_members_release(flow->members);
-      delete flow;
-    });
-    of_flow_id_table = nullptr;
-  }
+  openflow_destroy_flow_id_table([](void* data) {
+    auto* flow = static_cast<fd_entry*>(data);
+    of_members_release(flow->members);
+    delete flow;
+  });
   of_action_chain_destroy();
   g_generic_flow_cnt = 0;
   generic_modify = 0;
@@ -43,8 +39,7 @@ int openflow_flow_db_init() {
 
 int openflow_destroy_hashtable() {
   openflow_delete_all_flows();
-  if (of_flow_id_table) hashFastGenericDestroy(of_flow_id_table);
-  of_flow_id_table = nullptr;
+  openflow_destroy_flow_id_table(nullptr);
   return 1;
 }
 

@@ -6,6 +6,7 @@
 #include "agent/trace.h"
 #include "foundation/avl_tree.h"
 #include "foundation/hash_fast.h"
+#include "foundation/id_index.h"
 
 hashFastGeneric* of_flow_id_table = nullptr;
 uint32_t g_generic_flow_cnt = 0;
@@ -13,6 +14,12 @@ uint32_t g_generic_flow_cnt = 0;
 namespace {
 
 avl_tree* flow_table = nullptr;
+
+// The records of the id table by id: the chains keep the order of the walks, the index answers
+// lookups in one place however long the chains grow. Off (lookups walk the chains) from the first
+// insert it could not take until the table goes.
+ofa::foundation::id_index<fd_entry> id_index;
+bool id_index_on = true;
 
 hash_key_t openflow_get_key_from_data(void* data, uintptr_t) {
   return static_cast<fd_entry*>(data)->flow_id;
@@ -49,19 +56,43 @@ int openflow_lp_init_hashtable() {
   return 1;
 }
 
+void openflow_destroy_flow_id_table(void (*free_flow)(void* flow)) {
+  id_index.clear();
+  id_index_on = true;
+  if (!of_flow_id_table) return;
+  if (free_flow) {
+    hashFastGenericDestroyAndFreeContents(of_flow_id_table, free_flow);
+  } else {
+    hashFastGenericDestroy(of_flow_id_table);
+  }
+  of_flow_id_table = nullptr;
+}
+
 fd_entry* openflow_lookup_flow_by_id(uint32_t flow_id) {
+  if (!of_flow_id_table) return nullptr;
+  if (id_index_on) return id_index.find(flow_id);
   void* data = nullptr;
-  if (!of_flow_id_table || !hashFastGenericGet(of_flow_id_table, flow_id, &data)) return nullptr;
+  if (!hashFastGenericGet(of_flow_id_table, flow_id, &data)) return nullptr;
   return static_cast<fd_entry*>(data);
 }
 
 int openflow_flow_id_insert(fd_entry* flow) {
-  return of_flow_id_table ? hashFastGenericInsert(of_flow_id_table, flow->flow_id, flow) : 0;
+  if (!of_flow_id_table) return 0;
+  int rc = id_index_on && !id_index.find(flow->flow_id)
+               ? hashFastGenericInsertNew(of_flow_id_table, flow->flow_id, flow)
+               : hashFastGenericInsert(of_flow_id_table, flow->flow_id, flow);
+  if (rc && id_index_on && !id_index.insert(flow->flow_id, flow)) {
+    id_index.clear();
+    id_index_on = false;
+  }
+  return rc;
 }
 
 void openflow_flow_id_remove(uint32_t flow_id) {
   void* data = nullptr;
-  if (of_flow_id_table) hashFastGenericDelete(of_flow_id_table, flow_id, &data);
+  if (!of_flow_id_table) return;
+  hashFastGenericDelete(of_flow_id_table, flow_id, &data);
+  id_index.erase(flow_id);
 }
 
 uint32_t openflow_flow_count() {

@@ -25,6 +25,8 @@ extern uint32_t g_generic_flow_cnt;
 int openflow_lp_init_hashtable();
 // Deletes every flow (openflow_delete_all_flows), destroys the table: 1.
 int openflow_destroy_hashtable();
+// Destroys the table without a word to the chips, each record to free_flow when given.
+void openflow_destroy_flow_id_table(void (*free_flow)(void* flow));
 fd_entry* openflow_lookup_flow_by_id(uint32_t flow_id);
 // 1 new, 2 replaced, 0 out of nodes.
 int openflow_flow_id_insert(fd_entry* flow);

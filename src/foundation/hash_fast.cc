@@ -243,12 +243,17 @@ void hashFastGenericEnable2ndHash(hashFastGeneric* t, uint32_t threshold, uint32
 
 int hashFastGenericInsert(hashFastGeneric* t, hash_key_t key, void* data) {
   if (t == nullptr) return 0;
-  uint32_t h = hash_of(t, key);
-  uint32_t b = h % t->size;
-  if (hash_node** link = find_link(t, h, key, nullptr)) {
+  if (hash_node** link = find_link(t, hash_of(t, key), key, nullptr)) {
     (*link)->data = data;
     return 2;
   }
+  return hashFastGenericInsertNew(t, key, data);
+}
+
+int hashFastGenericInsertNew(hashFastGeneric* t, hash_key_t key, void* data) {
+  if (t == nullptr) return 0;
+  uint32_t h = hash_of(t, key);
+  uint32_t b = h % t->size;
   uint16_t* count = t->bucket_counts != nullptr ? &t->bucket_counts[b] : nullptr;
   if (count != nullptr && (*count & 0x7FFF) == 0x7FFF) return 0;  // the 15-bit count is full
   auto* n = static_cast<hash_node*>(generic_get_mem_from_pool(&t->node_pool));

@@ -98,6 +98,9 @@ void hashFastGenericEnable2ndHash3(hashFastGeneric* table, uint32_t threshold, u
 
 // 1 new, 2 replaced (the node stays), 0 out of nodes.
 int hashFastGenericInsert(hashFastGeneric* table, hash_key_t key, void* data);
+// The same for a key the caller knows to be absent (it keeps an index of its own): no search of
+// the chain. 1, or 0 out of nodes.
+int hashFastGenericInsertNew(hashFastGeneric* table, hash_key_t key, void* data);
 // 1 found, 0 not.
 int hashFastGenericGet(hashFastGeneric* table, hash_key_t key, void** data);
 int hashFastGenericGetLink(hashFastGeneric* table, hash_key_t key, hash_node** node);

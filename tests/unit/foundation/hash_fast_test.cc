@@ -4,10 +4,13 @@
 // after a key and sorted walks of a slice compared now and then; and what they cannot reach:
 // size rule, node identity on replace, return indexes, out of nodes, second level conversion and
 // folding, set-up refusals, walks (skip, limits, stop bit, deletion in the callback, resuming after
-// a deleted key, fractions, anchors), freeing.
+// a deleted key, fractions, anchors), freeing. The differential runs also insert absent keys
+// without a search and keep an id_index of the same keys, checked at every operation.
 #include "foundation/hash_fast.h"
 
 #include <gtest/gtest.h>
+
+#include "foundation/id_index.h"
 
 #include <algorithm>
 #include <map>
@@ -406,6 +409,7 @@ TEST_P(HashDiff, MatchesMap) {
     b[k] = {k, 2};
   }
   std::map<uint32_t, Item*> model;
+  ofa::foundation::id_index<Item> index;
   std::mt19937 rng(static_cast<unsigned>(mode) * 31 + 5);
   bool saw_second_level = false;
 
@@ -415,11 +419,17 @@ TEST_P(HashDiff, MatchesMap) {
     auto it = model.find(k);
     if (kind < 4) {
       Item* item = rng() % 2 ? &a[k] : &b[k];
-      ASSERT_EQ(hashFastGenericInsert(t, k, item), it == model.end() ? 1 : 2) << op;
+      if (it == model.end() && kind == 0) {
+        ASSERT_EQ(hashFastGenericInsertNew(t, k, item), 1) << op;
+      } else {
+        ASSERT_EQ(hashFastGenericInsert(t, k, item), it == model.end() ? 1 : 2) << op;
+      }
       model[k] = item;
+      ASSERT_TRUE(index.insert(k, item));
     } else if (kind < 7) {
       void* out = nullptr;
       ASSERT_EQ(hashFastGenericDelete(t, k, &out), it == model.end() ? 0 : 1) << op;
+      index.erase(k);
       if (it != model.end()) {
         ASSERT_EQ(out, it->second);
         model.erase(it);
@@ -438,6 +448,9 @@ TEST_P(HashDiff, MatchesMap) {
       ASSERT_EQ((std::vector<void*>{got, next, smallest}), expect) << op;
     }
     ASSERT_EQ(hashFastGenericGetTableEntries(t), model.size());
+    ASSERT_EQ(index.size(), model.size());
+    auto now = model.find(k);
+    ASSERT_EQ(index.find(k), now == model.end() ? nullptr : now->second) << op;
     if (mode == Mode::kSecondHash) {
       for (uint32_t bucket = 0; bucket < t->size; ++bucket)
         saw_second_level |= (t->bucket_counts[bucket] & HASH_BUCKET_2ND_LEVEL) != 0;
@@ -446,8 +459,10 @@ TEST_P(HashDiff, MatchesMap) {
       Collect all;
       ASSERT_EQ(hashFastGenericTraverseUnsorted(t, Collect::fn, 0, 0xFFFFFFFF, &all), model.size());
       std::vector<uint32_t> expect;
-      for (const auto& [key, item] : model)
+      for (const auto& [key, item] : model) {
         expect.push_back(key);
+        ASSERT_EQ(index.find(key), item) << op;
+      }
       for (size_t i = 0; mode != Mode::kSecondHash && i < all.keys.size(); i += 97) {
         Collect rest, from;  // resumed after a key: the rest of the walk in the same order
         hashFastGenericTraverseUnsortedStartFromNextOf(t, Collect::fn, all.keys[i], 0xFFFFFFF,

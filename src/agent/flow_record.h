@@ -136,22 +136,30 @@ struct fd_entry {
 // ---- hardware side -----------------------------------------------------------------------------
 // The TCAM handle of a flow on each chip, by flat chip id (at most 96 chips). -1 means none. A
 // fresh reference reads -1 for chips 0 to 2 and 0 for higher ids, which is what the add path
-// leaves before it programs anything; only the chips written to take room.
+// leaves before it programs anything. The first four chips are held in place; a higher chip
+// written to takes room on the heap for the chips up to it.
 struct of_flow_hw_ref {
   static constexpr uint32_t kMaxChips = 96;
   static constexpr int32_t kNone = -1;
+  static constexpr uint32_t kInPlace = 4;
 
   int32_t get(uint32_t chip) const {
-    if (chip < handles.size()) return handles[chip];
-    return chip < 3 ? kNone : 0;
+    if (chip < kInPlace) return first[chip];
+    chip -= kInPlace;
+    return chip < more.size() ? more[chip] : 0;
   }
   void set(uint32_t chip, int32_t handle) {
     if (chip >= kMaxChips) return;
-    while (handles.size() <= chip)
-      handles.push_back(handles.size() < 3 ? kNone : 0);
-    handles[chip] = handle;
+    if (chip < kInPlace) {
+      first[chip] = handle;
+      return;
+    }
+    chip -= kInPlace;
+    if (more.size() <= chip) more.resize(chip + 1, 0);
+    more[chip] = handle;
   }
-  std::vector<int32_t> handles;
+  std::array<int32_t, kInPlace> first{kNone, kNone, kNone, 0};
+  std::vector<int32_t> more;  // chips from kInPlace on
 };
 
 struct port_hw_data {

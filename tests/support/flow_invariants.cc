@@ -76,7 +76,7 @@ std::vector<std::string> flow_invariants() {
   cursor = nullptr;
   for (of_flow_node* n = of_get_first_flow(&cursor); n; n = of_get_next_flow(&cursor)) {
     if (!n->hw) continue;
-    for (uint32_t c = 0; c < n->hw->hw.handles.size(); ++c) {
+    for (uint32_t c = 0; c < of_flow_hw_ref::kMaxChips; ++c) {
       int32_t h = n->hw->hw.get(c);
       if (h <= 0 || in_use(l2flow_tcam_idpool_node, h) || in_use(l3ipv4flow_tcam_idpool_node, h))
         continue;

@@ -179,15 +179,16 @@ void structure_costs(uint32_t n, Figures* f) {
   t0 = Clock::now();
   for (uint32_t i = 0; i < std::min(n, kOnChip); ++i) {
     const of_chip_flow_node *lower = nullptr, *higher = nullptr;
-    of_chip_avl_lookup_neighbours(of_flow_tree_kind::l2, chip, flows[i]->priority,
-                                  beside(flows[i]), &lower, &higher);
+    of_chip_avl_lookup_neighbours(of_flow_tree_kind::l2, chip, flows[i]->priority, beside(flows[i]),
+                                  &lower, &higher);
     step(lower ? lower : higher);
   }
   f->chip_tree = us_since(t0) / n;
   constexpr uint32_t kWalks = 1000;
   t0 = Clock::now();
   for (uint32_t i = 0; i < kWalks; ++i)
-    of_walk_generic_ports(flows[i % n], [](uint16_t, fd_entry*) { return 1; }, false);
+    of_walk_generic_ports(
+        flows[i % n], [](uint16_t, fd_entry*) { return 1; }, false);
   f->generic_walk = us_since(t0) / kWalks;
 }
 
@@ -274,14 +275,15 @@ int main(int argc, char** argv) {
                   f.delete_ms, f.failed);
       if (order == "random") shares.emplace_back(n, f);
     }
-  std::printf("\nrandom order, us per add and share of it: a lookup by flow id (4097 chains, and\n"
-              "their index), a descent of the flow table and of the chip's tree (AVL trees);\n"
-              "the 289-port walk of one generic add\n");
+  std::printf(
+      "\nrandom order, us per add and share of it: a lookup by flow id (4097 chains, and\n"
+      "their index), a descent of the flow table and of the chip's tree (AVL trees);\n"
+      "the 289-port walk of one generic add\n");
   std::printf("%-8s %9s %16s %16s %16s %12s\n", "flows", "us/add", "id table", "flow table",
               "chip tree", "port walk");
   for (const auto& [n, f] : shares)
-    std::printf("%-8u %9.2f %9.3f %5.1f%% %9.3f %5.1f%% %9.3f %5.1f%% %9.3f us\n", n,
-                f.us_per_add, f.id_table, 100 * f.id_table / f.us_per_add, f.flow_table,
+    std::printf("%-8u %9.2f %9.3f %5.1f%% %9.3f %5.1f%% %9.3f %5.1f%% %9.3f us\n", n, f.us_per_add,
+                f.id_table, 100 * f.id_table / f.us_per_add, f.flow_table,
                 100 * f.flow_table / f.us_per_add, f.chip_tree, 100 * f.chip_tree / f.us_per_add,
                 f.generic_walk);
   if (log_at) {

@@ -1,6 +1,5 @@
 #include "flow/flow_table.h"
 
-
 #include "agent/flow_record.h"
 #include "agent/status.h"
 #include "agent/trace.h"
@@ -138,8 +137,7 @@ int of_init_flow_table() {
 }
 
 int of_free_flow_table() {
-  if (flow_table)
-    avl_tree_free(&flow_table, nullptr);
+  if (flow_table) avl_tree_free(&flow_table, nullptr);
   return 0;
 }
 

@@ -39,7 +39,7 @@ struct avl_tree {
   int32_t count;        // nodes in use
   int32_t ha_handle;    // always -1: no high-availability storage
   int32_t ha_object_group;
-  int32_t item_bytes;  // inline trees: the bytes of an item, copied into its node; else 0
+  int32_t item_bytes;   // inline trees: the bytes of an item, copied into its node; else 0
   int32_t block_nodes;  // inline trees: nodes of the next block
   void* blocks;         // inline trees: the blocks, linked through their first word
 };

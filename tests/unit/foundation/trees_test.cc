@@ -1,9 +1,10 @@
 // avl_tree and dce_avl_tree. Differential runs with fixed seeds: avl_tree against std::multimap
-// (both compare senses, items in the nodes or not) and dce_avl_tree against std::map (with and without delete rebalancing),
-// 100000 random operations each, with the structure checker every 1000 operations. And what they
-// do not reach: avl_tree's null tree, node steps in a reversed order, pre-order walk, node
-// identity across deletes, traversal callbacks, pagination and preallocated nodes; dce_avl_tree
-// from a zeroed record, first/last upkeep when a two-node tree loses its root, the key compares.
+// (both compare senses, items in the nodes or not) and dce_avl_tree against std::map (with and
+// without delete rebalancing), 100000 random operations each, with the structure checker every 1000
+// operations. And what they do not reach: avl_tree's null tree, node steps in a reversed order,
+// pre-order walk, node identity across deletes, traversal callbacks, pagination and preallocated
+// nodes; dce_avl_tree from a zeroed record, first/last upkeep when a two-node tree loses its root,
+// the key compares.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -2,11 +2,11 @@
 
 #include <array>
 #include <new>
-#include <unordered_map>
 
 #include "agent/flow_record.h"
 #include "agent/trace.h"
 #include "flow/member_list.h"
+#include "foundation/id_index.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ struct chain_table {
   std::array<of_action_chain*, OF_ACTION_CHAIN_BUCKETS> heads{};
   std::array<uint32_t, OF_ACTION_CHAIN_BUCKETS> counts{};
   uint32_t total = 0;
-  std::unordered_map<uint32_t, of_action_chain*> by_key;
+  ofa::foundation::id_index<of_action_chain> by_key;
 };
 
 chain_table* table = nullptr;
@@ -61,8 +61,7 @@ uint32_t of_get_action_chain_key(const fd_entry* flow, uint16_t* key_type) {
 
 of_action_chain* retrieve_action_chain_from_hash_table(const fd_entry* flow) {
   if (!table) return nullptr;
-  auto it = table->by_key.find(flow->action_key);
-  return it == table->by_key.end() ? nullptr : it->second;
+  return table->by_key.find(flow->action_key);
 }
 
 of_action_chain* create_add_action_chain_in_hash_table(fd_entry* flow) {
@@ -76,7 +75,10 @@ of_action_chain* create_add_action_chain_in_hash_table(fd_entry* flow) {
     return found;
   }
   auto* e = new (std::nothrow) of_action_chain;
-  if (!e) return nullptr;
+  if (!e || !table->by_key.insert(flow->action_key, e)) {
+    delete e;
+    return nullptr;
+  }
   e->key = flow->action_key;
   e->member_count = flow->member_count;
   e->value = of_get_action_chain_key(flow, &e->key_type);
@@ -92,7 +94,6 @@ of_action_chain* create_add_action_chain_in_hash_table(fd_entry* flow) {
   table->heads[b] = e;
   ++table->counts[b];
   ++table->total;
-  table->by_key[e->key] = e;
   ofa_debug_printf("create_action_chain called for flow: %d new created key: 0x%x members: %d\n",
                    flow->flow_id, flow->action_key, flow->member_count);
   return e;

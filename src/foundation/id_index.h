@@ -64,7 +64,6 @@ class id_index {
   void clear() {
     slots_.reset();
     mask_ = 0;
-    shift_ = 64;
     count_ = 0;
   }
 
@@ -78,9 +77,9 @@ class id_index {
   };
 
   size_t home(uint32_t id) const {
-    // Fibonacci hashing: consecutive ids land far apart, and the top bits are used.
-    return static_cast<size_t>((static_cast<uint64_t>(id) * 0x9E3779B97F4A7C15ull) >> shift_) &
-           mask_;
+    // Consecutive ids (as managers give them) take consecutive slots, so that a run of them
+    // reads few lines; the high half folded in spreads ids that differ only there.
+    return (id ^ (id >> 16)) & mask_;
   }
 
   bool grow() {
@@ -91,7 +90,6 @@ class id_index {
     std::unique_ptr<slot[]> old = std::move(slots_);
     slots_ = std::move(fresh);
     mask_ = length - 1;
-    shift_ = 64 - static_cast<unsigned>(__builtin_ctzll(length));
     for (size_t k = 0; k < old_length; ++k) {
       if (old[k].record == nullptr) continue;
       size_t i = home(old[k].id);
@@ -104,7 +102,6 @@ class id_index {
 
   std::unique_ptr<slot[]> slots_;
   size_t mask_ = 0;
-  unsigned shift_ = 64;  // 64 - log2 of the length: the product's top bits pick the slot
   size_t count_ = 0;
 };
 

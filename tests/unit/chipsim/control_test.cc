@@ -264,6 +264,11 @@ TEST(Views, QueriesAndShowOfPortsVlansTranslationsAndL2) {
             other},
        })
     ASSERT_EQ(call(m, req.b, chip).status, 0) << call(m, req.b, chip).log;
+  // More exact-match entries, against the order in which they show.
+  for (auto [iivid, last] : {std::pair<uint16_t, uint8_t>{7179, 1}, {7178, 5}}) {
+    Req add = Req(0x04270800, 76).u32(40, 1u << 30).u16(42, iivid).mac(44, {0, 0, 0, 0, 0, last});
+    ASSERT_EQ(call(m, add.u32(64, p5).u8(68, 3).b, kChip).status, 0);
+  }
   // An exact-match delete of an entry the chip does not hold is refused.
   EXPECT_NE(call(m, Req(0x04270802, 48).u16(32, 7179).mac(34, {0, 0, 0, 0, 0, 10}).b, kChip).status,
             0);
@@ -293,7 +298,8 @@ TEST(Views, QueriesAndShowOfPortsVlansTranslationsAndL2) {
                             R"(  port iivid vlan tagged\n  3    7173  all  1\n\n)"
                             R"(chip 0x84800000: slot 2, chip 0\n  no translations\n"})"},
            {"show l2", R"({"ok":true,"text":"chip 0x84400000: slot 1, chip 0\n)"
-                       R"(  iivid mac               port\n  7178  00:00:00:00:00:0a 5\n\n)"
+                       R"(  iivid mac               port\n  7178  00:00:00:00:00:05 5\n)"
+                       R"(  7178  00:00:00:00:00:0a 5\n  7179  00:00:00:00:00:01 5\n\n)"
                        R"(chip 0x84800000: slot 2, chip 0\n  no L2 entries\n"})"},
            {"query mgid 8010", q + R"(true,"fields":"mgid=8010 members=1 iivids=7178 ports=3,5 )"
                                    R"(updates=0"})"},

@@ -162,11 +162,11 @@ void dump_objects(tools::JsonWriter& j, const ChipState& c) {
     j.begin_object().field("iivid", k).field("mgid", v).end_object();
   j.end_array();
   j.key("l2_entries").begin_array();
-  for (const auto& [k, v] : c.l2_entries)
+  for (const auto* e : c.l2_sorted())
     j.begin_object()
-        .field("iivid", k.first)
-        .field("mac", tools::mac_text(k.second))
-        .field("ifindex", v)
+        .field("iivid", e->first.first)
+        .field("mac", tools::mac_text(e->first.second))
+        .field("ifindex", e->second)
         .end_object();
   j.end_array();
 }

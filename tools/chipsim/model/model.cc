@@ -411,6 +411,16 @@ void Model::reset() {
   seq_ = 0;
 }
 
+std::vector<const ChipState::L2Entry*> ChipState::l2_sorted() const {
+  std::vector<const L2Entry*> rows;
+  rows.reserve(l2_entries.size());
+  for (const auto& e : l2_entries)
+    rows.push_back(&e);
+  std::sort(rows.begin(), rows.end(),
+            [](const L2Entry* a, const L2Entry* b) { return IividMacLess{}(a->first, b->first); });
+  return rows;
+}
+
 void ChipState::clear() {
   regions.clear();
   nhops.clear();

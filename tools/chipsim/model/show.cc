@@ -204,8 +204,8 @@ std::string show_xlate(const Model& m, std::optional<uint32_t> id) {
 std::string show_l2(const Model& m) {
   return per_chip(m, "  no L2 entries\n", [](const ChipState& c) {
     std::vector<Item> rows;
-    for (const auto& [key, port] : c.l2_entries)
-      rows.push_back(*l2_fields(c, key.first, key.second));
+    for (const auto* e : c.l2_sorted())
+      rows.push_back(*l2_fields(c, e->first.first, e->first.second));
     return rows;
   });
 }

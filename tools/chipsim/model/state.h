@@ -27,6 +27,13 @@ struct IividMacLess {
   }
 };
 
+struct IividMacHash {
+  size_t operator()(const std::pair<uint32_t, Mac>& k) const {
+    uint64_t h = (IividMacLess::value(k.second) ^ uint64_t{k.first} << 48) * 0x9e3779b97f4a7c15u;
+    return static_cast<size_t>(h ^ h >> 29);
+  }
+};
+
 // Key and result of an L2 TCAM entry (logical device 10), as the request carries them.
 struct L2Key {
   uint32_t in_port = 0;
@@ -198,7 +205,11 @@ struct ChipState {
   std::map<std::pair<uint32_t, uint32_t>, uint32_t> partition;        // (rte, vlan): iivid
   std::map<std::pair<uint32_t, uint32_t>, uint32_t> ivt;  // (key type, vlan or port): iivid
   std::map<uint32_t, uint32_t> vid_to_mgid;               // iivid: mgid
-  std::map<std::pair<uint32_t, Mac>, uint32_t, IividMacLess> l2_entries;  // (iivid, mac): port
+  // (iivid, mac): port, kept unordered; l2_sorted() gives the order of shows and dumps.
+  std::unordered_map<std::pair<uint32_t, Mac>, uint32_t, IividMacHash> l2_entries;
+
+  using L2Entry = std::pair<const std::pair<uint32_t, Mac>, uint32_t>;
+  std::vector<const L2Entry*> l2_sorted() const;
 
   void clear();
 };

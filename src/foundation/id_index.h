@@ -1,5 +1,6 @@
-// id_index<T>: finds a record by a 32-bit id in one place, for a table whose own structure is
-// kept for its order and not for lookups.
+// id_index<T, Key>: finds a record by its key (a 32-bit id by default) in one place, for a table
+// whose own structure is kept for its order and not for lookups. Another key type brings its ==
+// and an id_index_value(key) found beside it: the number it is placed by, as an id is by itself.
 //
 // Open addressing with linear probing in one array of (id, record) slots, a power of two long,
 // grown to twice its length before it is more than 4/5 full; a delete moves the slots behind it
@@ -14,10 +15,14 @@
 
 namespace ofa::foundation {
 
-template <class T>
+inline uint64_t id_index_value(uint32_t id) {
+  return id;
+}
+
+template <class T, class Key = uint32_t>
 class id_index {
  public:
-  T* find(uint32_t id) const {
+  T* find(const Key& id) const {
     if (count_ == 0) return nullptr;
     for (size_t i = home(id);; i = (i + 1) & mask_) {
       const slot& s = slots_[i];
@@ -28,7 +33,7 @@ class id_index {
 
   // Sets the record of id (a new id, or a new record for one present): false when the index
   // cannot grow.
-  bool insert(uint32_t id, T* record) {
+  bool insert(const Key& id, T* record) {
     if (record == nullptr) return false;
     if ((count_ + 1) * 5 > capacity() * 4 && !grow()) return false;
     size_t i = home(id);
@@ -43,7 +48,7 @@ class id_index {
     return true;
   }
 
-  void erase(uint32_t id) {
+  void erase(const Key& id) {
     if (count_ == 0) return;
     size_t i = home(id);
     for (; slots_[i].id != id; i = (i + 1) & mask_)
@@ -73,15 +78,16 @@ class id_index {
 
  private:
   struct slot {
-    uint32_t id = 0;
+    Key id{};
     T* record = nullptr;
   };
 
-  size_t home(uint32_t id) const {
+  size_t home(const Key& key) const {
     // Ids go in groups of four consecutive ones, each group to a place of its own by Fibonacci
     // hashing (the product's top bits): a run of ids as managers give them reads one line in
     // four, and runs of taken slots stay short, so that a delete moves back few slots.
-    uint64_t group = (static_cast<uint64_t>(id >> 2) * 0x9E3779B97F4A7C15ull) >> shift_;
+    uint64_t id = id_index_value(key);
+    uint64_t group = ((id >> 2) * 0x9E3779B97F4A7C15ull) >> shift_;
     return static_cast<size_t>((group << 2) | (id & 3u)) & mask_;
   }
 

@@ -10,14 +10,11 @@
 #include "agent/status.h"
 #include "agent/trace.h"
 #include "agent/trace_ids.h"
+#include "foundation/id_index.h"
 
 namespace {
 
 static_assert(std::is_standard_layout_v<of_ivid_mac_entry>);
-
-// The tree's keys are whole entries: the node at 0 and the key fields behind it.
-dce_avl_tree* of_ivid_mac_table = nullptr;
-uint32_t of_ivid_mac_count = 0;
 
 // The MAC as a number whose order is that of its bytes.
 uint64_t mac_value(const of_mac& m) {
@@ -27,6 +24,27 @@ uint64_t mac_value(const of_mac& m) {
   return v;
 }
 
+struct ivid_mac_key {
+  uint32_t iivid = 0;
+  uint64_t mac = 0;
+  bool operator==(const ivid_mac_key&) const = default;
+};
+
+// Consecutive MACs of one IIVID as consecutive ids.
+uint64_t id_index_value(const ivid_mac_key& k) {
+  return k.mac ^ uint64_t { k.iivid } << 48 ^ k.iivid >> 16;
+}
+
+ivid_mac_key key_of(uint32_t iivid, const of_mac& mac) {
+  return {iivid, mac_value(mac)};
+}
+
+// The tree keeps the walk order; its keys are whole entries: the node at 0 and the key fields
+// behind it. The index finds an entry without walking the tree.
+dce_avl_tree* of_ivid_mac_table = nullptr;
+ofa::foundation::id_index<of_ivid_mac_entry, ivid_mac_key> of_ivid_mac_by_key;
+uint32_t of_ivid_mac_count = 0;
+
 int of_cmp_ivid_mac(const void* key1, const void* key2) {
   const auto* a = static_cast<const of_ivid_mac_entry*>(key1);
   const auto* b = static_cast<const of_ivid_mac_entry*>(key2);
@@ -35,18 +53,19 @@ int of_cmp_ivid_mac(const void* key1, const void* key2) {
   return x < y ? -1 : x > y ? 1 : 0;
 }
 
-// The entry of (iivid, mac), made when absent (*is_new set only then); null without memory. The
-// new record is made first, so that one walk finds the place or the entry already there.
+// The entry of (iivid, mac), made when absent (*is_new set only then); null without memory.
 of_ivid_mac_entry* of_process_of_ivid_mac_add(uint32_t iivid, const of_mac& mac, uint32_t port_id,
                                               bool* is_new) {
   *is_new = false;
   if (!of_ivid_mac_table) return nullptr;
+  if (of_ivid_mac_entry* held = of_ivid_mac_by_key.find(key_of(iivid, mac))) return held;
   auto* e = new (std::nothrow) of_ivid_mac_entry{{}, iivid, mac, port_id, {}};
-  if (!e) return of_lookup_of_ivid_mac(iivid, mac);
-  if (void* held = dce_avl_insert_or_find(of_ivid_mac_table, &e->link)) {
+  if (!e) return nullptr;
+  if (!of_ivid_mac_by_key.insert(key_of(iivid, mac), e)) {
     delete e;
-    return static_cast<of_ivid_mac_entry*>(held);
+    return nullptr;
   }
+  dce_avl_insert_or_find(of_ivid_mac_table, &e->link);  // absent, as the index says
   ++of_ivid_mac_count;
   *is_new = true;
   return e;
@@ -59,6 +78,7 @@ void free_table() {
   }
   delete of_ivid_mac_table;
   of_ivid_mac_table = nullptr;
+  of_ivid_mac_by_key.clear();
   of_ivid_mac_count = 0;
 }
 
@@ -90,8 +110,7 @@ int of_free_ivid_mac_table() {
 
 of_ivid_mac_entry* of_lookup_of_ivid_mac(uint32_t iivid, const of_mac& mac) {
   if (!of_ivid_mac_table) return nullptr;
-  of_ivid_mac_entry key{{}, iivid, mac, 0, {}};
-  return static_cast<of_ivid_mac_entry*>(dce_avl_find(of_ivid_mac_table, &key));
+  return of_ivid_mac_by_key.find(key_of(iivid, mac));
 }
 
 of_ivid_mac_entry* of_get_first_ivid_mac() {
@@ -143,6 +162,7 @@ int of_process_of_del_l2fwd_entry(uint32_t group_id, uint32_t iivid, const of_ma
   e->group_list.erase(at);
   if (!e->group_list.empty()) return OFA_E_IN_USE;
   dce_avl_delete(of_ivid_mac_table, &e->link);
+  of_ivid_mac_by_key.erase(key_of(iivid, mac));
   --of_ivid_mac_count;
   delete e;
   of_l2fwd_del_fn fn = of_chip_op(of_l2fwd_del_ioctl_fn);

@@ -4,8 +4,8 @@
 // user's going. Entries sort by IIVID (unsigned), then by the MAC's bytes.
 //
 // Made by openflow_init, freed by openflow_destroy without a chip call: nothing stays allocated,
-// even entries whose groups never deleted them. Each entry carries its own tree node, so that
-// finding, adding and removing one walks the tree once.
+// even entries whose groups never deleted them. Each entry carries its own node of the ordered
+// tree, which serves the walk; a hash index beside it finds an entry without walking the tree.
 #pragma once
 
 #include <cstdint>

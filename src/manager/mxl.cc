@@ -151,7 +151,9 @@ int of_mxl_process_msg(int sock) {
       bool open_gate = of_corvu_state.is_agent ? of_corvu_state.stage != OFA_STAGE_STANDBY
                                                : sock == of_corvu_state.mi_sock;
       if (fn && open_gate) fn(sock, slot, openflow_mi_rxmsg, openflow_mi_rxsz);
-      return 0;
+      // The datagrams taken with this one are handled now: the socket no longer shows them.
+      if (mxl_pending(sock) == 0) return 0;
+      continue;
     }
     if (n == 0) {
       file_printf("Eof message received");

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -12,6 +13,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "platform/run_dir.h"
 
@@ -22,11 +24,24 @@ struct ErrReport {
   pq6_addr addr;
 };
 
+// Datagrams a receive without waiting took from the socket beyond the one it returned, in
+// arrival order, each cut to the caller's buffer of that receive.
+struct ReadAhead {
+  static constexpr unsigned kMax = 16;
+  size_t cap = 0;             // bytes kept of each datagram
+  std::vector<uint8_t> data;  // kMax slots of cap bytes
+  std::array<size_t, kMax> len{};
+  std::array<bool, kMax> truncated{};
+  std::array<pq6_addr, kMax> src{};
+  unsigned next = 0, count = 0;
+};
+
 struct Pq6Sock {
   std::string path;
   int (*recv_cb)(int) = nullptr;
   std::deque<ErrReport> errors;
   uint64_t token = 0;
+  ReadAhead ahead;
 };
 
 std::mutex g_mu;
@@ -71,6 +86,60 @@ pq6_addr addr_of_path(const std::string& path) {
     if (n >= 1 && n <= 16) a.slot_mask = static_cast<uint16_t>(1u << (n - 1));
   }
   return a;
+}
+
+pq6_addr addr_of_sun(const sockaddr_un& from, socklen_t len) {
+  size_t plen = len > offsetof(sockaddr_un, sun_path)
+                    ? strnlen(from.sun_path, len - offsetof(sockaddr_un, sun_path))
+                    : 0;
+  return addr_of_path(std::string(from.sun_path, plen));
+}
+
+size_t iov_room(const msghdr* msg) {
+  size_t room = 0;
+  for (size_t i = 0; i < msg->msg_iovlen; ++i)
+    room += msg->msg_iov[i].iov_len;
+  return room;
+}
+
+// Copies `len` bytes over the caller's buffers; the bytes that fit.
+size_t copy_to_iov(const msghdr* msg, const uint8_t* data, size_t len) {
+  size_t done = 0;
+  for (size_t i = 0; i < msg->msg_iovlen && done < len; ++i) {
+    size_t n = std::min(len - done, msg->msg_iov[i].iov_len);
+    std::memcpy(msg->msg_iov[i].iov_base, data + done, n);
+    done += n;
+  }
+  return done;
+}
+
+// Takes up to ReadAhead::kMax waiting datagrams in one call, cut to `cap` bytes each; the count,
+// or -1 with errno (EAGAIN when none waits).
+int fill_ahead(int fd, ReadAhead& a, size_t cap) {
+  if (a.cap != cap || a.data.empty()) {
+    a.cap = cap;
+    a.data.assign(ReadAhead::kMax * std::max<size_t>(cap, 1), 0);
+  }
+  std::array<mmsghdr, ReadAhead::kMax> vec{};
+  std::array<iovec, ReadAhead::kMax> iov{};
+  std::array<sockaddr_un, ReadAhead::kMax> from{};
+  for (unsigned i = 0; i < ReadAhead::kMax; ++i) {
+    iov[i] = {a.data.data() + i * std::max<size_t>(cap, 1), cap};
+    vec[i].msg_hdr.msg_name = &from[i];
+    vec[i].msg_hdr.msg_namelen = sizeof from[i];
+    vec[i].msg_hdr.msg_iov = &iov[i];
+    vec[i].msg_hdr.msg_iovlen = 1;
+  }
+  int n = ::recvmmsg(fd, vec.data(), ReadAhead::kMax, MSG_DONTWAIT, nullptr);
+  if (n <= 0) return n;
+  for (int i = 0; i < n; ++i) {
+    a.len[i] = vec[i].msg_len;
+    a.truncated[i] = (vec[i].msg_hdr.msg_flags & MSG_TRUNC) != 0;
+    a.src[i] = addr_of_sun(from[i], vec[i].msg_hdr.msg_namelen);
+  }
+  a.next = 0;
+  a.count = static_cast<unsigned>(n);
+  return n;
 }
 
 void put_cmsg(msghdr* msg, size_t room, int32_t type, const void* data, size_t len) {
@@ -139,60 +208,78 @@ ssize_t mxl_recvmsg(int sock, msghdr* msg, int flags) {
   // Control data is present only when the call fills it.
   size_t room = msg->msg_controllen;
   msg->msg_controllen = 0;
-  {
-    std::lock_guard<std::mutex> lock(g_mu);
-    auto it = g_socks.find(sock);
-    if (it == g_socks.end()) {
-      errno = EBADF;
-      return -1;
-    }
-    auto& errors = it->second.errors;
-    if (flags & MXL_MSG_ERRQUEUE) {
-      if (errors.empty()) {
-        errno = EAGAIN;
-        return -1;
-      }
-      ErrReport r = errors.front();
-      errors.pop_front();
-      uint8_t rec[PQ6_ERR_RECORD_SIZE] = {};
-      std::memcpy(rec, &r.code, sizeof r.code);
-      std::memcpy(rec + 12, &r.addr, sizeof r.addr);
-      put_cmsg(msg, room, PQ6_CMSG_ERR, rec, sizeof rec);
-      msg->msg_flags = MXL_MSG_ERRQUEUE;
-      if (msg->msg_name && msg->msg_namelen >= sizeof(pq6_addr)) {
-        std::memcpy(msg->msg_name, &r.addr, sizeof r.addr);
-      }
-      return 0;
-    }
-    if (!errors.empty()) {
-      errno = MXL_ERRNO_ERRQUEUE;
-      return -1;
-    }
+  std::unique_lock<std::mutex> lock(g_mu);
+  auto it = g_socks.find(sock);
+  if (it == g_socks.end()) {
+    errno = EBADF;
+    return -1;
   }
-  sockaddr_un from{};
-  msghdr m{};
-  m.msg_name = &from;
-  m.msg_namelen = sizeof from;
-  m.msg_iov = msg->msg_iov;
-  m.msg_iovlen = msg->msg_iovlen;
-  ssize_t n = ::recvmsg(sock, &m, (flags & MXL_MSG_DONTWAIT) ? MSG_DONTWAIT : 0);
-  if (n < 0) return n;
-  size_t plen = m.msg_namelen > offsetof(sockaddr_un, sun_path)
-                    ? strnlen(from.sun_path, m.msg_namelen - offsetof(sockaddr_un, sun_path))
-                    : 0;
-  pq6_addr src = addr_of_path(std::string(from.sun_path, plen));
+  auto& errors = it->second.errors;
+  if (flags & MXL_MSG_ERRQUEUE) {
+    if (errors.empty()) {
+      errno = EAGAIN;
+      return -1;
+    }
+    ErrReport r = errors.front();
+    errors.pop_front();
+    uint8_t rec[PQ6_ERR_RECORD_SIZE] = {};
+    std::memcpy(rec, &r.code, sizeof r.code);
+    std::memcpy(rec + 12, &r.addr, sizeof r.addr);
+    put_cmsg(msg, room, PQ6_CMSG_ERR, rec, sizeof rec);
+    msg->msg_flags = MXL_MSG_ERRQUEUE;
+    if (msg->msg_name && msg->msg_namelen >= sizeof(pq6_addr)) {
+      std::memcpy(msg->msg_name, &r.addr, sizeof r.addr);
+    }
+    return 0;
+  }
+  if (!errors.empty()) {
+    errno = MXL_ERRNO_ERRQUEUE;
+    return -1;
+  }
+  // Without waiting, the datagrams that wait are taken in one call and handed out one by one.
+  ReadAhead& a = it->second.ahead;
+  if (a.count == 0 && (flags & MXL_MSG_DONTWAIT) && fill_ahead(sock, a, iov_room(msg)) < 0)
+    return -1;
+  ssize_t n;
+  pq6_addr src;
+  bool truncated;
+  if (a.count > 0) {
+    unsigned i = a.next++;
+    --a.count;
+    size_t copied = copy_to_iov(msg, a.data.data() + i * std::max<size_t>(a.cap, 1), a.len[i]);
+    n = static_cast<ssize_t>(copied);
+    truncated = a.truncated[i] || copied < a.len[i];
+    src = a.src[i];
+  } else {
+    lock.unlock();  // a receive that waits holds nobody else up
+    sockaddr_un from{};
+    msghdr m{};
+    m.msg_name = &from;
+    m.msg_namelen = sizeof from;
+    m.msg_iov = msg->msg_iov;
+    m.msg_iovlen = msg->msg_iovlen;
+    n = ::recvmsg(sock, &m, (flags & MXL_MSG_DONTWAIT) ? MSG_DONTWAIT : 0);
+    if (n < 0) return n;
+    src = addr_of_sun(from, m.msg_namelen);
+    truncated = (m.msg_flags & MSG_TRUNC) != 0;
+    lock.lock();
+    it = g_socks.find(sock);
+  }
   if (msg->msg_name && msg->msg_namelen >= sizeof(pq6_addr)) {
     std::memcpy(msg->msg_name, &src, sizeof src);
     msg->msg_namelen = sizeof src;
   }
-  uint64_t token;
-  {
-    std::lock_guard<std::mutex> lock(g_mu);
-    token = ++g_socks[sock].token;
-  }
+  uint64_t token = it == g_socks.end() ? 0 : ++it->second.token;
+  lock.unlock();
   put_cmsg(msg, room, PQ6_CMSG_DONE, &token, sizeof token);
-  if (m.msg_flags & MSG_TRUNC) msg->msg_flags |= MSG_TRUNC;
+  if (truncated) msg->msg_flags |= MSG_TRUNC;
   return n;
+}
+
+size_t mxl_pending(int sock) {
+  std::lock_guard<std::mutex> lock(g_mu);
+  auto it = g_socks.find(sock);
+  return it == g_socks.end() ? 0 : it->second.ahead.count;
 }
 
 ssize_t mxl_sendmsg(int sock, const msghdr* msg, int flags, size_t /*size*/) {

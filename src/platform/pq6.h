@@ -68,7 +68,11 @@ int mxl_control(int sock, int cmd, int arg);
 // Receives one datagram: msg_name gets the sender's pq6_addr, msg_control a 20-byte done control
 // (header level 406, type 7, and an 8-byte token). With flag MXL_MSG_ERRQUEUE reads one error
 // report instead. Returns bytes, 0 at end of file, or -1 with errno (68: an error report waits).
+// With MXL_MSG_DONTWAIT it takes up to 16 waiting datagrams from the socket at once (each cut to
+// the caller's buffer) and returns the first; the next receives return the others, in order.
 ssize_t mxl_recvmsg(int sock, msghdr* msg, int flags);
+// Datagrams taken ahead that the next receives return without a system call.
+size_t mxl_pending(int sock);
 // Sends the data vectors of `msg` to the address in msg_name. Bytes, or -1 with errno.
 ssize_t mxl_sendmsg(int sock, const msghdr* msg, int flags, size_t size);
 int mxl_msgdone(int sock, const uint8_t* token);

@@ -105,6 +105,23 @@ TEST_F(Mxl, DatagramFromMpAndFromSlot) {
   EXPECT_EQ(of_corvu_state.mi.msgdone, 0u);  // not on the data path
 }
 
+// What waits is taken in one call and handled in arrival order, each with its own source.
+TEST_F(Mxl, WaitingDatagramsAreHandledInOneCallInOrder) {
+  int lp3 = bind_dgram(ofa::platform::pq6_path("ofmgragt", 3));
+  for (uint8_t i = 0; i < 8; ++i)
+    send_to(i % 3 == 2 ? lp3 : mp_, agent_path_, {i});
+  EXPECT_EQ(receive(), 0);
+  close(lp3);
+  ASSERT_EQ(g_got.size(), 8u);
+  for (uint8_t i = 0; i < 8; ++i) {
+    EXPECT_EQ(g_got[i].bytes, std::vector<uint8_t>{i});
+    EXPECT_EQ(g_got[i].slot, i % 3 == 2 ? 3u : 0u);
+  }
+  EXPECT_EQ(of_corvu_state.mi.rx, 8u);
+  EXPECT_EQ(of_corvu_state.mi.rx_eagain, 0u);
+  EXPECT_EQ(mxl_pending(of_corvu_state.mi_sock), 0u);
+}
+
 TEST_F(Mxl, StandbyCountsAndDrops) {
   of_corvu_state.stage = OFA_STAGE_STANDBY;
   send_to(mp_, agent_path_, {1});

@@ -107,25 +107,30 @@ std::optional<std::string> MpEndpoint::connect(const std::string& to) {
   return std::nullopt;
 }
 
-void MpEndpoint::wait(double seconds, bool room) {
+void MpEndpoint::wait(double seconds, Wake wake) {
   // Unconnected, the socket is always writable: only a datagram can end the wait.
-  pollfd p{fd_, static_cast<short>(POLLIN | (room && !peer_.empty() ? POLLOUT : 0)), 0};
+  bool room = wake != Wake::datagram && !peer_.empty();
+  short events =
+      static_cast<short>((wake != Wake::room || !room ? POLLIN : 0) | (room ? POLLOUT : 0));
+  pollfd p{fd_, events, 0};
   ::poll(&p, 1, static_cast<int>(std::max(0.0, seconds * 1000)));
 }
 
 std::optional<Bytes> MpEndpoint::receive(double seconds) {
   using clock = std::chrono::steady_clock;
   auto deadline = clock::now() + std::chrono::duration<double>(seconds);
+  if (buf_.empty()) buf_.resize(1 << 16);
   for (;;) {
-    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - clock::now());
-    pollfd p{fd_, POLLIN, 0};
-    int r = ::poll(&p, 1, static_cast<int>(std::max<int64_t>(0, left.count())));
-    if (r < 0 && errno == EINTR) return std::nullopt;  // a signal: let the caller look
-    if (r <= 0) return std::nullopt;
-    if (buf_.empty()) buf_.resize(1 << 16);
+    // What is there already is taken without a poll first.
     ssize_t n = ::recv(fd_, buf_.data(), buf_.size(), MSG_DONTWAIT);
     if (n >= 0) return Bytes(buf_.begin(), buf_.begin() + n);
     if (errno != EAGAIN && errno != EINTR) return std::nullopt;
+    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - clock::now());
+    if (left.count() <= 0) return std::nullopt;
+    pollfd p{fd_, POLLIN, 0};
+    int r = ::poll(&p, 1, static_cast<int>(left.count()));
+    if (r < 0 && errno == EINTR) return std::nullopt;  // a signal: let the caller look
+    if (r <= 0) return std::nullopt;
   }
 }
 

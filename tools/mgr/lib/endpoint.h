@@ -33,9 +33,10 @@ class MpEndpoint {
   // waits for room), and wait() learns when its queue has room again. Datagrams from anyone else
   // are dropped from then on.
   std::optional<std::string> connect(const std::string& to);
-  // Waits at most `seconds` until a datagram is there or, with `room` and when connected, the
-  // agent's queue has room again.
-  void wait(double seconds, bool room = true);
+  // What ends a wait: a datagram, room again in the connected agent's queue, or either.
+  enum class Wake { datagram, room, either };
+  // Waits at most `seconds` for what `wake` names (room only counts when connected).
+  void wait(double seconds, Wake wake = Wake::either);
   // Waits at most `seconds` for one datagram (0: only what is already there).
   std::optional<Bytes> receive(double seconds);
   const std::string& path() const { return path_; }

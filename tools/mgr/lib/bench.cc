@@ -57,9 +57,12 @@ class Phase {
     auto start = start_, last_report = start;
     size_t next = 0;
     while (next < ops.size() || !pending_.empty()) {
-      while (next < ops.size() && pending_.size() < std::max<uint32_t>(plan_.window, 1)) {
-        if (!send(ops[next], error)) return finish(start);
-        ++next;
+      size_t room =
+          std::max<size_t>(plan_.window, 1) - std::min<size_t>(pending_.size(), plan_.window);
+      if (next < ops.size() && room > 0) {
+        size_t n = std::min(room, ops.size() - next);
+        if (!send(std::span(ops).subspan(next, n), error)) return finish(start);
+        next += n;
       }
       if (!await_status(plan_.timeout)) {  // nothing came for a whole timeout
         r_.missing += static_cast<uint32_t>(pending_.size() + (ops.size() - next));
@@ -82,12 +85,16 @@ class Phase {
     begin(name, total);
     auto start = start_, last_report = start;
     uint32_t sent = 0;
-    for (const auto& op : ops) {
-      if (!send(op, error, false)) break;
-      r_.done = sent += op.count;
+    constexpr size_t kRun = 64;
+    for (size_t first = 0; first < ops.size(); first += kRun) {
+      auto run = std::span(ops).subspan(first, std::min(kRun, ops.size() - first));
+      if (!send(run, error, false)) break;
+      for (const auto& op : run)
+        sent += op.count;
+      r_.done = sent;
       report(last_report);
     }
-    if (sent == total && send(barrier, error)) {
+    if (sent == total && send(std::span(&barrier, 1), error)) {
       while (!pending_.empty() && await_status(plan_.timeout)) {
       }
     }
@@ -132,21 +139,35 @@ class Phase {
     return r_;
   }
 
-  // Sends one operation; `awaited`: its status is waited for, timed from now.
-  bool send(const Op& op, std::string* error, bool awaited = true) {
-    auto now = clock::now();
-    if (awaited) pending_[op.flow_id] = now;
-    auto deadline = now + std::chrono::duration_cast<clock::duration>(
-                              std::chrono::duration<double>(plan_.timeout));
-    auto e = ep_.send(agent_, op.bytes);
-    while (e && ep_.full() && clock::now() < deadline) {
+  // Sends the operations in runs of one system call each, waiting for room between runs;
+  // `awaited`: their statuses are waited for, each timed from its run's send. False when one did
+  // not go (or the agent took none for a whole timeout).
+  bool send(std::span<const Op> ops, std::string* error, bool awaited = true) {
+    auto timeout =
+        std::chrono::duration_cast<clock::duration>(std::chrono::duration<double>(plan_.timeout));
+    auto deadline = clock::now() + timeout;
+    size_t done = 0;
+    while (done < ops.size()) {
+      run_.clear();
+      for (const auto& op : ops.subspan(done))
+        run_.emplace_back(op.bytes);
+      auto now = clock::now();
+      std::optional<std::string> e;
+      size_t sent = ep_.send_run(agent_, run_, &e);
+      for (const auto& op : ops.subspan(done, sent))
+        if (awaited) pending_[op.flow_id] = now;
+      done += sent;
+      if (sent > 0) deadline = clock::now() + timeout;
+      if (done == ops.size()) break;
+      if (!ep_.full() || clock::now() >= deadline) {
+        if (error && e) *error = *e;
+        return false;
+      }
       ep_.wait(spin_ ? 0 : plan_.timeout, full_wake());
       while (receive(0)) {
       }
-      e = ep_.send(agent_, op.bytes);
     }
-    if (e && error) *error = *e;
-    return !e;
+    return true;
   }
 
   // A manager runs on a processor of its own: with a CPU to spare, the bench looks for statuses
@@ -208,6 +229,7 @@ class Phase {
   const bool spin_;
   std::optional<uint64_t> chip_base_;
   std::map<uint32_t, clock::time_point> pending_;
+  std::vector<std::span<const uint8_t>> run_;  // the datagrams of one send
   PhaseResult r_;
   clock::time_point start_;
 };

@@ -5,6 +5,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -95,6 +97,49 @@ std::optional<std::string> MpEndpoint::send(const std::string& to,
     return "the agent's queue is full";
   }
   return sys_error("send to " + to);
+}
+
+size_t MpEndpoint::send_run(const std::string& to,
+                            std::span<const std::span<const uint8_t>> datagrams,
+                            std::optional<std::string>* error) {
+  constexpr size_t kMax = 64;
+  auto a = address(to);
+  if (!a) {
+    *error = to + ": path too long for a UNIX socket";
+    return 0;
+  }
+  full_ = false;
+  size_t sent = 0;
+  while (sent < datagrams.size()) {
+    size_t n = std::min(kMax, datagrams.size() - sent);
+    std::array<mmsghdr, kMax> vec{};
+    std::array<iovec, kMax> iov{};
+    for (size_t i = 0; i < n; ++i) {
+      const auto& d = datagrams[sent + i];
+      iov[i] = {const_cast<uint8_t*>(d.data()), d.size()};
+      vec[i].msg_hdr.msg_iov = &iov[i];
+      vec[i].msg_hdr.msg_iovlen = 1;
+      if (to != peer_) {
+        vec[i].msg_hdr.msg_name = &*a;
+        vec[i].msg_hdr.msg_namelen = sizeof *a;
+      }
+    }
+    int got = ::sendmmsg(fd_, vec.data(), static_cast<unsigned>(n), MSG_DONTWAIT);
+    if (got > 0) {
+      sent += static_cast<size_t>(got);
+      continue;
+    }
+    if (errno == ENOENT || errno == ECONNREFUSED) {
+      *error = "no agent at " + to + " (is openflowAgtd running for that slot and run directory?)";
+    } else if (errno == EAGAIN) {
+      full_ = true;
+      *error = "the agent's queue is full";
+    } else {
+      *error = sys_error("send to " + to);
+    }
+    break;
+  }
+  return sent;
 }
 
 std::optional<std::string> MpEndpoint::connect(const std::string& to) {

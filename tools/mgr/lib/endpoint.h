@@ -28,6 +28,11 @@ class MpEndpoint {
   // full refuses at once: full() then tells, and the caller may try again.
   std::optional<std::string> send(const std::string& to, std::span<const uint8_t> datagram);
   bool full() const { return full_; }
+  // Sends the datagrams in order, as many as the receiver's queue takes, in one system call (a
+  // receiver woken by the first does not run before the last is sent): how many went, and why
+  // the rest did not (full() as for send()).
+  size_t send_run(const std::string& to, std::span<const std::span<const uint8_t>> datagrams,
+                  std::optional<std::string>* error);
   // Connects to `to`, for a run that talks to that one agent only: sends to it skip the path
   // lookup, its answers are not held to the kernel's bound of 10 queued datagrams (the agent never
   // waits for room), and wait() learns when its queue has room again. Datagrams from anyone else

@@ -67,8 +67,10 @@ unset OFA_SLOT OFA_BOOT
 case " ${others[*]-} " in *" vlans="*) unset OFA_PLATFORM ;; esac
 pids=()
 stop() {
+  local status=$?
   for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
   wait 2>/dev/null || true
+  [ "$status" -ne 0 ] || rm -rf "$run"  # a failed run keeps its logs
 }
 trap stop EXIT
 . scripts/lib.sh  # wait_for

@@ -165,17 +165,19 @@ std::optional<Bytes> MpEndpoint::receive(double seconds) {
   using clock = std::chrono::steady_clock;
   auto deadline = clock::now() + std::chrono::duration<double>(seconds);
   if (buf_.empty()) buf_.resize(1 << 16);
+  // Without time to wait, what is there is taken without a poll; else the poll comes first.
+  bool look = seconds <= 0;
   for (;;) {
-    // What is there already is taken without a poll first.
+    if (!look) {
+      auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - clock::now());
+      pollfd p{fd_, POLLIN, 0};
+      int r = ::poll(&p, 1, static_cast<int>(std::max<int64_t>(0, left.count())));
+      if (r < 0 && errno == EINTR) return std::nullopt;  // a signal: let the caller look
+      if (r <= 0) return std::nullopt;
+    }
     ssize_t n = ::recv(fd_, buf_.data(), buf_.size(), MSG_DONTWAIT);
     if (n >= 0) return Bytes(buf_.begin(), buf_.begin() + n);
-    if (errno != EAGAIN && errno != EINTR) return std::nullopt;
-    auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - clock::now());
-    if (left.count() <= 0) return std::nullopt;
-    pollfd p{fd_, POLLIN, 0};
-    int r = ::poll(&p, 1, static_cast<int>(left.count()));
-    if (r < 0 && errno == EINTR) return std::nullopt;  // a signal: let the caller look
-    if (r <= 0) return std::nullopt;
+    if ((errno != EAGAIN && errno != EINTR) || look) return std::nullopt;
   }
 }
 

@@ -102,11 +102,7 @@ int32_t handle_stats(Exchange& x) {
     auto it = x.chip.regions.find({ldev, region});
     if (it != x.chip.regions.end()) reg = &it->second;
   }
-  auto entry = [&](uint32_t handle) -> TcamEntry* {
-    if (!reg) return nullptr;
-    auto it = reg->by_handle.find(handle);
-    return it == reg->by_handle.end() ? nullptr : &*it->second;
-  };
+  auto entry = [&](uint32_t handle) { return reg ? reg->entries.find(handle) : nullptr; };
   if (!read) {
     uint32_t cleared = 0;
     for (auto& k : keys) {

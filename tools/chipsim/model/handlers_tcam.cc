@@ -30,31 +30,31 @@ std::string region_text(uint8_t ldev, uint8_t region) {
 // Where a new entry goes: checks `before` and `after` against the current order and answers the
 // position to insert at. Regions 10 and 30 hold entries placed by literal handles with no
 // neighbours named; there, both 0 appends.
-int32_t place(Exchange& x, Region& reg, uint32_t before, uint32_t after,
-              std::list<TcamEntry>::iterator& pos) {
+int32_t place(Exchange& x, const Region& reg, uint32_t before, uint32_t after,
+              TcamEntries::const_iterator& pos) {
   Stats& st = x.model.mutable_stats();
-  auto find = [&](uint32_t h) { return reg.by_handle.find(h); };
-  if (after != 0 && find(after) == reg.by_handle.end()) {
+  const TcamEntries& es = reg.entries;
+  auto a = after ? es.position(after) : es.end();
+  if (after != 0 && a == es.end()) {
     ++st.unknown_neighbour;
     return x.fail(status::kNotNeighbours, "after " + std::to_string(after) + " is not in " +
                                               region_text(reg.ldev, reg.region));
   }
-  if (before != 0 && find(before) == reg.by_handle.end()) {
+  auto b = before ? es.position(before) : es.end();
+  if (before != 0 && b == es.end()) {
     ++st.unknown_neighbour;
     return x.fail(status::kNotNeighbours, "before " + std::to_string(before) + " is not in " +
                                               region_text(reg.ldev, reg.region));
   }
-  auto a = after ? find(after)->second : reg.entries.end();
-  auto b = before ? find(before)->second : reg.entries.end();
   bool ok;
   if (after && before) {
     ok = std::next(a) == b;
   } else if (after) {
-    ok = std::next(a) == reg.entries.end();  // after the last
+    ok = std::next(a) == es.end();  // after the last
   } else if (before) {
-    ok = b == reg.entries.begin();  // ahead of the first
+    ok = b == es.begin();  // ahead of the first
   } else {
-    ok = reg.entries.empty() || reg.region != 20;
+    ok = es.empty() || reg.region != 20;
   }
   if (!ok) {
     ++st.not_neighbours;
@@ -62,7 +62,7 @@ int32_t place(Exchange& x, Region& reg, uint32_t before, uint32_t after,
                                               std::to_string(after) + " are not neighbours in " +
                                               region_text(reg.ldev, reg.region));
   }
-  pos = after ? std::next(a) : (before ? b : reg.entries.end());
+  pos = after ? std::next(a) : b;
   return status::kOk;
 }
 
@@ -161,7 +161,7 @@ int32_t handle_flow_add(Exchange& x) {
   uint8_t ldev = l3 ? kLdevL3 : kLdevL2;
   Region* reg = find_region(x.chip, ldev, region);
   if (!reg) return x.fail(status::kNoEntry, "no " + region_text(ldev, region));
-  if (reg->by_handle.count(e.handle)) {
+  if (reg->entries.find(e.handle)) {
     ++x.model.mutable_stats().handle_in_use;
     return x.fail(status::kExists,
                   "handle " + std::to_string(e.handle) + " in use in " + region_text(ldev, region));
@@ -171,9 +171,9 @@ int32_t handle_flow_add(Exchange& x) {
     return x.fail(status::kFull,
                   region_text(ldev, region) + " full at " + std::to_string(reg->size));
   }
-  std::list<TcamEntry>::iterator pos;
+  TcamEntries::const_iterator pos;
   if (int32_t st = place(x, *reg, before, after, pos); st != status::kOk) return st;
-  reg->by_handle[e.handle] = reg->entries.insert(pos, e);
+  reg->entries.insert(pos, e);
   return status::kOk;
 }
 
@@ -202,16 +202,16 @@ int32_t handle_flow_upd(Exchange& x) {
   uint8_t ldev = l3 ? kLdevL3 : kLdevL2;
   Region* reg = find_region(x.chip, ldev, region);
   if (!reg) return x.fail(status::kNoEntry, "no " + region_text(ldev, region));
-  auto it = reg->by_handle.find(handle);
-  if (it == reg->by_handle.end())
+  TcamEntry* e = reg->entries.find(handle);
+  if (!e)
     return x.fail(status::kNoEntry,
                   "no handle " + std::to_string(handle) + " in " + region_text(ldev, region));
   if (l3) {
-    it->second->l3res = l3r;
+    e->l3res = l3r;
   } else {
-    it->second->l2res = l2;
+    e->l2res = l2;
   }
-  ++it->second->updates;
+  ++e->updates;
   return status::kOk;
 }
 
@@ -226,12 +226,9 @@ int32_t handle_flow_del(Exchange& x) {
   uint8_t ldev = is_l3(x.command) ? kLdevL3 : kLdevL2;
   Region* reg = find_region(x.chip, ldev, region);
   if (!reg) return x.fail(status::kNoEntry, "no " + region_text(ldev, region));
-  auto it = reg->by_handle.find(handle);
-  if (it == reg->by_handle.end())
+  if (!reg->entries.erase(handle))
     return x.fail(status::kNoEntry,
                   "no handle " + std::to_string(handle) + " in " + region_text(ldev, region));
-  reg->entries.erase(it->second);
-  reg->by_handle.erase(it);
   return status::kOk;
 }
 

@@ -23,14 +23,14 @@ std::vector<std::string> check_invariants(const Model& m) {
       if (reg.region != 10 && reg.region != 20 && reg.region != 30) note(c, where + ": bad region");
       if (reg.initial > reg.size) note(c, where + ": initial above size");
       if (reg.entries.size() > reg.size) note(c, where + ": more entries than its size");
-      if (reg.entries.size() != reg.by_handle.size()) note(c, where + ": index size differs");
+      if (reg.entries.size() != reg.entries.index_size()) note(c, where + ": index size differs");
+      if (!reg.entries.links_agree()) note(c, where + ": chip order links disagree");
       std::set<uint32_t> seen;
       for (const auto& e : reg.entries) {
         if (e.handle == 0) note(c, where + ": handle 0");
         if (!seen.insert(e.handle).second)
           note(c, where + ": handle " + std::to_string(e.handle) + " twice");
-        auto it = reg.by_handle.find(e.handle);
-        if (it == reg.by_handle.end() || &*it->second != &e)
+        if (reg.entries.find(e.handle) != &e)
           note(c, where + ": handle " + std::to_string(e.handle) + " not indexed");
       }
     }

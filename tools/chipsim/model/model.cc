@@ -330,10 +330,10 @@ size_t Model::traffic_entry(std::optional<uint32_t> chip_if, uint8_t ldev, uint8
     if (chip_if && *chip_if != ifx) continue;
     auto reg = c.regions.find({ldev, region});
     if (reg == c.regions.end()) continue;
-    auto it = reg->second.by_handle.find(handle);
-    if (it == reg->second.by_handle.end()) continue;
-    it->second->packets += packets;
-    it->second->bytes += bytes;
+    TcamEntry* e = reg->second.entries.find(handle);
+    if (!e) continue;
+    e->packets += packets;
+    e->bytes += bytes;
     ++n;
   }
   return n;

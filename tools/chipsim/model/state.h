@@ -3,16 +3,15 @@
 
 #include <array>
 #include <cstdint>
-#include <list>
 #include <map>
 #include <optional>
 #include <tuple>
 #include <unordered_map>
 #include <vector>
 
-namespace ofa::chipsim {
+#include "model/tcam_entries.h"
 
-using Mac = std::array<uint8_t, 6>;
+namespace ofa::chipsim {
 
 // (IIVID, MAC) in the order of the IIVID, then of the MAC's bytes, without a byte-wise compare.
 struct IividMacLess {
@@ -34,64 +33,6 @@ struct IividMacHash {
   }
 };
 
-// Key and result of an L2 TCAM entry (logical device 10), as the request carries them.
-struct L2Key {
-  uint32_t in_port = 0;
-  uint32_t iivid = 0;
-  uint32_t tag_value = 0;
-  Mac src_mac{}, dst_mac{}, src_mac_mask{}, dst_mac_mask{};
-  uint32_t vlan_prio = 0;
-  uint32_t ether_type = 0;
-  uint32_t vpn_id = 0;
-  uint32_t tag_mask = 0;
-  uint32_t valid = 0;
-};
-
-struct L2Result {
-  uint32_t dest = 0;
-  uint32_t policer = 0;
-  uint32_t fwd_action = 0;
-  uint32_t flags = 0;
-  uint32_t qos = 0;
-};
-
-// Key and result of an L3 TCAM entry (logical device 23).
-struct L3Key {
-  uint32_t in_port = 0;
-  uint32_t iivid = 0;
-  uint32_t dscp = 0;
-  uint32_t vlan_prio = 0;
-  uint32_t src_ip = 0, dst_ip = 0;
-  uint32_t ip_proto = 0;
-  uint32_t vpn_id = 0;
-  uint32_t l4_valid = 0;
-  uint32_t l4_src = 0, l4_dst = 0;
-  uint32_t valid = 0;
-  uint32_t l4_src_mask = 0, l4_dst_mask = 0;
-  uint32_t src_ip_mask = 0, dst_ip_mask = 0;
-};
-
-struct L3Result {
-  uint32_t nhop = 0;
-  uint32_t fwd_action = 0;
-  uint32_t flags_a = 0;
-  uint32_t flags_b = 0;
-  uint32_t mcast = 0;
-  uint32_t egress_valid = 0;
-  uint32_t egress_if = 0;
-};
-
-struct TcamEntry {
-  uint32_t handle = 0;
-  L2Key l2key;  // logical device 10
-  L2Result l2res;
-  L3Key l3key;  // logical device 23
-  L3Result l3res;
-  uint64_t packets = 0;
-  uint64_t bytes = 0;
-  uint32_t updates = 0;
-};
-
 inline constexpr uint8_t kLdevL2 = 10;
 inline constexpr uint8_t kLdevL3 = 23;
 
@@ -102,14 +43,7 @@ struct Region {
   uint32_t size = 0;
   uint32_t initial = 0;
   uint32_t increment = 0;
-  std::list<TcamEntry> entries;
-  std::unordered_map<uint32_t, std::list<TcamEntry>::iterator> by_handle;
-
-  Region() = default;
-  Region(const Region&) = delete;
-  Region& operator=(const Region&) = delete;
-  Region(Region&&) = default;
-  Region& operator=(Region&&) = default;
+  TcamEntries entries;
 
   // Entries the chip has room for now: the initial size grown by the increment, up to the size.
   uint32_t capacity() const;

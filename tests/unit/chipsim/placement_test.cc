@@ -1,11 +1,13 @@
 // TCAM placement: before/after neighbours in the chip's order, handles in use, full regions,
-// update and delete, and the region table itself.
+// update and delete, the region table itself, and the container of a region's entries.
 #include <gtest/gtest.h>
 
+#include <map>
 #include <ostream>
 
 #include "chipsim_test_util.h"
 #include "model/status.h"
+#include "model/tcam_entries.h"
 
 namespace ofa::chipsim::test {
 namespace {
@@ -125,6 +127,54 @@ TEST(Regions, SizesDevicesAndTypesChecked) {
     Model m(config(Family::ard, 2048));
     Req r = region_add(c.ldev, c.region, c.size, c.initial, 16).u8(30, c.type);
     EXPECT_EQ(status_of(m, r), c.status) << c.name;
+  }
+}
+
+// The container alone: inserts ahead of an entry or at the end (`at` 0), erases, a freed slot
+// taken again (`reuses`: the handle whose storage the new entry takes), handles past the flat
+// index.
+TEST(TcamEntriesTest, OrderIndexAndSlots) {
+  constexpr uint32_t kFar = TcamEntries::kDirectHandles, kTop = 0xFFFFFFFF;
+  struct Step {
+    char op;  // i insert, e erase, c clear
+    uint32_t handle, at;
+    bool ok;
+    V order;
+    uint32_t reuses = 0;
+  };
+  TcamEntries es;
+  std::map<uint32_t, const TcamEntry*> stored;
+  for (const Step& s :
+       {Step{'i', 10, 0, true, {10}}, Step{'i', 5, 10, true, {5, 10}},
+        Step{'i', kFar, 0, true, {5, 10, kFar}}, Step{'i', 7, 10, true, {5, 7, 10, kFar}},
+        Step{'i', 7, 0, false, {5, 7, 10, kFar}}, Step{'e', 5, 0, true, {7, 10, kFar}},
+        Step{'e', kFar, 0, true, {7, 10}}, Step{'e', 5, 0, false, {7, 10}},
+        Step{'i', kTop, 7, true, {kTop, 7, 10}, kFar}, Step{'i', 3, 10, true, {kTop, 7, 3, 10}, 5},
+        Step{'c', 0, 0, true, {}}, Step{'i', kFar, 0, true, {kFar}}}) {
+    std::string what = std::string(1, s.op) + " " + std::to_string(s.handle);
+    if (s.op == 'i') {
+      TcamEntry add;
+      add.handle = s.handle;
+      const TcamEntry* e = es.insert(s.at ? es.position(s.at) : es.end(), add);
+      EXPECT_EQ(e != nullptr, s.ok) << what;
+      if (s.reuses) {
+        EXPECT_EQ(e, stored[s.reuses]) << what;
+      }
+      if (e) stored[s.handle] = e;
+    } else if (s.op == 'e') {
+      EXPECT_EQ(es.erase(s.handle), s.ok) << what;
+    } else {
+      es.clear();
+    }
+    V order;
+    for (const TcamEntry& e : es) {
+      order.push_back(e.handle);
+      EXPECT_EQ(es.find(e.handle), &e) << what;
+    }
+    EXPECT_EQ(order, s.order) << what;
+    EXPECT_EQ(es.size(), s.order.size()) << what;
+    EXPECT_EQ(es.index_size(), s.order.size()) << what;
+    EXPECT_TRUE(es.links_agree()) << what;
   }
 }
 

@@ -14,7 +14,8 @@ int32_t& TcamEntries::index_cell(uint32_t handle) {
   if (handle >= direct_.size()) {
     // Grown by doubling, but never past the bound whatever the handle.
     if (handle >= direct_.capacity())
-      direct_.reserve(std::min<size_t>(kDirectHandles, std::max<size_t>(handle + 1, 2 * direct_.capacity())));
+      direct_.reserve(
+          std::min<size_t>(kDirectHandles, std::max<size_t>(handle + 1, 2 * direct_.capacity())));
     direct_.resize(handle + 1, kNone);
   }
   return direct_[handle];
@@ -27,12 +28,12 @@ TcamEntry* TcamEntries::insert(const_iterator pos, const TcamEntry& e) {
   if (!free_.empty()) {
     s = free_.back();
     free_.pop_back();
-    slots_[s] = e;
   } else {
-    s = static_cast<int32_t>(slots_.size());
-    slots_.push_back(e);
+    s = static_cast<int32_t>(links_.size());
     links_.emplace_back();
+    if ((s & kBlockMask) == 0) blocks_.push_back(std::make_unique<TcamEntry[]>(kBlockMask + 1));
   }
+  at(s) = e;
   Link& l = links_[s];
   l.next = pos.slot_;
   l.prev = pos.slot_ == kNone ? tail_ : links_[pos.slot_].prev;
@@ -40,7 +41,7 @@ TcamEntry* TcamEntries::insert(const_iterator pos, const TcamEntry& e) {
   (l.next == kNone ? tail_ : links_[l.next].prev) = s;
   cell = s;
   ++size_;
-  return &slots_[s];
+  return &at(s);
 }
 
 bool TcamEntries::erase(uint32_t handle) {
@@ -75,7 +76,7 @@ bool TcamEntries::links_agree() const {
   for (int32_t s = head_; s != kNone; prev = s, s = links_[s].next)
     if (s < 0 || static_cast<size_t>(s) >= links_.size() || links_[s].prev != prev || ++n > size_)
       return false;
-  return prev == tail_ && n == size_ && n + free_.size() == slots_.size();
+  return prev == tail_ && n == size_ && n + free_.size() == links_.size();
 }
 
 }  // namespace ofa::chipsim

@@ -1,14 +1,17 @@
 // TCAM entries: what one holds (key and result of either device, counters), and a region's
-// entries in chip order. The entries sit in a slab whose freed slots are reused; the chip order is
-// a doubly linked list of slot numbers in an array of its own, so that walking it or checking a
-// neighbour reads 8 bytes a slot, not the entry; a handle finds its slot through a flat table for
-// handles below kDirectHandles (the pool ids of the flow regions) and a hash map above.
+// entries in chip order. The entries sit in a slab of fixed blocks (growing never moves them) whose
+// freed slots are reused; the chip order is a doubly linked list of slot numbers in an array of its
+// own, so that walking it or checking a neighbour reads 8 bytes a slot, not the entry; a handle
+// finds its slot through a flat table for handles below kDirectHandles (the pool ids of the flow
+// regions) and a hash map above.
 #pragma once
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <memory>
+#include <type_traits>
 #include <unordered_map>
 #include <vector>
 
@@ -91,8 +94,11 @@ class TcamEntries {
 
     Iter() = default;
     Iter(Owner* owner, int32_t slot) : owner_(owner), slot_(slot) {}
-    Entry& operator*() const { return owner_->slots_[slot_]; }
-    Entry* operator->() const { return &owner_->slots_[slot_]; }
+    // A position to change through stands for a position to read.
+    Iter(const Iter<TcamEntries, TcamEntry>& o) requires std::is_const_v<Owner> : owner_(o.owner_),
+                                                                                  slot_(o.slot_) {}
+    Entry& operator*() const { return owner_->at(slot_); }
+    Entry* operator->() const { return &owner_->at(slot_); }
     Iter& operator++() {
       slot_ = owner_->links_[slot_].next;
       return *this;
@@ -106,6 +112,8 @@ class TcamEntries {
 
    private:
     friend class TcamEntries;
+    template <class, class>
+    friend class Iter;
     Owner* owner_ = nullptr;
     int32_t slot_ = kNone;
   };
@@ -128,11 +136,11 @@ class TcamEntries {
   // The entry of a handle, or null.
   TcamEntry* find(uint32_t handle) {
     int32_t s = slot_of(handle);
-    return s == kNone ? nullptr : &slots_[s];
+    return s == kNone ? nullptr : &at(s);
   }
   const TcamEntry* find(uint32_t handle) const {
     int32_t s = slot_of(handle);
-    return s == kNone ? nullptr : &slots_[s];
+    return s == kNone ? nullptr : &at(s);
   }
   // The entry of a handle as a position in chip order; end() if there is none.
   const_iterator position(uint32_t handle) const;
@@ -150,6 +158,11 @@ class TcamEntries {
   bool links_agree() const;
 
  private:
+  static constexpr uint32_t kBlockBits = 9;  // 512 entries a block
+  static constexpr uint32_t kBlockMask = (1u << kBlockBits) - 1;
+
+  TcamEntry& at(int32_t s) { return blocks_[s >> kBlockBits][s & kBlockMask]; }
+  const TcamEntry& at(int32_t s) const { return blocks_[s >> kBlockBits][s & kBlockMask]; }
   int32_t slot_of(uint32_t handle) const {
     if (handle < kDirectHandles) return handle < direct_.size() ? direct_[handle] : kNone;
     auto it = far_.find(handle);
@@ -158,12 +171,12 @@ class TcamEntries {
   // The index cell of a handle, made (holding kNone) if there is none.
   int32_t& index_cell(uint32_t handle);
 
-  std::vector<TcamEntry> slots_;
+  std::vector<std::unique_ptr<TcamEntry[]>> blocks_;
   std::vector<Link> links_;  // one per slot
   std::vector<int32_t> free_;
   int32_t head_ = kNone, tail_ = kNone;
   size_t size_ = 0;
-  std::vector<int32_t> direct_;                 // handle below kDirectHandles: slot or kNone
+  std::vector<int32_t> direct_;                // handle below kDirectHandles: slot or kNone
   std::unordered_map<uint32_t, int32_t> far_;  // any other handle: slot
 };
 

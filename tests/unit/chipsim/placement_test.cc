@@ -4,6 +4,7 @@
 
 #include <map>
 #include <ostream>
+#include <utility>
 
 #include "chipsim_test_util.h"
 #include "model/status.h"
@@ -155,7 +156,7 @@ TEST(TcamEntriesTest, OrderIndexAndSlots) {
     if (s.op == 'i') {
       TcamEntry add;
       add.handle = s.handle;
-      const TcamEntry* e = es.insert(s.at ? es.position(s.at) : es.end(), add);
+      const TcamEntry* e = es.insert(s.at ? es.position(s.at) : std::as_const(es).end(), add);
       EXPECT_EQ(e != nullptr, s.ok) << what;
       if (s.reuses) {
         EXPECT_EQ(e, stored[s.reuses]) << what;

@@ -11,7 +11,6 @@
 #include <cstdint>
 #include <iterator>
 #include <memory>
-#include <type_traits>
 #include <unordered_map>
 #include <vector>
 
@@ -94,9 +93,6 @@ class TcamEntries {
 
     Iter() = default;
     Iter(Owner* owner, int32_t slot) : owner_(owner), slot_(slot) {}
-    // A position to change through stands for a position to read.
-    Iter(const Iter<TcamEntries, TcamEntry>& o) requires std::is_const_v<Owner> : owner_(o.owner_),
-                                                                                  slot_(o.slot_) {}
     Entry& operator*() const { return owner_->at(slot_); }
     Entry* operator->() const { return &owner_->at(slot_); }
     Iter& operator++() {
@@ -112,8 +108,6 @@ class TcamEntries {
 
    private:
     friend class TcamEntries;
-    template <class, class>
-    friend class Iter;
     Owner* owner_ = nullptr;
     int32_t slot_ = kNone;
   };

@@ -57,8 +57,8 @@ class Phase {
     auto start = start_, last_report = start;
     size_t next = 0;
     while (next < ops.size() || !pending_.empty()) {
-      size_t room =
-          std::max<size_t>(plan_.window, 1) - std::min<size_t>(pending_.size(), plan_.window);
+      size_t window = std::max<uint32_t>(plan_.window, 1);
+      size_t room = pending_.size() < window ? window - pending_.size() : 0;
       if (next < ops.size() && room > 0) {
         size_t n = std::min(room, ops.size() - next);
         if (!send(std::span(ops).subspan(next, n), error)) return finish(start);

@@ -81,22 +81,9 @@ MpEndpoint::~MpEndpoint() {
 
 std::optional<std::string> MpEndpoint::send(const std::string& to,
                                             std::span<const uint8_t> datagram) {
-  auto a = address(to);
-  if (!a) return to + ": path too long for a UNIX socket";
-  full_ = false;
-  ssize_t n = to == peer_ ? ::send(fd_, datagram.data(), datagram.size(), MSG_DONTWAIT)
-                          : ::sendto(fd_, datagram.data(), datagram.size(), MSG_DONTWAIT,
-                                     reinterpret_cast<const sockaddr*>(&*a), sizeof *a);
-  if (n == static_cast<ssize_t>(datagram.size())) return std::nullopt;
-  if (n >= 0) return "sent only " + std::to_string(n) + " of " + std::to_string(datagram.size());
-  if (errno == ENOENT || errno == ECONNREFUSED) {
-    return "no agent at " + to + " (is openflowAgtd running for that slot and run directory?)";
-  }
-  if (errno == EAGAIN) {
-    full_ = true;
-    return "the agent's queue is full";
-  }
-  return sys_error("send to " + to);
+  std::optional<std::string> error;
+  send_run(to, std::span(&datagram, 1), &error);
+  return error;
 }
 
 size_t MpEndpoint::send_run(const std::string& to,

@@ -29,7 +29,8 @@ struct ErrReport {
 struct ReadAhead {
   static constexpr unsigned kMax = 16;
   size_t cap = 0;             // bytes kept of each datagram
-  std::vector<uint8_t> data;  // kMax slots of cap bytes
+  std::vector<uint8_t> data;  // kMax slots of cap bytes (at least one)
+  uint8_t* slot(unsigned i) { return data.data() + i * std::max<size_t>(cap, 1); }
   std::array<size_t, kMax> len{};
   std::array<bool, kMax> truncated{};
   std::array<pq6_addr, kMax> src{};
@@ -124,7 +125,7 @@ int fill_ahead(int fd, ReadAhead& a, size_t cap) {
   std::array<iovec, ReadAhead::kMax> iov{};
   std::array<sockaddr_un, ReadAhead::kMax> from{};
   for (unsigned i = 0; i < ReadAhead::kMax; ++i) {
-    iov[i] = {a.data.data() + i * std::max<size_t>(cap, 1), cap};
+    iov[i] = {a.slot(i), cap};
     vec[i].msg_hdr.msg_name = &from[i];
     vec[i].msg_hdr.msg_namelen = sizeof from[i];
     vec[i].msg_hdr.msg_iov = &iov[i];
@@ -246,7 +247,7 @@ ssize_t mxl_recvmsg(int sock, msghdr* msg, int flags) {
   if (a.count > 0) {
     unsigned i = a.next++;
     --a.count;
-    size_t copied = copy_to_iov(msg, a.data.data() + i * std::max<size_t>(a.cap, 1), a.len[i]);
+    size_t copied = copy_to_iov(msg, a.slot(i), a.len[i]);
     n = static_cast<ssize_t>(copied);
     truncated = a.truncated[i] || copied < a.len[i];
     src = a.src[i];

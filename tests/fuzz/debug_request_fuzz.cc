@@ -18,44 +18,30 @@
 #include "debug/debug_handler.h"
 #include "flow/flow_engine.h"
 #include "flow/flow_table.h"
+#include "flow_env.h"
 #include "foundation/avl_tree.h"
 #include "groups_meters/group_db.h"
 #include "groups_meters/l2fwd_table.h"
 #include "groups_meters/meter.h"
-#include "platform/ifindex.h"
 #include "ports/evt.h"
 #include "ports/vlan_table.h"
+#include "tool_checks.h"
 
 namespace {
 
-void check(bool ok) {
-  if (!ok) __builtin_trap();
-}
+using ofa::fuzz::check;
 
-of_if_entry* port(uint16_t id, uint32_t fp, bool l3) {
-  of_if_entry* e = ofProcessPortAdd(ofa::platform::port_ifindex(1, fp), "fuzz", id);
-  check(e != nullptr);
-  e->of_enabled = 1;
-  e->of_l3_type = l3 ? 1 : 0;
-  e->l3_mode = l3 ? 1 : 0;
-  return e;
-}
+// The flow fixture's flow messages (the fixture is a test case: gtest is linked for it).
+struct Flows : ofa::test::FlowEnv {
+  using FlowEnv::add;
+  using FlowEnv::flow;
+};
 
 void add_flow(uint32_t id, uint16_t in_port, uint16_t out_port) {
-  ofa::mgr::FlowMsg m;
-  m.flow_id = id;
-  m.priority = id * 10;
-  m.in_port_id = in_port;
-  m.wildcards =
-      (in_port == OF_PORT_NONE ? ofa::mgr::kWcAll : (ofa::mgr::kWcAll & ~1u)) & ~OF_WC_ETHER_TYPE;
-  m.ether_type = 0x0800;
+  ofa::mgr::FlowMsg m = Flows::flow(id, id * 10, in_port);
   m.rule_kind = 3;
-  m.action_key = 0x5000 + id;
-  ofa::mgr::FlowMember out;
-  out.out_port_id = out_port;
-  m.members.push_back(out);
-  auto body = ofa::mgr::encode_body(m);
-  check(body.ok() && openflow_generic_mode_add_flow(body.value()) == 1);
+  m.members[0].out_port_id = out_port;
+  check(Flows::add(m) == 1);
 }
 
 // What the tables hold, in numbers.
@@ -85,9 +71,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
   g_openflow_lp.mode = OFA_MODE_GENERIC;
   for (uint32_t local : {0u, 1u})
     check(ofa::test::chip_up(1, local) == 0);
-  of_if_entry* p3 = port(3, 3, false);
-  of_if_entry* p5 = port(5, 5, false);
-  port(30, 30, true);
+  of_if_entry* p3 = ofa::test::add_port(3, 1, 3);
+  of_if_entry* p5 = ofa::test::add_port(5, 1, 5);
+  check(p3 && p5 && ofa::test::add_port(30, 1, 30, true));
   of_vlan_entry* v = of_process_vlan_add(100, 4010, 8010);
   check(v != nullptr);
   of_process_add_port_to_vlan(p3, v);

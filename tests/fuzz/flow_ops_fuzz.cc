@@ -29,12 +29,11 @@
 #include "manager/dispatch/dispatch.h"
 #include "manager/msg_catalogue.h"
 #include "platform/system.h"
+#include "tool_checks.h"
 
 namespace {
 
-void check(bool ok) {
-  if (!ok) __builtin_trap();
-}
+using ofa::fuzz::check;
 
 uint8_t g_faults = 0;
 

@@ -28,12 +28,11 @@
 
 #include "agent_reset.h"
 #include "fake_hsl.h"
+#include "tool_checks.h"
 
 namespace {
 
-void check(bool ok) {
-  if (!ok) __builtin_trap();
-}
+using ofa::fuzz::check;
 
 constexpr uint32_t kModels[4] = {131, 153, 1004, 2000};
 

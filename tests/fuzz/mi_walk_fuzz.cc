@@ -18,12 +18,11 @@
 #include "agent/trace.h"
 #include "manager/msg_catalogue.h"
 #include "platform/wire.h"
+#include "tool_checks.h"
 
 namespace {
 
-void check(bool ok) {
-  if (!ok) __builtin_trap();
-}
+using ofa::fuzz::check;
 
 const uint8_t* g_begin = nullptr;
 const uint8_t* g_end = nullptr;

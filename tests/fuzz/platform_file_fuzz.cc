@@ -9,32 +9,13 @@
 #include <variant>
 
 #include "platform/platform_file.h"
+#include "tool_checks.h"
 
 namespace {
 
+using ofa::fuzz::check;
 using ofa::platform::ParseError;
 using ofa::platform::Platform;
-
-void check(bool ok) {
-  if (!ok) __builtin_trap();
-}
-
-// "fuzz:<digits>: <reason>", the line within the text (line count + 1 at most).
-void check_error(const ParseError& e, std::string_view text) {
-  std::string_view m = e.message;
-  check(m.substr(0, 5) == "fuzz:");
-  m.remove_prefix(5);
-  size_t colon = m.find(':');
-  check(colon != std::string_view::npos && colon > 0);
-  size_t line = 0;
-  for (char c : m.substr(0, colon)) {
-    check(c >= '0' && c <= '9');
-    line = line * 10 + static_cast<size_t>(c - '0');
-    check(line <= text.size() + 1);
-  }
-  check(line <= static_cast<size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
-  check(m.size() > colon + 2 && m[colon + 1] == ' ');
-}
 
 void check_platform(const Platform& p) {
   check(p.find_slot(p.my_slot) != nullptr);
@@ -74,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view text(reinterpret_cast<const char*>(data), size);
   auto parsed = ofa::platform::parse_platform(text, "fuzz");
   if (const auto* err = std::get_if<ParseError>(&parsed)) {
-    check_error(*err, text);
+    check(ofa::fuzz::names_a_line(err->message, "fuzz", 0, ofa::fuzz::line_count(text)));
   } else {
     check_platform(std::get<Platform>(parsed));
   }

@@ -1,5 +1,5 @@
-// Checks the fuzz targets of the tools make on what the tools answer: a strict JSON check for what
-// they print for programs, and the "file:line: reason" form of their refusals.
+// The checks of the fuzz targets: a trap when one fails, a strict JSON check for what the tools
+// print for programs, and the "file:line: reason" form of refusals.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +9,10 @@
 #include <nlohmann/json.hpp>
 
 namespace ofa::fuzz {
+
+inline void check(bool ok) {
+  if (!ok) __builtin_trap();
+}
 
 // JSON text as RFC 8259 has it: one value, strings of well-formed UTF-8 with every control
 // character escaped, nothing after the value.

@@ -75,6 +75,9 @@ void check_tables() {
 }
 
 constexpr uint16_t kTypes[4] = {OF_NLMSG_COMMAND, OF_NLMSG_ERROR, OF_NLMSG_DONE, 0};
+// The receive callbacks of responses, packets and events, as the socket readers call them.
+constexpr int (*kCallbacks[4])(uint8_t*, uint32_t, uintptr_t, uint16_t) = {
+    ofProcessHslResp, ofProcessHslPkt, ofProcessHslEvent, ofProcessHslEvent};
 
 }  // namespace
 
@@ -91,18 +94,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // A buffer of exactly the message's size, so a read past it is caught.
     std::vector<uint8_t> msg(bytes.begin(), bytes.end());
     auto n = static_cast<uint32_t>(msg.size());
-    uint16_t type = kTypes[(sel >> 2) & 3];
-    switch (sel & 3) {
-      case 0:
-        ofProcessHslResp(msg.data(), n, 0, type);
-        break;
-      case 1:
-        ofProcessHslPkt(msg.data(), n, 0, type);
-        break;
-      default:
-        ofProcessHslEvent(msg.data(), n, 0, type);
-        break;
-    }
+    kCallbacks[sel & 3](msg.data(), n, 0, kTypes[(sel >> 2) & 3]);
     check_tables();
     check(ofa::test::fake_hsl().envelope_ok);
   }

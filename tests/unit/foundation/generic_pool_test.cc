@@ -91,12 +91,15 @@ TEST(GuardWords, CountedKeptOutAndReportedAtMostEveryTenSeconds) {
       << out;
   EXPECT_NE(out.find("55555555 55555555"), std::string::npos) << out;
   fake_clock::advance_ms(10000);
+  std::memset(c, 0x77, 36);  // its own bytes, not the guard word
   generic_free_mem_to_pool(&pool, c);
   EXPECT_NE(printed([&] { generic_free_mem_to_pool(&pool, c); }).find("double free"),
             std::string::npos);
   EXPECT_EQ(pool.free_fail, 1u);
   EXPECT_EQ(generic_get_pool_allocated_number(&pool), 2u);  // a and b lost, not reused
-  EXPECT_EQ(generic_get_mem_from_pool(&pool), c);
+  auto* again = static_cast<unsigned char*>(generic_get_mem_from_pool(&pool));
+  ASSERT_EQ(again, c);
+  EXPECT_EQ(again[35], 0);                         // taken elements come zeroed
   EXPECT_NE(generic_get_mem_from_pool(&pool), c);  // c was on the free list once only
   free_generic_pool(&pool);
   fake_clock::uninstall();

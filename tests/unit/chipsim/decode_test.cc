@@ -183,6 +183,12 @@ std::vector<DecodeCase> cases() {
       {"partition_vlan_5000", Family::ard, {},
        Req(0x04272006, 48).u16(28, 7).u32(36, 1).u32(40, 4001).u32(44, 5000), status::kInvalid,
        {}},
+      {"port_control_class_bits_by_mask", Family::ard, {},
+       Req(0x04272001, 84).u32(32, kPort).u32(36, 1u << 16).u32(48, (1u << 6) | (1u << 7)), 0, {},
+       [](const ChipState& c) {
+         EXPECT_EQ(c.ports.at(kPort).typ_cls, true);
+         EXPECT_FALSE(c.ports.at(kPort).mac_cls.has_value());
+       }},
       {"translation_batch_251", Family::ard, {},
        translation(2084, (1u << 19) | (1u << 21), 3, false).u32(56, 251), status::kInvalid, {}},
       {"evt_not_on_ard", Family::ard, {},

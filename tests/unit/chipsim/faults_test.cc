@@ -20,9 +20,7 @@ TEST(Fault, FiresOnceNTimesOrFromTheNth) {
     std::vector<int32_t> got;  // of five region adds in a row
     for (int i = 0; i < 5; ++i)
       got.push_back(status_of(m, region_add(i < 3 ? 10 : 23, 10 * (1 + i % 3), 24, 1, 4)));
-    EXPECT_EQ(got, statuses) << n;
-    // A faulted request changes nothing in the chip.
-    EXPECT_EQ(m.chips().at(kChip).regions.size(), std::count(got.begin(), got.end(), 0));
+    EXPECT_EQ(got, statuses) << n;  // (that a faulted request changes nothing: the ioctl fuzzer)
   }
 }
 

@@ -159,13 +159,15 @@ TEST(Views, QueriesAndShowOfPortsVlansTranslationsAndL2) {
   Model m(cfg);
   Control ctl{m, nullptr, {1}, {}, 0};
   const uint32_t p3 = platform::port_ifindex(1, 3), p5 = platform::port_ifindex(1, 5);
+  // The port-wide form with IIVIDs 7168-7199 (each request gives the member set whole).
+  const Req wide = Req(0x04272003, 1108).u32(28, p3).u32(84 + 4 * (7168 / 32), 0xFFFFFFFFu);
   for (const Req& req : std::vector<Req>{
-           Req(0x04272003, 1108)
-               .u32(28, p3)
+           Req(wide)
                .u32(36, (1u << 27) | (1u << 30) | (1u << 29) | (1u << 22) | (1u << 26))
                .u32(40, (1u << 29) | (1u << 23) | (1u << 26) | (1u << 25) | (1u << 22))
-               .u32(48, 7172)
-               .u32(84 + 4 * (7168 / 32), 0xFFFFFFFFu),
+               .u32(48, 7172),
+           // Then the learning bit alone, to 0: what its change mask does not name stays.
+           Req(wide).u32(36, 1u << 27).u32(40, 1u << 29).u32(48, 99),
            Req(0x04272006, 48).u16(28, 7).u32(36, 1).u32(40, 7178).u32(44, 100),
            Req(0x04272006, 48).u16(28, 7).u16(30, 1).u32(36, 1).u32(40, 7178).u32(44, 100),
            Req(0x04272007, 56).u32(44, 1).u16(50, 7178).u32(52, 8010),
@@ -197,7 +199,7 @@ TEST(Views, QueriesAndShowOfPortsVlansTranslationsAndL2) {
             0);
   const std::string q = R"({"ok":true,"chip":2218786816,"found":)";
   const std::string p3_fields =
-      "id=3 name=ethernet1/3 ifindex=0x18418000 served=1 lrn=1 rx_fwd=1 rx_fwd2=1 tx_en=1 "
+      "id=3 name=ethernet1/3 ifindex=0x18418000 served=1 lrn=0 rx_fwd=1 rx_fwd2=1 tx_en=1 "
       "pvid=7172 iivids=7168-7199 vpn=- ppid=- typ_cls=- mac_cls=- qos=- lldp_ovrd=- l2_ovrd=- "
       "address=- nhop=-";
   for (const auto& [line, answer] : std::vector<std::pair<std::string, std::string>>{

@@ -88,12 +88,12 @@ StatusMsg status(uint32_t flow, uint32_t st, std::string text = "") {
 // Statuses are matched by flow id, in any order (the scenarios' expectations are met the same way).
 TEST_F(Runner, DeliversDatagramsAndMatchesStatusesByFlowId) {
   agent_sends(RegisterMsg{1});
-  agent_sends(status(11, 1));
+  agent_sends(status(11, 1, "all good"));
   agent_sends(status(10, 1));
   auto sum =
       run("wait registration\n"
           "flow add id=10 fragment=1 actions=output:1,output:2\n"
-          "expect status 10 success\nexpect status 11 success\n");
+          "expect status 10 success\nexpect status 11 success text ~ \"good\"\n");
   EXPECT_EQ(sum.exit_code(), 0) << output();
   EXPECT_EQ(sum.sent, 2u);
   expect_in(output(), {"slot 1 registered", "(2 datagrams, 640 bytes)"});

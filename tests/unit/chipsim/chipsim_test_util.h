@@ -34,10 +34,6 @@ struct Req {
     wire::Writer(b).u32_at(off, v);
     return *this;
   }
-  Req& u64(size_t off, uint64_t v) {
-    wire::Writer(b).u64_at(off, v);
-    return *this;
-  }
   Req& mac(size_t off, std::initializer_list<uint8_t> m) {
     size_t i = 0;
     for (uint8_t v : m)
@@ -54,10 +50,9 @@ struct Req {
 };
 
 // The message of one ioctl: envelope (length, type 203, seq), routing block (target, kind 0,
-// class 16, total), then the request. `extra` bytes past the declared request travel too.
-inline std::vector<uint8_t> message(uint32_t target, const std::vector<uint8_t>& req,
-                                    size_t extra = 0) {
-  std::vector<uint8_t> m(48 + req.size() + extra, 0);
+// class 16, total), then the request.
+inline std::vector<uint8_t> message(uint32_t target, const std::vector<uint8_t>& req) {
+  std::vector<uint8_t> m(48 + req.size(), 0);
   wire::Writer w(m);
   w.u32_at(0, static_cast<uint32_t>(m.size()));
   w.u16_at(4, 203);
@@ -76,11 +71,10 @@ struct Answer {
 };
 
 // Sends `req` to `target` through the model's ioctl entry, in a 4096-byte buffer.
-inline Answer call(Model& m, const std::vector<uint8_t>& req, uint32_t target = kChip,
-                   size_t extra = 0) {
+inline Answer call(Model& m, const std::vector<uint8_t>& req, uint32_t target = kChip) {
   std::string line;
   m.set_request_log([&line](const std::string& l) { line = l; });
-  auto msg = message(target, req, extra);
+  auto msg = message(target, req);
   std::vector<uint8_t> buf(kMaxMessage, 0);
   size_t n = std::min(msg.size(), buf.size());
   std::copy_n(msg.begin(), n, buf.begin());

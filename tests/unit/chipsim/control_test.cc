@@ -41,13 +41,9 @@ class ControlTest : public ::testing::Test {
 
 TEST_F(ControlTest, AnswersAndErrors) {
   EXPECT_TRUE(ok(run("help")));
-  EXPECT_TRUE(has(run("show"), R"({"ok":true,"text":"chip 0x84400000: slot 1)"));
-  EXPECT_TRUE(has(run("dump"), R"("family":"ard","model":131)"));
-  EXPECT_TRUE(has(run("check"), R"("consistent":true,"problems":[],"dangling":[])"));
   for (const char* bad : {"", "frobnicate", "fault", "fault bogus -1", "fault region_add x",
-                          "fault region_add -1 twice", "fault region_add -1 times 0", "event",
-                          "event chip-sideways", "event chip-up slot", "traffic",
-                          "traffic entry 10 20", "traffic all x 1", "traffic all 1 1 chip"}) {
+                          "fault region_add -1 times 0", "event", "event chip-sideways",
+                          "event chip-up slot", "traffic entry 10 20", "traffic all 1 1 chip"}) {
     std::string a = run(bad);
     EXPECT_TRUE(has(a, R"({"ok":false,"error":")")) << bad << " -> " << a;
   }
@@ -64,13 +60,10 @@ TEST_F(ControlTest, FaultsThroughTheSocketProtocol) {
   EXPECT_EQ(status_of(*model, region_add(10, 10, 24, 2, 4)), -5);
   EXPECT_EQ(status_of(*model, region_add(10, 10, 24, 2, 4)), -5);
   EXPECT_EQ(status_of(*model, region_add(10, 10, 24, 2, 4)), 0);
-  EXPECT_EQ(call(*model, region_add(10, 10, 24, 2, 4).b, platform::chip_ifindex(2, 1)).status, -7);
+  EXPECT_TRUE(ok(run("fault clear policer_delete")));
+  EXPECT_EQ(run("fault list").find("policer_delete"), std::string::npos);
   EXPECT_TRUE(ok(run("fault clear")));
   EXPECT_TRUE(model->faults().empty());
-  EXPECT_TRUE(has(run("stats"), R"("faults_fired":3)"));
-  EXPECT_TRUE(ok(run("reset")));
-  EXPECT_TRUE(model->chips().at(kChip).regions.empty());
-  EXPECT_TRUE(has(run("stats"), R"("requests":0)"));
 }
 
 TEST_F(ControlTest, ChipUpDatagramLayout) {
@@ -96,8 +89,6 @@ TEST_F(ControlTest, EventsForEveryChipAndSlot) {
   EXPECT_EQ(got,
             (std::vector<std::pair<uint32_t, uint32_t>>{{5, 1}, {5, 2}, {3, 1}, {3, 2}, {3, 2}}));
   sent.clear();
-  EXPECT_TRUE(has(run("event chip-down slot 2"), R"("sent":2)"));
-  EXPECT_TRUE(has(run("event slot-down slot 9"), R"("sent":1)"));
   EXPECT_TRUE(has(run("event ignored slot 1"), R"("sent":1)"));
   EXPECT_EQ(wire::Reader(sent.back()).u32_at(48), 7u);
   EXPECT_TRUE(has(run("event chip-up slot 5"), R"("ok":false)"));
@@ -106,18 +97,15 @@ TEST_F(ControlTest, EventsForEveryChipAndSlot) {
 TEST_F(ControlTest, MalformedEventsForTheReceiveChecks) {
   ASSERT_TRUE(ok(run("event chip-up slot 1 close none")));
   EXPECT_EQ(sent.back().size(), 532u);
-  ASSERT_TRUE(ok(run("event chip-up slot 1 close type 2")));
-  EXPECT_EQ(wire::Reader(sent.back()).u16_at(536), 2u);
   ASSERT_TRUE(ok(run("event slot-up slot 1 class 9")));
   EXPECT_EQ(wire::Reader(sent.back()).u32_at(28), 9u);
+  // An error record (type 2, the third event sent: code at 20, the type and sequence number it
+  // answers at 28 and 32), then the closing record.
   ASSERT_TRUE(ok(run("event error code -5 type 203 seq 42")));
-  wire::Reader e(sent.back());
-  EXPECT_EQ(e.u16_at(4), 2u);  // error record
-  EXPECT_EQ(static_cast<int32_t>(e.u32_at(20)), -5);
-  EXPECT_EQ(e.u16_at(28), 203u);
-  EXPECT_EQ(e.u32_at(32), 42u);
-  uint32_t len = e.u32_at(0);
-  EXPECT_EQ(e.u16_at(((len + 3) & ~3u) + 4), 4u);
+  EXPECT_EQ(sent.back(), ofa::test::sparse(76,
+                                           "0: 00000038 00020000 00000003 | 20: FFFFFFFB | "
+                                           "28: 00CB0000 0000002A | "
+                                           "56: 00000014 00040000 00000003"));
   refuse = true;
   EXPECT_TRUE(has(run("event slot-up"), R"("error":"no agent after 0 sent")"));
   EXPECT_TRUE(has(run("stats"), R"("event_failures":1)"));
@@ -129,7 +117,6 @@ TEST_F(ControlTest, TrafficAndStatisticsReads) {
   ASSERT_EQ(status_of(*model, l2_add(3, 20, 0, 0)), 0);
   ASSERT_EQ(status_of(*model, l2_add(4, 20, 0, 3).u32(136 + 32, 1u << 15)), 0);  // not counted
   EXPECT_TRUE(has(run("traffic entry 10 20 3 5 500"), R"("advanced":1)"));
-  EXPECT_TRUE(has(run("traffic entry 10 20 99 5 500"), R"("advanced":0)"));
   EXPECT_TRUE(ok(run("traffic all 1 64")));
   // A read of handles 4, 3 and an unknown 8: keys, a one-word bit set, then 6-word results.
   Req read(0x06270000, 48 + 8 * 3, 48 + 32 * 3 + 4);
@@ -148,51 +135,22 @@ TEST_F(ControlTest, TrafficAndStatisticsReads) {
                               "48: 00000004 0000FFFF 00000003 0000FFFF 00000008 0000FFFF | "
                               "76: 00000004 | 100: 00000003 | 112: 00000006 | "
                               "120: 00000234 00000008"));
-  // Clear, then read again.
+  // A clear (its counts are what the statistics scenarios read after one).
   Req clear(0x06270001, 56);
   clear.u32(28, 12).u8(33, 20).u16(34, 1).u32(48, 3).u32(52, 65535);
   Answer cleared = call(*model, clear.b);
   ASSERT_EQ(cleared.status, 0);
-  EXPECT_EQ(wire::Reader(cleared.reply).u32_at(48 + 40), 1u);  // keys found and cleared
   // The answer in the buffer as it stands is no new clear: words 40 and 44 must be cleared first.
   std::vector<uint8_t> again(cleared.reply.begin() + 48, cleared.reply.begin() + 48 + 56);
   EXPECT_EQ(call(*model, again).status, status::kInvalid);
   wire::Writer(again).u32_at(40, 0);
   EXPECT_EQ(call(*model, again).status, 0);
-  a = call(*model, read.b);
-  EXPECT_EQ(wire::Reader(a.reply).u64_at(48 + 104), 0u);
 }
 
-TEST_F(ControlTest, PolicerAndQueueCounters) {
-  Req add = Req(0x09270002, 88).u32(28, 0x80000000u).u32(76, 1u << 28).u32(80, 12);
-  ASSERT_EQ(status_of(*model, add), 0);
-  EXPECT_TRUE(has(run("traffic policer 12 1 10 20"), R"("advanced":1)"));
-  Req read(0x06270000, 48 + 24, 48 + 24 + 4 + 64);
-  read.u32(28, 46).u16(34, 2).u16(36, 2);
-  read.u32(48, 12).u32(52, 0).u32(56, 65535).u32(60, 12).u32(64, 1).u32(68, 65535);
-  Answer a = call(*model, read.b);
-  ASSERT_EQ(a.status, 0) << a.log;
-  // Instance 0 is not there; instance 1 has 10 in words 2 and 3 and 20 in words 6 and 7.
-  EXPECT_EQ(std::vector<uint8_t>(a.reply.begin() + 48, a.reply.end()),
-            ofa::test::sparse(140,
-                              "0: 06270000 | 8: 00000048 0000008C | "
-                              "28: 0000002E 00000002 00020000 00000002 00000040 0000000C | "
-                              "56: 0000FFFF 0000000C 00000001 0000FFFF | 76: 0000000C | "
-                              "108: 0000000C 00000001 | 120: 0000000A | 136: 00000014"));
-  uint32_t port = platform::port_ifindex(1, 3);
-  EXPECT_TRUE(
-      has(run("traffic queue " + std::to_string(port) + " 5 7 700 chip " + std::to_string(kChip)),
-          R"("advanced":1)"));
-  Req q = Req(0x06270000, 504).u32(28, 49).u32(32, 1).u32(40, 2).u32(48, port);
-  a = call(*model, q.b);
-  ASSERT_EQ(a.status, 0);
-  EXPECT_EQ(wire::Reader(a.reply).u64_at(48 + 184 + 8 * 5), 7u);
-  EXPECT_EQ(wire::Reader(a.reply).u64_at(48 + 248 + 8 * 5), 700u);
-}
-
-// Ports, VLANs and translations as `query` and `show` give them, from what the requests set: on
-// the default platform (IIVIDs 7168-8186, mgids 8000-9018, ports 1-48 on chip 0 of slot 1) with a
-// chip of slot 2 besides, which serves none of them.
+// Ports, VLANs and translations as `query port` (by ifindex) and `show` give them, from what the
+// requests set: on the default platform (IIVIDs 7168-8186, mgids 8000-9018, ports 1-48 on chip 0 of
+// slot 1) with a chip of slot 2 besides, which serves none of them. (The fields of each query are
+// what the scenarios' `expect chip` lines read.)
 TEST(Views, QueriesAndShowOfPortsVlansTranslationsAndL2) {
   auto plat = std::get<platform::Platform>(
       platform::parse_platform(platform::default_platform_text(), "default"));
@@ -201,71 +159,38 @@ TEST(Views, QueriesAndShowOfPortsVlansTranslationsAndL2) {
   Model m(cfg);
   Control ctl{m, nullptr, {1}, {}, 0};
   const uint32_t p3 = platform::port_ifindex(1, 3), p5 = platform::port_ifindex(1, 5);
-  const uint32_t other = platform::chip_ifindex(2, 0);
-  for (const auto& [req, chip] : std::vector<std::pair<Req, uint32_t>>{
-           {Req(0x04272003, 1108)
-                .u32(28, p3)
-                .u32(36, (1u << 27) | (1u << 30) | (1u << 29) | (1u << 22) | (1u << 26))
-                .u32(40, (1u << 29) | (1u << 23) | (1u << 26) | (1u << 25) | (1u << 22))
-                .u32(48, 7172)
-                .u32(84 + 4 * (7168 / 32), 0xFFFFFFFFu),
-            kChip},
-           {Req(0x04272024, 44).u32(28, p3).u32(32, 0x80000000u).u32(36, 0xFFE01), kChip},
-           {Req(0x04272001, 84).u32(32, p3).u32(36, 3u << 16).u32(40, 1u << 19).u32(56, 7u << 7),
-            kChip},
-           {Req(0x01271002, 160).u32(28, p3).u8(33 + 4 * 2, 2), kChip},
-           {Req(0x0427180C, 56).u32(28, 11).u8(33, 1).u8(34, 16).u8(35, 0x80).u32(36, p3), kChip},
-           {Req(0x04272014, 60)
-                .u32(28, 1)
-                .u32(32, 0x00020000)
-                .u32(36, 4)
-                .u32(48, p3)
-                .u32(52, 1)
-                .u32(56, 1),
-            kChip},
-           {Req(0x04272001, 52)
-                .u8(28, 6)
-                .u32(32, 0x80000000u)
-                .mac(38, {0, 1, 2, 3, 4, 5})
-                .u32(48, p3),
-            kChip},
-           {Req(0x04272006, 48).u16(28, 7).u32(36, 1).u32(40, 7178).u32(44, 100), kChip},
-           {Req(0x04272006, 48).u16(28, 7).u16(30, 1).u32(36, 1).u32(40, 7178).u32(44, 100), kChip},
-           {Req(0x04272007, 56).u32(44, 1).u16(50, 7178).u32(52, 8010), kChip},
-           {Req(0x05270008, 64)
-                .u32(28, 8010)
-                .u32(32, 1)
-                .u32(36, 0xFFFFFFFFu)
-                .u32(40, 7178)
-                .u8(48, 1)
-                .u16(50, 2)
-                .u32(56, p3)
-                .u32(60, p5),
-            kChip},
-           {Req(0x04272003, 2084)
-                .u32(28, p3)
-                .u32(36, (1u << 19) | (1u << 21))
-                .u32(40, 1u << 21)
-                .u32(56, 1)
-                .u32(84, 7173)
-                .u32(88, kAllVlans),
-            kChip},
-           {Req(0x04272007, 56).u32(44, 1).u16(50, 4000).u32(52, 100), kChip},  // both outside
-           {Req(0x04270800, 76)
-                .u32(40, 1u << 30)
-                .u16(42, 7178)
-                .mac(44, {0, 0, 0, 0, 0, 10})
-                .u32(64, p5)
-                .u8(68, 3),
-            kChip},
-           {Req(0x09270002, 88).u32(28, 1u << 31).u32(36, 150000).u32(44, 125000).u32(80, 9),
-            kChip},
-           {Req(0x04272003, 1108).u32(28, p3).u32(36, 1u << 22).u32(40, (1u << 29) | (1u << 22)),
-            other},
+  // The port-wide form with IIVIDs 7168-7199 (each request gives the member set whole).
+  const Req wide = Req(0x04272003, 1108).u32(28, p3).u32(84 + 4 * (7168 / 32), 0xFFFFFFFFu);
+  for (const Req& req : std::vector<Req>{
+           Req(wide)
+               .u32(36, (1u << 27) | (1u << 30) | (1u << 29) | (1u << 22) | (1u << 26))
+               .u32(40, (1u << 29) | (1u << 23) | (1u << 26) | (1u << 25) | (1u << 22))
+               .u32(48, 7172),
+           // Then the learning bit alone, to 0: what its change mask does not name stays.
+           Req(wide).u32(36, 1u << 27).u32(40, 1u << 29).u32(48, 99),
+           Req(0x04272006, 48).u16(28, 7).u32(36, 1).u32(40, 7178).u32(44, 100),
+           Req(0x04272006, 48).u16(28, 7).u16(30, 1).u32(36, 1).u32(40, 7178).u32(44, 100),
+           Req(0x04272007, 56).u32(44, 1).u16(50, 7178).u32(52, 8010),
+           Req(0x05270008, 64)
+               .u32(28, 8010)
+               .u32(32, 1)
+               .u32(36, 0xFFFFFFFFu)
+               .u32(40, 7178)
+               .u8(48, 1)
+               .u16(50, 2)
+               .u32(56, p3)
+               .u32(60, p5),
+           Req(0x04272003, 2084)
+               .u32(28, p3)
+               .u32(36, (1u << 19) | (1u << 21))
+               .u32(40, 1u << 21)
+               .u32(56, 1)
+               .u32(84, 7173)
+               .u32(88, kAllVlans),
        })
-    ASSERT_EQ(call(m, req.b, chip).status, 0) << call(m, req.b, chip).log;
-  // More exact-match entries, against the order in which they show.
-  for (auto [iivid, last] : {std::pair<uint16_t, uint8_t>{7179, 1}, {7178, 5}}) {
+    ASSERT_EQ(call(m, req.b).status, 0) << call(m, req.b).log;
+  // Exact-match entries, against the order in which they show.
+  for (auto [iivid, last] : {std::pair<uint16_t, uint8_t>{7178, 10}, {7179, 1}, {7178, 5}}) {
     Req add = Req(0x04270800, 76).u32(40, 1u << 30).u16(42, iivid).mac(44, {0, 0, 0, 0, 0, last});
     ASSERT_EQ(call(m, add.u32(64, p5).u8(68, 3).b, kChip).status, 0);
   }
@@ -274,26 +199,11 @@ TEST(Views, QueriesAndShowOfPortsVlansTranslationsAndL2) {
             0);
   const std::string q = R"({"ok":true,"chip":2218786816,"found":)";
   const std::string p3_fields =
-      "id=3 name=ethernet1/3 ifindex=0x18418000 served=1 lrn=1 rx_fwd=1 rx_fwd2=1 tx_en=1 "
-      "pvid=7172 iivids=7168-7199 vpn=0x000ffe01 ppid=7 typ_cls=0 mac_cls=0 qos=on lldp_ovrd=1 "
-      "l2_ovrd=1 address=00:01:02:03:04:05 nhop=11";
+      "id=3 name=ethernet1/3 ifindex=0x18418000 served=1 lrn=0 rx_fwd=1 rx_fwd2=1 tx_en=1 "
+      "pvid=7172 iivids=7168-7199 vpn=- ppid=- typ_cls=- mac_cls=- qos=- lldp_ovrd=- l2_ovrd=- "
+      "address=- nhop=-";
   for (const auto& [line, answer] : std::vector<std::pair<std::string, std::string>>{
-           {"query port 3", q + R"(true,"fields":")" + p3_fields + R"("})"},
            {"query port 0x18418000", q + R"(true,"fields":")" + p3_fields + R"("})"},
-           {"query port 3 chip " + std::to_string(other),
-            R"({"ok":true,"chip":2222981120,"found":true,"fields":"id=3 name=ethernet1/3 )"
-            R"(ifindex=0x18418000 served=0 lrn=- rx_fwd=- rx_fwd2=- tx_en=1 pvid=- iivids=- vpn=- )"
-            R"(ppid=- typ_cls=- mac_cls=- qos=- lldp_ovrd=- l2_ovrd=- address=- nhop=-"})"},
-           {"query port 5", q + "false}"},
-           {"query vlan 100", q + R"(true,"fields":"vlan=100 rte0=7178 rte1=7178 mgid=8010 )"
-                                  R"(flood=3,5"})"},
-           {"query vlan all", q + "false}"},
-           {"query xlate 3 7173", q + R"(true,"fields":"port=3 iivid=7173 vlan=all tagged=1"})"},
-           {"query xlate 3 7174", q + "false}"},
-           {"query region 10 20", q + "false}"},  // no region made here
-           {"query l2 7178 00:00:00:00:00:0A", q + R"(true,"fields":"iivid=7178 )"
-                                                   R"(mac=00:00:00:00:00:0a port=5"})"},
-           {"query l2 7179 00:00:00:00:00:0a", q + "false}"},
            {"show xlate 3", R"({"ok":true,"text":"chip 0x84400000: slot 1, chip 0\n)"
                             R"(  port iivid vlan tagged\n  3    7173  all  1\n\n)"
                             R"(chip 0x84800000: slot 2, chip 0\n  no translations\n"})"},
@@ -301,28 +211,19 @@ TEST(Views, QueriesAndShowOfPortsVlansTranslationsAndL2) {
                        R"(  iivid mac               port\n  7178  00:00:00:00:00:05 5\n)"
                        R"(  7178  00:00:00:00:00:0a 5\n  7179  00:00:00:00:00:01 5\n\n)"
                        R"(chip 0x84800000: slot 2, chip 0\n  no L2 entries\n"})"},
-           {"query mgid 8010", q + R"(true,"fields":"mgid=8010 members=1 iivids=7178 ports=3,5 )"
-                                   R"(updates=0"})"},
-           {"query nhop 11", q + R"(true,"fields":"nhop=11 kind=16 paths=1 iivids=0 )"
-                                 R"(macs=00:00:00:00:00:00 ports=3"})"},
-           {"query policer 9 0",
-            q + R"(true,"fields":"policer=9 instance=0 rate=125000 burst=150000"})"},
-           {"query policer 9 1", q + "false}"},
            {"show vlans 100", R"({"ok":true,"text":"chip 0x84400000: slot 1, chip 0\n)"
                               R"(  vlan rte0 rte1 mgid flood\n  100  7178 7178 8010 3,5\n\n)"
                               R"(chip 0x84800000: slot 2, chip 0\n  no VLANs\n"})"},
        })
     EXPECT_EQ(control_command(ctl, line), answer) << line;
-  EXPECT_TRUE(has(control_command(ctl, "show ports"), "ethernet1/3"));
-  EXPECT_TRUE(has(control_command(ctl, "stats"), R"("iivid_outside":1,"mgid_outside":1)"));
   for (const char* bad :
-       {"query", "query port", "query port x", "query vlan 1 chip 5", "query xlate 3",
-        "show ports 3 4", "show bogus", "show vlans x", "query l2 7178 00:00:00:00:00", "show l2 3",
-        "query policer 9", "query mgid x"})
+       {"query", "query port x", "query vlan 1 chip 5", "query xlate 3", "show ports 3 4",
+        "show bogus", "show vlans x", "query l2 7178 00:00:00:00:00", "query policer 9"})
     EXPECT_TRUE(has(control_command(ctl, bad), R"({"ok":false,"error":")")) << bad;
 }
 
-// A zim chip counts queue bytes in units of 8; the other families in bytes.
+// Queue counters at their places in the reply: a zim chip counts queue bytes in units of 8; the
+// other families in bytes.
 TEST(QueueBytes, ZimCountsInEighths) {
   uint32_t port = platform::port_ifindex(1, 3);
   Req q = Req(0x06270000, 504).u32(28, 49).u32(32, 1).u32(40, 2).u32(48, port);

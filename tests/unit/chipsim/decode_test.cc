@@ -92,7 +92,6 @@ Req one_pair(uint32_t command, uint32_t len, uint32_t scope, uint32_t change, ui
              bool second) {
   Req r(command, len);
   r.u32(28, scope).u32(36, change).u32(40, values).u32(56, 1).u32(84, 4001).u32(88, 100);
-  if (scope == 0) r.u16(32, 1).u16(34, 7);
   if (second) r.u32(92, 100);
   return r;
 }
@@ -100,8 +99,8 @@ Req one_pair(uint32_t command, uint32_t len, uint32_t scope, uint32_t change, ui
 Req policer_add(uint32_t id, uint32_t instance) {
   return Req(0x09270002, 88)
       .u32(28, 0x80000000u)
-      .u64(32, 5000)
-      .u64(40, 100000)
+      .u32(36, 5000)
+      .u32(44, 100000)
       .u32(76, instance << 28)
       .u32(80, id);
 }
@@ -137,28 +136,13 @@ Req nhop(uint8_t kind, uint8_t count, uint8_t marker, uint32_t len) {
   return r;
 }
 
-Req stats_flows(uint32_t command, uint32_t cls, std::vector<uint32_t> handles, uint32_t wanted) {
-  auto n = static_cast<uint32_t>(handles.size());
-  uint32_t reply = 48 + 32 * n + 4 * ((n + 31) / 32);
-  Req r(command, 48 + 8 * n, reply);
-  r.u32(28, cls)
-      .u8(33, 20)
-      .u16(34, static_cast<uint16_t>(n))
-      .u16(36, static_cast<uint16_t>(wanted));
-  for (uint32_t i = 0; i < n; ++i)
-    r.u32(48 + 8 * i, handles[i]).u32(52 + 8 * i, 65535);
-  return r;
-}
-
-Req ivt(uint32_t command, bool vlan_form) {
-  Req r(command, 152);
-  r.u32(28, 1);
-  if (vlan_form) {
-    r.u32(32, 19u << 24).u32(36, (100u << 20) | 0x000E0000u).u32(52, (4001u << 18) | (14u << 14));
-  } else {
-    r.u32(32, 1u << 24).u32(40, kPort).u32(52, (4001u << 18) | (13u << 14));
-  }
-  return r;
+// The VLAN form of an IVT entry.
+Req ivt(uint32_t command) {
+  return Req(command, 152)
+      .u32(28, 1)
+      .u32(32, 19u << 24)
+      .u32(36, (100u << 20) | 0x000E0000u)
+      .u32(52, (4001u << 18) | (14u << 14));
 }
 
 std::vector<DecodeCase> cases() {
@@ -183,9 +167,6 @@ std::vector<DecodeCase> cases() {
        {R"(is none of 2132, 92, 2084)"}},
       {"port_vlan_wide_no_bit29", Family::ard, {}, port_wide(1108).u32(40, 0), status::kInvalid,
        {}},
-      {"translation_one_zim_egress_form", Family::zim, {},
-       one_pair(0x04272003, 92, kPort, (1u << 19) | (1u << 21), 1u << 21, false), 0,
-       {R"("pairs":[{"iivid":4001,"vlan":100}])"}},
       {"translation_zim_without_bit24", Family::zim, {},
        one_pair(0x04272003, 96, kPort, (1u << 19) | (1u << 21), 1u << 21, true), status::kInvalid,
        {}},
@@ -193,10 +174,6 @@ std::vector<DecodeCase> cases() {
        translation(3084, (1u << 19) | (1u << 21) | (1u << 24), 250, true), 0,
        {R"({"iivid":4250,"vlan":349,"vlan2":349})"},
        [](const ChipState& c) { EXPECT_EQ(c.translations.size(), 250u); }},
-      {"translation_batch_all_vlans", Family::ard, {},
-       translation(2084, (1u << 19) | (1u << 21), 1, false).u32(88, kAllVlans), 0,
-       {R"({"iivid":4001,"vlan":4294967295})"},
-       [](const ChipState& c) { EXPECT_TRUE(c.translations.at({kPort, 4001}).tagged()); }},
       {"translation_vlan_4096", Family::ard, {},
        one_pair(0x04272003, 92, kPort, (1u << 19) | (1u << 21), 0, false).u32(88, 4096),
        status::kInvalid, {R"("error":"vlan 4096")"}},
@@ -206,15 +183,6 @@ std::vector<DecodeCase> cases() {
       {"partition_vlan_5000", Family::ard, {},
        Req(0x04272006, 48).u16(28, 7).u32(36, 1).u32(40, 4001).u32(44, 5000), status::kInvalid,
        {}},
-      {"port_wide_applies_what_its_mask_names", Family::ard, {port_wide(1108)},
-       port_wide(1108).u32(36, (1u << 27) | (1u << 22)).u32(40, (1u << 29) | (1u << 23)).u32(48, 99),
-       0, {}, [](const ChipState& c) {
-         const PortState& p = c.ports.at(kPort);
-         EXPECT_EQ(p.lrn, true);
-         EXPECT_EQ(p.tx_en, false);
-         EXPECT_EQ(p.pvid, 4004u);
-         EXPECT_FALSE(p.rx_fwd.has_value());
-       }},
       {"port_control_class_bits_by_mask", Family::ard, {},
        Req(0x04272001, 84).u32(32, kPort).u32(36, 1u << 16).u32(48, (1u << 6) | (1u << 7)), 0, {},
        [](const ChipState& c) {
@@ -226,17 +194,14 @@ std::vector<DecodeCase> cases() {
       {"evt_not_on_ard", Family::ard, {},
        one_pair(0x04272004, 92, kPort, (1u << 19) | (1u << 21) | (1u << 22), 1u << 22, false),
        status::kUnknownCommand, {R"("error":"command not of this family")"}},
-      {"partition_id_not_on_zim", Family::zim, {}, Req(0x04272006, 48).u16(28, 7).u32(36, 1),
-       status::kUnknownCommand, {}},
       {"vid_to_mgid_iivid_too_wide_ard", Family::ard, {},
        Req(0x04272007, 56).u32(44, 1).u16(50, 9000), status::kInvalid, {}},
       {"vid_to_mgid_iivid_14_bits_ard2", Family::ard2, {},
        Req(0x04272007, 56).u32(44, 1).u16(50, 9000), 0, {}},
       {"port_l2_ctrl_bad_word", Family::ard, {},
        Req(0x04272014, 60).u32(28, 1).u32(32, 0x00010000).u32(36, 4), status::kInvalid, {}},
-      {"ivt_bad_marker", Family::ard2, {}, ivt(0x04272025, true).u32(52, 4001u << 18),
+      {"ivt_bad_marker", Family::ard2, {}, ivt(0x04272025).u32(52, 4001u << 18),
        status::kInvalid, {}},
-      {"ivt_not_on_zim", Family::zim, {}, ivt(0x04272025, true), status::kUnknownCommand, {}},
       {"mgid_add_l3_ard_all_marked", Family::ard, {}, mgid(0x05270008, 8003, 3, 1, all),
        status::kInvalid, {R"(word 0 not 0)"}},
       {"mgid_add_l3_zim_fixed_target", Family::zim, {}, mgid(0x05270008, 8003, 3, 1, all), 0,
@@ -266,14 +231,11 @@ std::vector<DecodeCase> cases() {
        status::kInvalid, {}},
       {"policer_delete_absent", Family::ard, {}, policer_del(12, 0), status::kNoEntry, {}},
       {"stats_read_keys_without_65535", Family::ard, {},
-       stats_flows(0x06270000, 12, {3}, 1).u32(52, 0), status::kInvalid, {}},
+       Req(0x06270000, 56, 84).u32(28, 12).u8(33, 20).u16(34, 1).u16(36, 1).u32(48, 3),
+       status::kInvalid, {}},
       {"stats_read_wrong_length", Family::ard, {},
        Req(0x06270000, 60).u32(28, 12).u16(34, 1).u16(36, 1), status::kInvalid, {}},
       {"stats_bad_class", Family::ard, {}, Req(0x06270000, 48).u32(28, 13), status::kInvalid, {}},
-      {"bulk_ard", Family::ard, {},
-       Req(0x00070000, 36).sub(policer_add(3, 0)).sub(policer_add(3, 1)), 0,
-       {R"("flag":0,"count":2,"subs":[{"command":"policer_add")", R"("instance":1)"},
-       [](const ChipState& c) { EXPECT_EQ(c.policers.size(), 2u); }},
       {"bulk_flag_ard2", Family::ard2, {},
        Req(0x00070000, 36).u32(28, 0x80000000u).sub(policer_add(3, 0)), 0,
        {R"("flag":2147483648)"}},
@@ -311,7 +273,8 @@ TEST_P(Decode, AnswersAndKeeps) {
 INSTANTIATE_TEST_SUITE_P(AllCommands, Decode, ::testing::ValuesIn(cases()),
                          [](const auto& info) { return std::string(info.param.name); });
 
-// Every fixed-length request is refused one word short and one word long.
+// A fixed-length request of each group of handlers is refused one word short and one word long
+// (the exact lengths are accepted in the golden requests).
 struct FixedLength {
   uint32_t command;
   uint32_t len;
@@ -334,21 +297,12 @@ TEST_P(Lengths, RefusedWhenOff) {
   EXPECT_EQ(m.stats().malformed, 2u);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    AllFixed, Lengths,
-    ::testing::Values(
-        FixedLength{0x00070001, 460, Family::ard}, FixedLength{0x01271002, 160, Family::ard},
-        FixedLength{0x04270800, 76, Family::ard}, FixedLength{0x04270802, 48, Family::ard2},
-        FixedLength{0x04272004, 92, Family::ard2}, FixedLength{0x04272005, 92, Family::ard2},
-        FixedLength{0x04272006, 48, Family::ard}, FixedLength{0x04272007, 56, Family::zim},
-        FixedLength{0x04272014, 60, Family::ard}, FixedLength{0x04272024, 44, Family::ard},
-        FixedLength{0x04272025, 152, Family::ard2}, FixedLength{0x04272026, 152, Family::ard2},
-        FixedLength{0x0527000A, 36, Family::ard}, FixedLength{0x07270050, 184, Family::ard},
-        FixedLength{0x07270051, 84, Family::ard}, FixedLength{0x07270052, 36, Family::zim},
-        FixedLength{0x072700B8, 208, Family::ard2}, FixedLength{0x072700B9, 80, Family::ard},
-        FixedLength{0x072700BA, 36, Family::ard}, FixedLength{0x07270220, 48, Family::zim},
-        FixedLength{0x07270229, 36, Family::ard}, FixedLength{0x09270002, 88, Family::ard},
-        FixedLength{0x09270003, 36, Family::ard}));
+INSTANTIATE_TEST_SUITE_P(AllFixed, Lengths,
+                         ::testing::Values(FixedLength{0x00070001, 460, Family::ard},
+                                           FixedLength{0x04272006, 48, Family::ard},
+                                           FixedLength{0x0527000A, 36, Family::ard},
+                                           FixedLength{0x07270050, 184, Family::ard},
+                                           FixedLength{0x09270002, 88, Family::ard}));
 
 // The header's own length rules, whatever the command.
 TEST(Header, LengthRules) {

@@ -46,14 +46,8 @@ TEST(Golden, ArdChipUpLogDumpAndShow) {
   cfg.chips.push_back({2, 1, 7});  // a chip without regions
   Model m(cfg);
   std::string log;
-  m.set_request_log([&log](const std::string& line) { log += line + "\n"; });
-  std::vector<uint8_t> buf(kMaxMessage);
-  for (const Req& r : ard_chip_up()) {
-    auto msg = message(kChip, r.b);
-    std::fill(buf.begin(), buf.end(), 0);
-    std::copy(msg.begin(), msg.end(), buf.begin());
-    m.ioctl(buf, msg.size());
-  }
+  for (const Req& r : ard_chip_up())
+    log += call(m, r.b).log + "\n";
   expect_golden("ard_chip_up.jsonl", log);
   expect_golden("ard_chip_up.dump.json", m.dump_json() + "\n");
   expect_golden("ard_chip_up.show.txt", show_text(m));

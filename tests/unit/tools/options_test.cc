@@ -45,10 +45,8 @@ TEST(Options, WordsAndRefusals) {
            {{"--timeout", "soon"},
             "ctl: --timeout: 'soon' is not a duration (like 2, 1.5s or 500ms) (ctl --help)"},
            {{"a", "--slot"}, "ctl: --slot needs a value"},
-           {{"--level"}, "ctl: --level needs a value"},
            {{"--level=9"}, "ctl: level 9 is refused (ctl --help)"},
            {{"--json=1"}, "ctl: unknown option --json=1 (ctl --help)"},
-           {{"--dry-run=1"}, "ctl: unknown option --dry-run=1 (ctl --help)"},
            {{"--slotx"}, "ctl: unknown option --slotx (ctl --help)"}}) {
     Options o;
     const ToolOption own[] = {

@@ -216,7 +216,7 @@ TEST_P(ArdFlowCases, FieldsOfTheRequest) {
            width = colon < f.find('=') ? f[colon + 1] - '0' : 4;
     uint32_t got = 0;
     for (size_t i = 0; i < width; ++i)
-      got = got << 8 | last().byte(off + i);
+      got = got << 8 | last().bytes.at(off + i);
     EXPECT_EQ(got, std::stoul(f.substr(f.find('=') + 1), nullptr, 16)) << "offset " << off;
   }
 }

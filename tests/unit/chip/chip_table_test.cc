@@ -32,9 +32,9 @@ TEST_F(ChipTable, WarmChipAddDeletesBothRegionSetsFirst) {
   auto cmds = hsl().commands();
   ASSERT_EQ(cmds.size(), 12u);
   EXPECT_EQ(cmds[0], OF_CMD_REGION_DEL_ALL);
-  EXPECT_EQ(hsl().requests[0].byte(28), 10u);
+  EXPECT_EQ(hsl().requests[0].bytes.at(28), 10u);
   EXPECT_EQ(cmds[1], OF_CMD_REGION_DEL_ALL);
-  EXPECT_EQ(hsl().requests[1].byte(28), 23u);
+  EXPECT_EQ(hsl().requests[1].bytes.at(28), 23u);
   EXPECT_EQ(cmds[2], OF_CMD_REGION_ADD);
 }
 
@@ -49,7 +49,7 @@ TEST_F(ChipTable, DuplicateChipUpChangesNothingAndCallsNoModule) {
 }
 
 TEST_F(ChipTable, SlotTenPassesTheLookupElevenAndUnknownChipsFail) {
-  auto rec = chip_rec(1, 0);
+  auto rec = ofa::test::chip_up_record(1, 0);
   rec.slot = 10;
   EXPECT_EQ(ofProcessChipAdd(&rec, 0), 0);
   EXPECT_EQ(ofLookupChip(0)->slot_entry, ofLookupSlot(10));

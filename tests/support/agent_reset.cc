@@ -14,7 +14,7 @@
 
 namespace ofa::test {
 
-platform::Platform test_platform(int chips) {
+static platform::Platform test_platform(int chips) {
   std::string text =
       "[switch]\nmodel = 131\nhw_profile = 7\nl2_tcam_size = 2048\nl3_tcam_size = 2048\n"
       "my_slot = 1\n[ports]\ncount = 96\n[slot 1]\n";

@@ -14,10 +14,8 @@
 
 namespace ofa::test {
 
-// A platform of model 131 with `chips` chips in slot 1 (ports 1-24 on chip 0, 25-48 on chip 1,
-// ...) and one remote chip in slot 2.
-platform::Platform test_platform(int chips = 1);
-
+// The agent starts on a platform of model 131 with `chips` chips in slot 1 (ports 1-24 on chip 0,
+// 25-48 on chip 1, ...) and one remote chip in slot 2.
 struct AgentSetup {
   int chips = 1;
   uint32_t model = 131;

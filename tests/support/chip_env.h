@@ -23,9 +23,6 @@ class ChipEnv : public ::testing::Test {
   void SetUp() override { reset_agent(); }
   void TearDown() override { ofa_reset_all(); }
 
-  static of_chip_event_record chip_rec(uint32_t slot, uint32_t local) {
-    return chip_up_record(slot, local);
-  }
   static int chip_up(uint32_t slot, uint32_t local, int warm = 0) {
     return ofa::test::chip_up(slot, local, warm);
   }

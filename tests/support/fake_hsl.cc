@@ -5,20 +5,6 @@
 
 namespace ofa::test {
 
-uint32_t Request::word(size_t off) const {
-  return wire::Reader(bytes.data(), bytes.size()).u32_at(off);
-}
-uint32_t Request::byte(size_t off) const {
-  return wire::Reader(bytes.data(), bytes.size()).u8_at(off);
-}
-
-std::vector<uint32_t> FakeHsl::commands() const {
-  std::vector<uint32_t> out;
-  for (const auto& q : requests)
-    out.push_back(q.command);
-  return out;
-}
-
 FakeHsl& fake_hsl() {
   static FakeHsl f;
   return f;

@@ -9,14 +9,15 @@
 #include <span>
 #include <vector>
 
+#include "platform/wire.h"
+
 namespace ofa::test {
 
 struct Request {
   uint32_t target = 0;
   uint32_t command = 0;
   std::vector<uint8_t> bytes;  // the request from its command word, `size` bytes
-  uint32_t word(size_t off) const;
-  uint32_t byte(size_t off) const;
+  uint32_t word(size_t off) const { return wire::Reader(bytes.data(), bytes.size()).u32_at(off); }
 };
 
 struct FakeHsl {
@@ -26,7 +27,12 @@ struct FakeHsl {
   int32_t fail_status = -5;
   bool envelope_ok = true;  // every request fitted its buffer and said its size
   void (*reply)(size_t index, std::span<uint8_t> area) = nullptr;
-  std::vector<uint32_t> commands() const;
+  std::vector<uint32_t> commands() const {
+    std::vector<uint32_t> out;
+    for (const auto& q : requests)
+      out.push_back(q.command);
+    return out;
+  }
 };
 
 FakeHsl& fake_hsl();

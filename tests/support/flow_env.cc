@@ -1,26 +1,17 @@
 #include "flow_env.h"
 
-#include <ostream>
-
 #include "adapter/tcam_id_pool.h"
 #include "agent/flow_record.h"
 #include "chip/chip_table.h"
 #include "chip/if_table.h"
 #include "codec.h"
 #include "flow/action_chain.h"
-#include "flow/flow_engine.h"
 #include "flow/flow_table.h"
 #include "flow/member_list.h"
 #include "foundation/avl_tree.h"
 #include "platform/ifindex.h"
 
 namespace ofa::test {
-
-void PrintTo(const FlowCounts& c, std::ostream* os) {
-  *os << "flows " << c.flows << " hw " << c.hw_records << " chains " << c.chains << " lists "
-      << c.member_lists << " l2 ids " << c.l2_ids << " l3 ids " << c.l3_ids << " tree "
-      << c.tree_nodes;
-}
 
 void FlowEnv::start(bool with_model) {
   reset_agent({.chips = 2});
@@ -56,10 +47,6 @@ std::vector<uint8_t> FlowEnv::bytes(const mgr::FlowMsg& m) {
   return r.ok() ? r.value() : std::vector<uint8_t>{};
 }
 
-int FlowEnv::add(const mgr::FlowMsg& m) {
-  return openflow_generic_mode_add_flow(bytes(m));
-}
-
 int FlowEnv::add_prefix(mgr::FlowMsg m) {
   m.sub_type = OFM_ADD_FLOW_PREFIX;
   return openflow_generic_mode_add_flow_prefix(bytes(m));
@@ -73,10 +60,6 @@ int FlowEnv::modify(mgr::FlowMsg m, int prefix) {
 int FlowEnv::remove(uint32_t id) {
   const uint32_t ids[3] = {id, 0, 0};
   return openflow_generic_mode_delete_flow(ids, 0);
-}
-
-std::string FlowEnv::reply() {
-  return of_get_lp_message();
 }
 
 FlowCounts FlowEnv::counts() {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "chip_env.h"
+#include "flow/flow_engine.h"
 #include "flow_invariants.h"
 #include "messages.h"
 #include "model_hsl.h"
@@ -29,7 +30,6 @@ struct FlowCounts {
   uint32_t tree_nodes = 0;  // chip flow-tree entries, all chips
   bool operator==(const FlowCounts&) const = default;
 };
-void PrintTo(const FlowCounts& c, std::ostream* os);
 
 class FlowEnv : public ChipEnv {
  protected:
@@ -51,11 +51,11 @@ class FlowEnv : public ChipEnv {
   // OpenFlow L2 port of flat chip 0 in every case.
   static mgr::FlowMsg flow(uint32_t id, uint32_t priority, uint16_t in_port);
   static std::vector<uint8_t> bytes(const mgr::FlowMsg& m);
-  static int add(const mgr::FlowMsg& m);
+  static int add(const mgr::FlowMsg& m) { return openflow_generic_mode_add_flow(bytes(m)); }
   static int add_prefix(mgr::FlowMsg m);
   static int modify(mgr::FlowMsg m, int prefix = 0);
   static int remove(uint32_t id);
-  static std::string reply();
+  static std::string reply() { return of_get_lp_message(); }
   static FlowCounts counts();
   static std::vector<uint32_t> commands() { return hsl().commands(); }
 

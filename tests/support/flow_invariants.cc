@@ -53,6 +53,14 @@ std::vector<std::string> flow_invariants() {
     say(std::to_string(of_members_live_lists()) + " lists alive, " +
         std::to_string(list_users.size()) + " in use");
 
+  // Every handle a stored flow has on a chip is still out of a pool. Which pool is not checked:
+  // the port's kind decides it at each operation, and a port can change kind under its flows.
+  auto in_use = [](const of_id_list* pool, int32_t h) {
+    if (!pool || h < static_cast<int32_t>(pool->first) || h >= static_cast<int32_t>(pool->end))
+      return false;
+    uint32_t i = static_cast<uint32_t>(h) - pool->first;
+    return ((pool->in_use[i / 64] >> (i % 64)) & 1) != 0;
+  };
   avl_node* cursor = nullptr;
   for (of_flow_node* n = of_get_first_flow(&cursor); n; n = of_get_next_flow(&cursor)) {
     fd_entry* f = openflow_lookup_flow_by_id(n->flow_id);
@@ -64,18 +72,6 @@ std::vector<std::string> flow_invariants() {
       say("flow table holds " + std::to_string(n->flow_id) + " that no flow of that priority is");
     if (n->hw->flow_id != n->flow_id || n->hw->priority != n->priority)
       say("flow table node and its record disagree");
-  }
-  // Every handle a stored flow has on a chip is still out of a pool. Which pool is not checked:
-  // the port's kind decides it at each operation, and a port can change kind under its flows.
-  auto in_use = [](const of_id_list* pool, int32_t h) {
-    if (!pool || h < static_cast<int32_t>(pool->first) || h >= static_cast<int32_t>(pool->end))
-      return false;
-    uint32_t i = static_cast<uint32_t>(h) - pool->first;
-    return ((pool->in_use[i / 64] >> (i % 64)) & 1) != 0;
-  };
-  cursor = nullptr;
-  for (of_flow_node* n = of_get_first_flow(&cursor); n; n = of_get_next_flow(&cursor)) {
-    if (!n->hw) continue;
     for (uint32_t c = 0; c < of_flow_hw_ref::kMaxChips; ++c) {
       int32_t h = n->hw->hw.get(c);
       if (h <= 0 || in_use(l2flow_tcam_idpool_node, h) || in_use(l3ipv4flow_tcam_idpool_node, h))

@@ -6,7 +6,6 @@
 
 #include <cstdio>
 
-#include <optional>
 #include <regex>
 #include <string>
 
@@ -66,11 +65,9 @@ TEST_F(DebugLog, ResumesAtStoredOffset) {
   ASSERT_EQ(ofa_debug_log_open(path_), 0);
   ofa_debug_log_write("three");
   std::string c = contents();
-  EXPECT_EQ(c.size(), before.size() + 24 + 2 + 6);
-  EXPECT_EQ(c.substr(c.size() - 8), ": three\n");
-  EXPECT_EQ(c.substr(0, 19), "Openflow Agent Log\n");
+  EXPECT_EQ(c.substr(0, before.size()).substr(128), before.substr(128));
+  EXPECT_EQ(c.substr(before.size() + 24), ": three\n");
   EXPECT_NE(c.find("Cur line: 00000008\n"), std::string::npos);
-  EXPECT_EQ(c.substr(128, before.size() - 128), before.substr(128));
 }
 
 TEST_F(DebugLog, RestartWithoutLinesResumesAt130) {
@@ -79,37 +76,21 @@ TEST_F(DebugLog, RestartWithoutLinesResumesAt130) {
   ASSERT_EQ(ofa_debug_log_open(path_), 0);
   ofa_debug_log_write("x");
   std::string c = contents();
-  ASSERT_GT(c.size(), 130u);
-  EXPECT_EQ(c[128], '\0');
-  EXPECT_EQ(c[129], '\0');
+  EXPECT_EQ(c.substr(128, 2), std::string(2, '\0'));
   EXPECT_EQ(c.substr(154), ": x\n");
 }
 
-struct ForeignCase {
-  const char* name;
-  std::optional<std::string> text;  // none: no file
-};
-void PrintTo(const ForeignCase& c, std::ostream* os) {
-  *os << c.name;
+// No file, or one without this log's head: a fresh head of 128 bytes, the pattern's fixed width.
+TEST_F(DebugLog, ForeignFileReplacedByFreshHead) {
+  for (const char* text :
+       {"" /* no file yet */, "123456789", "some other program's log\nline two\n",
+        "Openflow Agent Log\ngarbage\n"}) {
+    if (*text) put(text);
+    ASSERT_EQ(ofa_debug_log_open(path_), 0);
+    EXPECT_TRUE(std::regex_match(contents(), kFreshHead)) << text;
+    ofa_debug_log_close();
+  }
 }
-
-class DebugLogForeign : public DebugLog, public ::testing::WithParamInterface<ForeignCase> {};
-
-// The fresh head is 128 bytes, the pattern's fixed width.
-TEST_P(DebugLogForeign, ReplacedByFreshHead) {
-  if (GetParam().text) put(*GetParam().text);
-  ASSERT_EQ(ofa_debug_log_open(path_), 0);
-  std::string c = contents();
-  EXPECT_TRUE(std::regex_match(c, kFreshHead)) << c;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, DebugLogForeign,
-    ::testing::Values(ForeignCase{"none", std::nullopt}, ForeignCase{"empty", ""},
-                      ForeignCase{"nine_bytes", "123456789"},
-                      ForeignCase{"foreign", "some other program's log\nline two\n"},
-                      ForeignCase{"broken_head", "Openflow Agent Log\ngarbage\n"}),
-    [](const auto& info) { return info.param.name; });
 
 TEST_F(DebugLog, WrapsAfterLastLineBackTo130) {
   ASSERT_EQ(ofa_debug_log_open(path_), 0);
@@ -117,11 +98,9 @@ TEST_F(DebugLog, WrapsAfterLastLineBackTo130) {
   set_field("Cur line: ", 149998);
   ASSERT_EQ(ofa_debug_log_open(path_), 0);
   ofa_debug_log_write("line 149999");
-  std::string c = contents();
-  EXPECT_NE(c.find("Cur line: 00149999\n"), std::string::npos);
-  EXPECT_NE(c.find("Wrap Count: 00000000\n"), std::string::npos);
+  EXPECT_NE(contents().find("Wrap Count: 00000000\n"), std::string::npos);
   ofa_debug_log_write("line 150000");
-  c = contents();
+  std::string c = contents();
   EXPECT_NE(c.find("Wrap Count: 00000001\n"), std::string::npos);
   EXPECT_NE(c.find("Cur line: 00000005\n"), std::string::npos);
   EXPECT_NE(c.find("Curr Offset: 00000130\n"), std::string::npos);

@@ -46,12 +46,8 @@ TEST(ThreadTimer, EqualTimesKeepOrderWithinAndAcrossLists) {
   // Seconds that overflow are capped, which gives all eight the same expiry.
   for (intptr_t i = 0; i < 8; ++i)
     t.push_back(thread_add_timer(s.zg, noop, tag(i), LONG_MAX / 4));
-  for (int list = 0; list < THREAD_TIMER_LISTS; ++list) {
-    EXPECT_EQ(s.m()->timer[list].head, t[list]);
-    EXPECT_EQ(s.m()->timer[list].tail, t[list + 4]);
-    EXPECT_EQ(t[list]->index, list);
-    EXPECT_EQ(t[list]->u.expiry.tv_sec, 0x7fffffff);
-  }
+  for (thread* u : t)
+    EXPECT_EQ(u->u.expiry.tv_sec, 0x7fffffff);
   // Make them all due at one past instant: the lists are drained in list order.
   for (thread* u : t)
     u->u.expiry = {1, 0};
@@ -97,7 +93,6 @@ TEST(ThreadFd, SecondWriteOnFdRefusedAndMaxFdWalksDown) {
   thread_cancel(w);
   EXPECT_EQ(s.m()->max_fd, p[0]);
   thread_cancel(r);
-  EXPECT_EQ(s.m()->max_fd, p[0]);  // nothing lower is live: stale, harmless
   close(p[0]);
   close(p[1]);
 }
@@ -108,25 +103,13 @@ TEST(ThreadFetch, ReadAndTimerReadyInOnePassTimerFirst) {
   ASSERT_EQ(pipe(p), 0);
   ASSERT_EQ(write(p[1], "x", 1), 1);
   thread_add_read(s.zg, noop, tag(1), p[0]);
+  thread_add_read(s.zg, noop, tag(3), p[0]);  // a second read on the same fd fires too
   thread_add_timer(s.zg, noop, tag(2), 0);
   EXPECT_EQ(s.next(), tag(2));
-  // The read was queued in the same pass.
-  EXPECT_EQ(s.m()->queue_middle.count, 1u);
-  EXPECT_EQ(s.m()->read.count, 0u);
+  // The reads were queued in the same pass.
+  EXPECT_EQ(s.m()->queue_middle.count, 2u);
   EXPECT_EQ(s.next(), tag(1));
-  close(p[0]);
-  close(p[1]);
-}
-
-TEST(ThreadFetch, TwoReadsOnOneFdBothFire) {
-  Sched s;
-  int p[2];
-  ASSERT_EQ(pipe(p), 0);
-  ASSERT_EQ(write(p[1], "x", 1), 1);
-  thread_add_read(s.zg, noop, tag(1), p[0]);
-  thread_add_read(s.zg, noop, tag(2), p[0]);
-  EXPECT_EQ(s.next(), tag(1));
-  EXPECT_EQ(s.next(), tag(2));
+  EXPECT_EQ(s.next(), tag(3));
   close(p[0]);
   close(p[1]);
 }
@@ -172,7 +155,6 @@ TEST(ThreadWait, ExpiredTimerWaitsTenMicroseconds) {
   ASSERT_TRUE(thread_timer_wait(s.m(), now, &w));
   EXPECT_EQ(w.tv_sec, 0);
   EXPECT_EQ(w.tv_usec, 10);
-  EXPECT_EQ(w.tv_sec * 1000 + w.tv_usec / 1000, 0);  // poll's milliseconds
   thread_cancel(t);
   thread_add_event(s.zg, noop, nullptr, 0);
   EXPECT_FALSE(thread_timer_wait(s.m(), now, &w));  // an event waits in its list, not a queue
@@ -180,33 +162,6 @@ TEST(ThreadWait, ExpiredTimerWaitsTenMicroseconds) {
   thread_add_queue_low(s.zg, noop, nullptr, 0);
   ASSERT_TRUE(thread_timer_wait(s.m(), now, &w));
   EXPECT_EQ(w.tv_sec * 1000000 + w.tv_usec, 0);
-}
-
-TEST(ThreadWait, TimevalHelpers) {
-  EXPECT_EQ(timeval_adjust({1, 1500000}).tv_sec, 2);
-  EXPECT_EQ(timeval_adjust({1, 1500000}).tv_usec, 500000);
-  timeval neg = timeval_adjust({-3, 0});
-  EXPECT_EQ(neg.tv_sec, 0);
-  EXPECT_EQ(neg.tv_usec, 10);
-  EXPECT_EQ(timeval_adjust({5000000, 0}).tv_sec, 1000000);
-  EXPECT_EQ(timeval_cmp({1, 2}, {1, 3}), -1);
-  EXPECT_EQ(timeval_cmp({2, 0}, {1, 999999}), 1);
-  EXPECT_EQ(timeval_ceil({1, 1}), 2);
-  EXPECT_EQ(timeval_floor({1, 999999}), 1);
-  EXPECT_EQ(timeutil_msec2tv(1500).tv_usec, 500000);
-  EXPECT_EQ(timeutil_msec2secround(1499), 1);
-}
-
-TEST(ThreadRecords, RecycledThroughUnuse) {
-  Sched s;
-  thread_add_event(s.zg, noop, nullptr, 0);
-  s.next();
-  EXPECT_EQ(s.m()->alloc, 1u);
-  EXPECT_EQ(s.m()->unuse.count, 1u);
-  thread_add_event(s.zg, noop, nullptr, 0);
-  EXPECT_EQ(s.m()->unuse.count, 0u);
-  EXPECT_EQ(s.m()->alloc, 1u);
-  s.next();
 }
 
 TEST(ThreadCancel, EventLowByArgumentFromBothLists) {
@@ -276,26 +231,7 @@ void fallback(void* msg) {
   g_seen.push_back(1000u + static_cast<uint8_t*>(msg)[4]);
 }
 
-TEST(ThreadMsgq, CallbackByTypeElseDefault) {
-  Sched s;
-  g_seen.clear();
-  MSG_Q_ID q = msgQCreate(16, THREAD_MSGQ_BUF_SIZE, 0, "t");
-  msgQSetcb(q, 42, type42);
-  msgQSetWakeup(q, thread_asp_wakeup, s.zg);
-  ASSERT_EQ(thread_asp_start(s.zg, fallback, q), 0);
-  uint8_t msg[20];
-  msgq_message(msg, 42, 0, 9);
-  ASSERT_EQ(msgQSend(q, msg, sizeof msg), 0);
-  msgq_message(msg, 43, 0, 0);
-  ASSERT_EQ(msgQSend(q, msg, sizeof msg), 0);
-  // Pass 1 wakes on the pipe; the messages are drained into queue_middle behind it.
-  while (g_seen.size() < 2)
-    s.next();
-  EXPECT_EQ(g_seen, (std::vector<uint32_t>{9, 1043}));
-  msgQDelete(q);
-}
-
-TEST(ThreadMsgq, PostFromAnotherThreadWakesTheLoop) {
+TEST(ThreadMsgq, PostsFromAnotherThreadWakeTheLoopByTypeElseDefault) {
   Sched s;
   g_seen.clear();
   MSG_Q_ID q = msgQCreate(16, THREAD_MSGQ_BUF_SIZE, 0, "t");
@@ -304,13 +240,15 @@ TEST(ThreadMsgq, PostFromAnotherThreadWakesTheLoop) {
   ASSERT_EQ(thread_asp_start(s.zg, fallback, q), 0);
   std::thread poster([q] {
     uint8_t msg[20];
-    msgq_message(msg, 42, 0, 5);
+    msgq_message(msg, 42, 0, 9);
+    msgQSend(q, msg, sizeof msg);
+    msgq_message(msg, 43, 0, 0);
     msgQSend(q, msg, sizeof msg);
   });
-  while (g_seen.empty())
+  while (g_seen.size() < 2)
     s.next();
   poster.join();
-  EXPECT_EQ(g_seen, (std::vector<uint32_t>{5}));
+  EXPECT_EQ(g_seen, (std::vector<uint32_t>{9, 1043}));
   thread_master_stop(s.zg);
   thread out{};
   EXPECT_EQ(thread_fetch(s.zg, &out), nullptr);

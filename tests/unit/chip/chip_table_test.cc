@@ -1,6 +1,6 @@
 // Slot and chip tables: chip add on the cold and warm paths, duplicates and limits, modules,
-// walks, slots, requests to all chips, the event record. (Bulk chip events, capabilities,
-// statistics aggregation and the show tables have no caller in the agent and no test.)
+// walks, slots, requests to all chips, the event record; and, on their own, the parts no event
+// path calls yet: bulk reconciliation, capabilities, statistics aggregation.
 #include "chip/chip_req.h"
 #include "chip_env.h"
 #include "foundation/avl_tree.h"
@@ -165,6 +165,67 @@ TEST_F(Dispatch, StatisticsClearHasWordsTenAndElevenClearedBeforeEachSend) {
   len = of_build_flow_stats(ofNLReqArea(), OF_CMD_STATS_READ, 12, h, 1, 1, 48);
   ofDispatchIoctlToAllChips(nullptr, len, nullptr, &len);
   EXPECT_EQ(hsl().requests[1].word(40), 0xDEADu);
+}
+
+TEST_F(Dispatch, AggregateVisitsLocalChipsOnlyAndStopsAtAFailure) {
+  static int calls;
+  calls = 0;
+  uint32_t len = of_build_queue_stats(ofNLReqArea(), 1);
+  auto each = [](void*, uint8_t*) { return ++calls, 0; };
+  EXPECT_EQ(ofAggregateStatsFromAllChips(each, nullptr, nullptr, len, nullptr, &len, 0), 0);
+  EXPECT_EQ(calls, 2);
+  ASSERT_EQ(hsl().requests.size(), 2u);
+  EXPECT_EQ(hsl().requests[0].target, chip_ifindex(1, 1));
+  hsl().requests.clear();
+  hsl().fail = {0};
+  TraceCapture words;
+  EXPECT_EQ(ofAggregateStatsFromAllChips(nullptr, nullptr, nullptr, len, nullptr, &len, 0), -106);
+  EXPECT_EQ(hsl().requests.size(), 1u);
+  EXPECT_TRUE(words.has("Failed to retrieve stats from chip: 84400080"));
+}
+
+TEST_F(ChipTable, BulkEventAddsUnknownChipsWarmAndSweepsTheUnlisted) {
+  ofa::test::reset_agent({.chips = 3});
+  chip_up(1, 0);
+  chip_up(1, 2);
+  hsl().requests.clear();
+  const of_bulk_chip listed[] = {{1, 0, 0, chip_ifindex(1, 0)}, {1, 1, 1, chip_ifindex(1, 1)}};
+  std::vector<uint8_t> event(8 + 2 * OF_BULK_CHIP_RECORD_SIZE);
+  ASSERT_EQ(of_bulk_chip_encode(listed, event), event.size());
+  TraceCapture words;
+  EXPECT_EQ(ofProcessBulkChipUp(event), 0);
+  EXPECT_TRUE(words.has("Unable to find chip ifidx: 84400080, slot/chip: 1/1, flat_chip: 1 in db"));
+  EXPECT_TRUE(words.has("Ignoring chip down for chip 1/2 (2)"));
+  EXPECT_FALSE(words.has("Ignoring chip down for chip 1/0"));
+  EXPECT_EQ(hsl().commands().front(), OF_CMD_REGION_DEL_ALL);  // the new chip came the warm way
+  ofa::wire::Writer(event).u32_at(4, 1000);  // a count beyond the event is cut to it
+  EXPECT_EQ(ofProcessBulkChipUp(event), 0);
+  EXPECT_EQ(avl_get_tree_size(ofChipTable), 3);
+}
+
+TEST_F(ChipTable, CapabilityOfTheChipsOwnIdOnly) {
+  chip_up(1, 0);
+  of_chip_entry* c = ofLookupChip(0);
+  hsl().requests.clear();
+  hsl().reply = [](size_t, std::span<uint8_t> area) {
+    ofa::wire::Writer w(area);
+    w.u32_at(28, 29);
+    w.u32_at(440, 1);
+  };
+  EXPECT_EQ(ofGetCoSChipCapability(c), 0);
+  EXPECT_EQ(c->chip_class, 2u);
+  EXPECT_EQ(c->ipv4_caps, 1u);
+  EXPECT_EQ(hsl().commands(), std::vector<uint32_t>{OF_CMD_CAPABILITY});
+  hsl().reply = [](size_t, std::span<uint8_t> area) { ofa::wire::Writer(area).u32_at(28, 30); };
+  EXPECT_EQ(ofGetCoSChipCapability(c), -125);
+  of_chip_event_record caps{};
+  caps.ifm_chip_id = 29;
+  caps.ipv4_caps = caps.ipv6_caps = 1;
+  TraceCapture words;
+  EXPECT_EQ(ofCopyCapsToChip(&caps, c), 0);
+  EXPECT_TRUE(words.has("IPv4=1 IPV6=1"));
+  caps.ifm_chip_id = 3;
+  EXPECT_EQ(ofCopyCapsToChip(&caps, c), -125);
 }
 
 TEST_F(ChipTable, ChipFromChipIdTakesTheWarmPath) {

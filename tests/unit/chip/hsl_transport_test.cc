@@ -211,6 +211,19 @@ TEST_F(Ioctl, RequestLargerThanTheBufferIsNeverSent) {
   EXPECT_EQ(ofCosIoctl(1, nullptr, OF_NL_MAX_REQUEST, nullptr, nullptr), 0);
 }
 
+TEST_F(Ioctl, DceRequestReadsNoStatusAndPacketOutWithoutSocketFails) {
+  std::array<uint8_t, OF_NL_MSG_BUF_SIZE> buf{};
+  of_cos_hdr_init(std::span<uint8_t>(buf).subspan(48), 0x1234, 28, 28);
+  hsl().fail = {0};
+  EXPECT_EQ(ofDceIoctl(7, buf, 28), 0);
+  ASSERT_EQ(hsl().requests.size(), 1u);
+  EXPECT_EQ(ofa::wire::Reader(buf).u32_at(24), 1u);  // kind DCE
+  EXPECT_EQ(ofa::wire::Reader(buf).u32_at(44), 28u);
+  uint8_t data[4] = {1, 2, 3, 4};
+  std::string out = printed([&] { EXPECT_EQ(ofSendPktOut(1, data, 4), -111); });
+  EXPECT_NE(out.find("Failed to send msg to netlink socket"), std::string::npos);
+}
+
 // ---- sockets -----------------------------------------------------------------------------
 
 class Sockets : public ChipEnv {

@@ -1,5 +1,6 @@
 // The interface table: adds with and without a chip, the fake chip up, duplicates, deletes, the
-// walk. (The index decoders, the physical order and the show have no caller in the agent.)
+// walk; and, on their own, the parts nothing calls yet: the show, the index decoders and the
+// physical order.
 #include "chip/chip_req.h"
 #include "chip_env.h"
 #include "foundation/avl_tree.h"
@@ -110,6 +111,55 @@ TEST_F(IfTable, DeleteOfAnUnknownPortIsNoErrorAndLookupByIndexFindsNothing) {
   EXPECT_EQ(ofProcessPortDelete(port_ifindex(1, 3), 77), 0);
   ofProcessPortAdd(port_ifindex(1, 3), "ethernet1/3", 3);
   EXPECT_EQ(ofLookupIfEntry(port_ifindex(1, 3)), nullptr);
+}
+
+TEST_F(IfTable, ShowListsSlotsChipsThenInterfaces) {
+  ofProcessSlotUp(1);
+  ofProcessPortAdd(port_ifindex(1, 3), "ethernet1/3", 3);
+  ofProcessPortAdd(0xF4000001, "lag1", 200);
+  static std::string text;
+  text.clear();
+  of_show_ifTable([](const char* s) { text += s; });
+  EXPECT_NE(text.find("SlotID : 1\n"), std::string::npos);
+  EXPECT_EQ(text.find("SlotID : 0\n"), std::string::npos);
+  EXPECT_NE(text.find("ethernet1/3\tifindex = 0x18418000, ChipId = 0, Chip IfIndex = 0x84400000\n"),
+            std::string::npos);
+  EXPECT_NE(text.find("lag1\tifindex = 0xf4000001, ChipId = -1, Chip IfIndex = 0x00000000\n"),
+            std::string::npos);
+  EXPECT_LT(text.find("Chip 0 (1/0):\n"),
+            text.find("Interface Name  ifIndex    ChipId     ChipIfIndex\n"));
+  EXPECT_EQ(ofInitIfClis(7), 7);
+}
+
+TEST(IfIndexDecode, PortNumberByType) {
+  const std::pair<uint32_t, int32_t> cases[] = {
+      {0x18418000, 3},
+      {(26u << 26) | (2u << 22) | (100u << 15), 100},
+      {(32u << 26) | (5u << 15), 5},
+      {(62u << 26) | (0x3FFu << 10), 0x3FF},
+      {(61u << 26) | (0xABu << 12), 0xAB},
+      {(14u << 26) | (1u << 22), -1},
+      {(3u << 26) | (1u << 21) | (2u << 13), -1},  // no mapped transceiver table here
+      {(33u << 26) | 5u, -1},
+  };
+  for (auto [ifindex, port] : cases)
+    EXPECT_EQ(of_if_port_num(ifindex), port) << std::hex << ifindex;
+}
+
+// Types compare b - a; slots and ports the other way round; types without a slot by the raw
+// index; type 33 by its low 16 bits.
+TEST(IfIndexDecode, PhysicalOrder) {
+  const std::tuple<uint32_t, uint32_t, int> cases[] = {
+      {0x18408000, 26u << 26, 20},  {0x18808000, 0x18448000, 1}, {0x18448000, 0x18808000, -1},
+      {0x18448000, 0x18418000, 1},  {0x18418000, 0x18418000, 0}, {0x08000005, 0x08000001, 1},
+      {0x08000001, 0x08000005, -1}, {0x84400010, 0x84400002, 1},
+  };
+  for (auto [a, b, want] : cases) {
+    of_if_entry x, y;
+    x.ifIndex = a;
+    y.ifIndex = b;
+    EXPECT_EQ(ofCmpIfEntry(&x, &y), want) << std::hex << a << " " << b;
+  }
 }
 
 }  // namespace

@@ -45,6 +45,19 @@ TEST(Ksprintf, Conversions) {
     EXPECT_EQ(got, want);
 }
 
+TEST(Ksprintf, AsNumbers) {
+  set_as_format(0);
+  EXPECT_EQ(fmt("%a|%J", 65536 + 10, 100), "65546|0.100");
+  set_as_format(1);
+  EXPECT_EQ(fmt("%a|%a", 65536 * 3 + 10, 100), "3.10|100");
+  set_as_format(2);
+  EXPECT_EQ(fmt("%a", 100), "0.100");
+  char buf[16];
+  EXPECT_STREQ(asn_to_string(65536 * 2 + 1, buf), "2.1");
+  set_as_format(0);
+  EXPECT_STREQ(asn_to_string(65536 * 2 + 1, buf), "131073");
+}
+
 TEST(Ksnprintf, Bounds) {
   char buf[16];
   std::memset(buf, 'X', sizeof buf);
@@ -119,6 +132,17 @@ TEST_F(RateLimit, PerMessage) {
   fake_clock::advance_ms(1);
   EXPECT_EQ(rate_control_mini_sec_per_message(1000, &lim_), 1);
   EXPECT_EQ(lim_.suppressed, 1u);
+}
+
+TEST_F(RateLimit, MessagesPerWindow) {
+  int passed = 0;
+  for (int i = 0; i < 5; ++i)
+    passed += rate_control_mini_sec_messages(1000, 3, &lim_);
+  EXPECT_EQ(passed, 3);
+  EXPECT_EQ(lim_.suppressed, 2u);
+  fake_clock::advance_ms(1000);
+  EXPECT_EQ(rate_control_mini_sec_messages(1000, 3, &lim_), 1);
+  EXPECT_EQ(lim_.in_window, 1u);
 }
 
 TEST_F(RateLimit, BackoffGrowsAtEveryCall) {

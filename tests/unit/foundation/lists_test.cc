@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <iterator>
 #include <random>
@@ -55,6 +56,54 @@ struct U32Lists {
     return list;
   }
 };
+
+int cmp_words(void* a, void* b) {
+  auto x = reinterpret_cast<uintptr_t>(a);
+  auto y = reinterpret_cast<uintptr_t>(b);
+  return x < y ? -1 : (x > y ? 1 : 0);
+}
+
+TEST(QuickSort, SortsLikeStdSort) {
+  std::mt19937 rng(17);
+  for (int n : {0, 1, 2, 3, 17, 1000}) {
+    for (int shape = 0; shape < 4; ++shape) {  // random, ascending, descending, few values
+      std::vector<uintptr_t> v(static_cast<size_t>(n));
+      for (int i = 0; i < n; ++i)
+        v[i] = shape == 0 ? rng() % 1000 : shape == 1 ? i : shape == 2 ? n - i : rng() % 3;
+      std::vector<uintptr_t> expect = v;
+      std::sort(expect.begin(), expect.end());
+      quick_sort_generic_no_index(0, n - 1, reinterpret_cast<void**>(v.data()), cmp_words);
+      EXPECT_EQ(v, expect) << n << " shape " << shape;
+    }
+  }
+}
+
+TEST(QuickSortIndex, SortsIndexesByItemOrKey) {
+  struct Item {
+    uint32_t pad;
+    uint32_t key;
+  };
+  const Item table[] = {{9, 30}, {8, 10}, {7, 20}, {6, 0}};
+  uint32_t index[] = {0, 1, 2, 3};
+  quick_sort_generic_anykey(0, 3, index, table, sizeof(Item), offsetof(Item, key), cmp_u32);
+  EXPECT_EQ(std::vector<uint32_t>(index, index + 4), (std::vector<uint32_t>{3, 1, 2, 0}));
+  quick_sort_generic(0, 3, index, table, sizeof(Item), cmp_u32);  // by `pad`
+  EXPECT_EQ(std::vector<uint32_t>(index, index + 4), (std::vector<uint32_t>{3, 2, 1, 0}));
+  void* words[] = {reinterpret_cast<void*>(2), reinterpret_cast<void*>(1)};
+  quick_sort_generic_no_index2(
+      0, 1, words, [](void* a, void* b, void*) { return cmp_words(a, b); }, nullptr);
+  EXPECT_EQ(words[0], reinterpret_cast<void*>(1));
+}
+
+TEST(PowerOfTwo, SmallestFromTwoUp) {
+  const std::array<uint32_t, 3> cases[] = {
+      {0, 2, 1}, {3, 4, 2}, {1024, 1024, 10}, {1025, 2048, 11}};
+  for (auto [n, value, exponent] : cases) {
+    uint32_t e = 0;
+    EXPECT_EQ(get_power_of_two(n, &e), value) << n;
+    EXPECT_EQ(e, exponent) << n;
+  }
+}
 
 class SortedList : public ::testing::Test {
  protected:
@@ -122,6 +171,46 @@ TEST_F(SortedList, OutOfElementsLeavesNothingHalfBuilt) {
   EXPECT_EQ(generic_get_pool_allocated_number(&u_.pool), 6u);
   sorted_linklist_free_list(&d_, &a);
   sorted_linklist_free_list(&d_, &b);
+}
+
+TEST(GenericStack, LifoGrowsAndClears) {
+  generic_stack* s = genericStackCreate(2);
+  int items[5];
+  for (int& i : items)
+    EXPECT_EQ(genericStackPush(s, &i), 1);
+  EXPECT_EQ(genericStackPop(s), &items[4]);
+  EXPECT_EQ(genericStackPop(s), &items[3]);
+  genericStackClear(s);
+  EXPECT_EQ(genericStackIsEmpty(s), 1);
+  EXPECT_EQ(genericStackPop(s), nullptr);
+  EXPECT_EQ(generic_get_pool_allocated_number(&s->pool), 0u);
+  genericStackDestroy(s);
+}
+
+TEST(PlainLists, RecordsAndPoolElements) {
+  struct Rec {
+    Rec* next;
+    int v;
+  } r1{nullptr, 1}, r2{nullptr, 2}, r3{nullptr, 3};
+  void* head = nullptr;
+  for (Rec* r : {&r1, &r2, &r3})
+    linklist_add_to_end(&head, r);
+  EXPECT_EQ(linklist_delete_pointer(&head, &r2), 1);
+  EXPECT_EQ(linklist_delete_pointer(&head, &r2), 0);
+  EXPECT_EQ(r1.next, &r3);
+  generic_pool pool;
+  init_generic_pool(&pool, 4, sizeof(generic_list_entry), 0);
+  void* list = nullptr;
+  for (uintptr_t w : {7u, 8u, 9u})
+    EXPECT_NE(generic_add_to_linklist(&pool, &list, w), nullptr);
+  EXPECT_EQ(generic_remove_from_linklist(&pool, &list, 8), 1);
+  EXPECT_EQ(generic_search_linklist(list, 8), nullptr);
+  EXPECT_EQ(generic_remove_from_linklist(&pool, &list, 8), 0);
+  EXPECT_EQ(static_cast<generic_list_entry*>(list)->next->word, 9u);
+  generic_free_entire_linklist(&pool, &list);
+  EXPECT_EQ(generic_get_pool_allocated_number(&pool), 0u);
+  free_generic_pool(&pool);
+  EXPECT_EQ(generic_compare_uint32(1, 0xFFFFFFFF), -1);
 }
 
 struct Elem {

@@ -174,6 +174,24 @@ TEST_F(AvlTreeTest, TraverseStopsOnNegativeAndPassesItsArguments) {
   EXPECT_EQ(seen, (std::vector<int*>{&items_[1], &items_[3], &items_[5], &items_[7], &items_[9]}));
 }
 
+TEST_F(AvlTreeTest, PaginateStopsAtOutputLimitAndResumes) {
+  insert(12);
+  auto thousand = [](void* item, void* a1, void*, void*) {
+    static_cast<std::vector<int>*>(a1)->push_back(*static_cast<int*>(item));
+    return 1000;
+  };
+  std::vector<int> seen;
+  std::vector<size_t> page_ends;  // a page ends once 4096 is reached: after 5 items
+  for (avl_node* next = nullptr; page_ends.empty() || (next != nullptr && page_ends.size() < 9);) {
+    int out = 0;
+    EXPECT_EQ(avl_paginate_traverse3(tree_, next, thousand, &seen, nullptr, nullptr, &out, &next),
+              0);
+    page_ends.push_back(seen.size());
+  }
+  EXPECT_EQ(page_ends, (std::vector<size_t>{5, 10, 12}));
+  EXPECT_EQ(seen, std::vector<int>(items_.begin(), items_.begin() + 12));
+}
+
 TEST(AvlTreePrealloc, RunsOutAtMaxNodesAndReusesAfterCleanup) {
   avl_tree* tree = nullptr;
   ASSERT_EQ(avl_create(&tree, 4, cmp_int), 0);

@@ -174,10 +174,6 @@ class RunDir : public ::testing::Test {
     std::ofstream(path(leaf)) << text;
     return path(leaf);
   }
-  // A platform file in the run directory that every program started afterwards reads.
-  void use_platform(const std::string& text) {
-    env_["OFA_PLATFORM"] = write("platform.conf", text);
-  }
   std::string agent_log() const { return read_file(path("ofastdout")); }
   bool wait_agent_log(const std::string& words) const {
     return wait_for([&] { return agent_log().find(words) != std::string::npos; });

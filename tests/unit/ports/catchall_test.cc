@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <tuple>
 #include <vector>
 
 #include "adapter/catchall.h"
@@ -28,9 +29,6 @@ struct AddCase {
   int answer;
   std::vector<Record> records;  // by port; port 9 has no interface entry
 };
-void PrintTo(const AddCase& c, std::ostream* os) {
-  *os << c.name;
-}
 
 of_port_mask mask_of(const std::vector<uint16_t>& ports) {
   of_port_mask m;
@@ -67,31 +65,31 @@ TEST_P(CatchallAdd, RecordsWithoutChipRequests) {
   EXPECT_EQ(lp_cam_add_openflow_catchall_cams(&m), c.answer);
   for (const Record& want : c.records) {
     const of_catchall_port* got = record(want.port);
-    EXPECT_EQ(got->flags, want.flags) << want.port;
-    EXPECT_EQ(got->l2_catchall_handle, want.l2) << want.port;
-    EXPECT_EQ(got->l3_catchall_handle, want.l3) << want.port;
+    EXPECT_EQ(std::make_tuple(got->flags, got->l2_catchall_handle, got->l3_catchall_handle),
+              std::make_tuple(want.flags, want.l2, want.l3))
+        << want.port;
   }
   EXPECT_TRUE(hsl().requests.empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Masks, CatchallAdd,
-                         ::testing::Values(AddCase{"by_kind",
-                                                   {3, 5, 7, 9},
-                                                   {},
-                                                   1,
-                                                   {{3, OF_CATCHALL_VALID, 3, kNone},
-                                                    {5, OF_CATCHALL_VALID, kNone, 5},
-                                                    {7, OF_CATCHALL_VALID, kNone, kNone},
-                                                    {9, 0, kNone, kNone}}},
-                                           AddCase{"stops_at_programmed",
-                                                   {3, 5, 7},
-                                                   {5},
-                                                   0,
-                                                   {{3, OF_CATCHALL_VALID, 3, kNone},
-                                                    {5, OF_CATCHALL_VALID, kNone, kNone},
-                                                    {7, 0, kNone, kNone}}},
-                                           AddCase{
-                                               "empty_mask", {}, {}, 1, {{3, 0, kNone, kNone}}}),
+constexpr uint16_t kValid = OF_CATCHALL_VALID;
+const AddCase kAdds[] = {
+    {"by_kind",
+     {3, 5, 7, 9},
+     {},
+     1,
+     {{3, kValid, 3, kNone},
+      {5, kValid, kNone, 5},
+      {7, kValid, kNone, kNone},
+      {9, 0, kNone, kNone}}},
+    {"stops_at_programmed",
+     {3, 5, 7},
+     {5},
+     0,
+     {{3, kValid, 3, kNone}, {5, kValid, kNone, kNone}, {7, 0, kNone, kNone}}},
+    {"empty_mask", {}, {}, 1, {{3, 0, kNone, kNone}}},
+};
+INSTANTIATE_TEST_SUITE_P(Masks, CatchallAdd, ::testing::ValuesIn(kAdds),
                          [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(Catchall, RemovalDropsHandlesAndKeepsTheMarkUntilReset) {
@@ -102,11 +100,10 @@ TEST_F(Catchall, RemovalDropsHandlesAndKeepsTheMarkUntilReset) {
   EXPECT_EQ(lp_cam_rem_openflow_catchall_cams(9), 0);  // no interface entry
   EXPECT_EQ(ofLookupIfEntrybyPortId(3)->dflt_entries[0], 0);
   lp_cam_rem_openflow_catchall_cams_for_portmask(nullptr);
-  for (uint16_t p : {3, 5}) {
-    EXPECT_EQ(record(p)->flags, OF_CATCHALL_VALID);
-    EXPECT_EQ(record(p)->l2_catchall_handle, kNone);
-    EXPECT_EQ(record(p)->l3_catchall_handle, kNone);
-  }
+  for (uint16_t p : {3, 5})
+    EXPECT_EQ(std::make_tuple(record(p)->flags, record(p)->l2_catchall_handle,
+                              record(p)->l3_catchall_handle),
+              std::make_tuple(kValid, kNone, kNone));
   EXPECT_EQ(lp_cam_add_openflow_catchall_cams(&m), 0);  // still marked
   lp_openflow_reset_port_default_cams(record(3));
   lp_openflow_reset_port_default_cams(record(5));

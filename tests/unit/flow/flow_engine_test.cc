@@ -1,5 +1,6 @@
 // The flow engine against the `ard` handlers and the fake HSL: what each kind of flow answers,
-// which chip requests it draws, and that every flow leaves the databases as it found them.
+// which chip requests it draws, and that every flow leaves the databases as it found them. The
+// answers that draw no request are checked by tests/integration/scenarios/flows/statuses.scn.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -29,7 +30,6 @@ class FlowEngine : public FlowEnv {
     FlowEnv::SetUp();
     port(3, 1, 3);                  // L2, flat chip 0
     port(30, 1, 30, true);          // L3, flat chip 1
-    port(4, 1, 4, false, false);    // not OpenFlow
     port(100, 2, 4);                // on the LP of slot 2
     port(101, 2, 5, false, false);  // the same, not OpenFlow
     hsl().requests.clear();         // a port of an unknown chip brings that chip up
@@ -44,9 +44,6 @@ struct AddCase {
   Cmds add_cmds;
   Cmds del_cmds;
 };
-void PrintTo(const AddCase& c, std::ostream* os) {
-  *os << c.name;
-}
 
 class FlowAdds : public FlowEngine, public ::testing::WithParamInterface<AddCase> {};
 
@@ -86,56 +83,16 @@ const AddCase kAdds[] = {
      "PSEUDO_SUCCESS: No openflow ports on the LP.",
      {L2ADD, L2ADD, L2ADD},
      {L2DEL, L2DEL, L2DEL}},
-    {"remote_port",
-     [](FlowMsg& m) { m.in_port_id = 100; },
-     1,
-     "PSEUDO_SUCCESS: IN Port: 100 NOT in LP, no MVID, NO LP Prog.",
-     {},
-     {}},
-    {"remote_port_with_mvid",
-     [](FlowMsg& m) {
-       m.in_port_id = 100;
-       m.mvid = 7;
-     },
-     1,
-     "SUCCESS: IN Port: 100 NOT in LP, MVID: 7, Only MVID prog.",
-     {},
-     {}},
     {"remote_port_not_openflow",
      [](FlowMsg& m) { m.in_port_id = 101; },
      1,
      "PSEUDO_SUCCESS: IN Port: 101 NOT in LP, no MVID, NO LP Prog.",
      {},
      {}},
-    {"port_not_openflow",
-     [](FlowMsg& m) { m.in_port_id = 4; },
-     0,
-     "Openflow not enabled in: 4 (4)",
-     {},
-     {}},
     {"port_without_entry",
      [](FlowMsg& m) { m.in_port_id = 200; },
      0,
      "Openflow not enabled in: 200 (200)",
-     {},
-     {}},
-    {"ether_type_65535_stores_nothing", [](FlowMsg& m) { m.ether_type = 65535; }, 1, "", {}, {}},
-    {"l3_without_ether_type",
-     [](FlowMsg& m) {
-       m.in_port_id = 30;
-       m.wildcards |= OF_WC_ETHER_TYPE;
-     },
-     0,
-     "",
-     {},
-     {}},
-    {"ipv6_on_l3_port",
-     [](FlowMsg& m) {
-       m.in_port_id = 30;
-       m.ether_type = 0x86DD;
-     },
-     0,
-     "",
      {},
      {}},
     {"member_past_the_message",
@@ -172,12 +129,6 @@ TEST_F(FlowEngine, AFragmentWaitsWithoutHardwareAndTheNextAddReplacesIt) {
   EXPECT_EQ(counts().hw_records, 1u);
 }
 
-TEST_F(FlowEngine, AModifyOfAnUnknownFlowIsAnAdd) {
-  EXPECT_EQ(modify(flow(10, 100, 100)), 1);
-  EXPECT_EQ(reply(), "PSEUDO_SUCCESS: IN Port: 100 NOT in LP, no MVID, NO LP Prog.");
-  EXPECT_EQ(counts().flows, 1u);
-}
-
 struct ModCase {
   const char* name;
   uint32_t meter_before, meter_after;
@@ -185,9 +136,6 @@ struct ModCase {
   const char* reply;
   Cmds cmds;
 };
-void PrintTo(const ModCase& c, std::ostream* os) {
-  *os << c.name;
-}
 class FlowMods : public FlowEngine, public ::testing::WithParamInterface<ModCase> {};
 
 // The same key, forward action and nonzero meter change nothing on the chip.
@@ -211,13 +159,6 @@ const ModCase kMods[] = {
      0,
      "PSEUDO_SUCCESS:Mod Flow(10) has same old action key, NO LP Prog.",
      {STATS_CLR, STATS_CLR, STATS_CLR}},
-    {"meter_5_keeps_counters",
-     5,
-     5,
-     1,
-     "PSEUDO_SUCCESS:Mod Flow(10) has same old action key, NO LP Prog.",
-     {}},
-    {"meter_0_reprograms", 0, 0, 0, "", {L2UPD}},
     {"meter_change_reprograms", 3, 4, 0, "", {L2UPD}},
 };
 INSTANTIATE_TEST_SUITE_P(Shortcut, FlowMods, ::testing::ValuesIn(kMods),

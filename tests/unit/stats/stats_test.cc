@@ -1,7 +1,9 @@
 // The statistics tick against the fake HSL, two chips in slot 1: the bytes of the three messages,
-// the flow cursor's orders and its 100-a-tick limit, the meter walk's batches of 25 and its 50 ms
-// limit with what a walk kept across ticks may still read, the clear batches, and the local ports'
-// queues. What the agent pushes is caught at its send.
+// the 100-a-tick limit at 100 flows and at the table's end, the chip whose answer a flow takes,
+// sends that fail, what a meter walk kept across ticks may still read, and the clear batches. The
+// cursor's resumption, the meter records' batches of 25, the 50 ms limit and the queues of the
+// local ports every tick are checked by tests/integration/stats/ticks.scn. What the agent pushes
+// is caught at its send.
 #include <string>
 #include <utility>
 #include <vector>
@@ -30,7 +32,7 @@ constexpr uint32_t kRead = 0x06270000, kClear = 0x06270001, kChip0 = 0x84400000;
 // chip 0, the last of the table; each policer key has conform 1000 and exceed 200 on instance 0,
 // 500 and 100 on instance 1.
 uint64_t g_traffic = 1;
-uint64_t g_now = 0, g_step = 0, g_read_ms = 0;
+uint64_t g_now = 0, g_step = 0;
 uint64_t clock_ms() {
   return g_now += g_step;
 }
@@ -58,7 +60,6 @@ void answer(size_t index, std::span<uint8_t> area) {
       w.u64_at(at + 16, r.u32_at(48 + 8 * k) * g_traffic * chip_scale);
     }
   }
-  if (cls == OF_STATS_CLASS_POLICER) g_now += g_read_ms;
 }
 
 class Stats : public ofa::test::FlowEnv {
@@ -70,7 +71,7 @@ class Stats : public ofa::test::FlowEnv {
     ASSERT_EQ(openflow_lp_meter_init(), 1);
     ASSERT_EQ(ofa_stats_init(), 1);
     port(3, 1, 3);
-    g_traffic = 1, g_now = 0, g_step = 0, g_read_ms = 0, g_send_rc = 0;
+    g_traffic = 1, g_now = 0, g_step = 0, g_send_rc = 0;
     ofa_stats_clock_ms = clock_ms;
     ofa_stats_send = capture;
     g_sent.clear();
@@ -152,25 +153,7 @@ TEST_F(Stats, MessagesAreByteForByte) {
   EXPECT_EQ(g_sent, want);
 }
 
-// ---- flows
-// ---------------------------------------------------------------------------------------
-
-// 250 flows: 1-100, 101-200, 201-250, then after new traffic 1-100 again; no read of more than 100
-// keys. Flows that are walked but give no row (here on a port of both kinds) still move the
-// cursor, so that it wraps.
-TEST_F(Stats, FlowCursorResumesAndWraps) {
-  flows(1, 250);
-  EXPECT_EQ(tick().flows, range(1, 100));
-  EXPECT_EQ(ofa_stats_flow_cursor(), 100u);
-  Tick t = tick();
-  EXPECT_EQ(t.flows, range(101, 200));
-  EXPECT_EQ(t.keys, (ids{100}));
-  EXPECT_EQ(tick().flows, range(201, 250));
-  EXPECT_EQ(ofa_stats_flow_cursor(), 0u);
-  EXPECT_EQ(tick().flows, ids{});  // counters stand still
-  g_traffic = 2;
-  EXPECT_EQ(tick().flows, range(101, 200));
-}
+// ---- flows ----------------------------------------------------------------------------------
 
 // Exactly 100 flows, on an L2 port (class 12) or an L3 one (class 25): every tick reads them all
 // and the cursor stays at the table's start.
@@ -243,34 +226,7 @@ TEST_F(Stats, SkippedFlowsAtTheEndStillWrap) {
   EXPECT_EQ(tick().flows, range(1, 100));
 }
 
-// ---- meters
-// --------------------------------------------------------------------------------------
-
-// 30 metered meters: 25 records then 5, ascending; meter 31 without flows is never read.
-TEST_F(Stats, MeterBatchesOf25) {
-  meters(1, 30);
-  meters(31, 31, false);
-  Tick t = tick();
-  EXPECT_EQ(t.meters, (std::vector<ids>{range(1, 25), range(26, 30)}));
-  EXPECT_EQ(t.keys, (ids{50, 10}));
-  EXPECT_EQ(tick().meters.size(), 2u);  // every tick, no change test
-}
-
-// Batches that take 30 ms (15 on each chip): 100 meters go 1-50, then 51-100. Batches of 60 ms
-// on 25 meters: the walk stops on the last meter and the next tick is empty.
-TEST_F(Stats, MeterWalkStopsAfter50ms) {
-  meters(1, 100);
-  g_read_ms = 15;
-  EXPECT_EQ(tick().meters, (std::vector<ids>{range(1, 25), range(26, 50)}));
-  EXPECT_EQ(tick().meters, (std::vector<ids>{range(51, 75), range(76, 100)}));
-  lp_openflow_generic_del_meter(OF_METER_ALL);
-  meters(1, 25);
-  g_read_ms = 30;
-  ids per_tick;  // the first ends the walk kept on meter 100, gone
-  for (int i = 0; i < 4; ++i)
-    per_tick.push_back(static_cast<uint32_t>(tick().meters.size()));
-  EXPECT_EQ(per_tick, (ids{0, 1, 0, 1}));
-}
+// ---- meters ---------------------------------------------------------------------------------
 
 // A clock that moves 1 ms a look: the walk stops with meter 51 waiting in the read batch. Meter
 // 51 goes (or loses its flows in a modify) before the next tick: it is never read. After an
@@ -321,16 +277,6 @@ TEST_F(Stats, MeterClearsInBatchesOf100) {
   hsl().requests.clear();
   lp_openflow_generic_clear_meter_stats(OF_METER_ALL);
   EXPECT_EQ(cleared(), (ids{200, 200, 100}));
-}
-
-// ---- queues
-// --------------------------------------------------------------------------------------
-
-// Ports 3 and 5 of this slot send every tick, port 40 of slot 2 never.
-TEST_F(Stats, QueuesOfEveryLocalPortEveryTick) {
-  port(40, 2, 3);
-  EXPECT_EQ(tick().queues, (ids{5, 3}));
-  EXPECT_EQ(tick().queues, (ids{5, 3}));
 }
 
 }  // namespace

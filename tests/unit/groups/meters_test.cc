@@ -139,6 +139,7 @@ const OpCase kOps[] = {
     {"clear_id_zero", meter(25, 0), "METER id: 0: ERROR_MSG", "Enter CLEAR"},
     {"unknown_sub_type_id_zero", meter(26, 0), "METER id: 0: ERROR_MSG", "Default case"},
     {"unknown_sub_type", meter(26, 5), "OPENFLOW METER IPC: Default case for Meter IPC handling"},
+    {"bands_5000", meter(22, 6, 5000), "band_node is NULL, Memory allocation failed", "", 0, 1},
     {"modify_unknown", meter(23, 6), "Exit MODIFY METER id: 6 after", "", 0, 1},
     {"modify", meter(23, 5, 1, 16), "Enter MODIFY METER: Meter id: 5", "Exit MODIFY", 2},
     {"delete_unknown", meter(24, 6), "Exit DELETE METER: Meter id: 6 after", "", 0, 1},

@@ -1,8 +1,8 @@
 // The statistics tick against the fake HSL, two chips in slot 1: the bytes of the three messages,
 // the 100-a-tick limit at 100 flows and at the table's end, the chip whose answer a flow takes,
 // sends that fail, what a meter walk kept across ticks may still read, and the clear batches. The
-// cursor's resumption, the meter records' batches of 25, the 50 ms limit and the queues of the
-// local ports every tick are checked by tests/integration/stats/ticks.scn. What the agent pushes
+// cursor's resumption, the meter records' batches of 25, the 50 ms limit and the queues of every
+// local port at every tick are checked by tests/integration/stats/ticks.scn. What the agent pushes
 // is caught at its send.
 #include <string>
 #include <utility>
@@ -199,9 +199,11 @@ TEST_F(Stats, AFlowTakesTheLastChipsAnswer) {
   EXPECT_EQ(r.u64_at(24), handle * 7);
 }
 
-// No manager bound: every send fails, yet the tick reads and tries flows, meters and queues, the
-// cursor moves on and the next tick resumes after it.
+// No manager bound: every send fails, yet the tick reads and tries flows, meters and the queues of
+// the local ports (port 40 of slot 2 never), the cursor moves on and the next tick resumes after
+// it.
 TEST_F(Stats, TicksGoOnWhenSendsFail) {
+  port(40, 2, 3);
   flows(1, 150);
   meters(1, 1);
   g_send_rc = -1;

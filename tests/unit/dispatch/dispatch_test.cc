@@ -43,18 +43,17 @@ struct Msgs : ofa::test::FlowEnv {
   using FlowEnv::flow;
 };
 
-// A flow operation on generic flow `id` (on `in_port` when one is named).
-mgr::FlowMsg op(uint16_t sub, uint32_t id, uint32_t more = 0, uint16_t in_port = OF_PORT_NONE) {
+// A flow operation on generic flow `id` (on `in_port` when one is named), naming `members`
+// members when that is not 0.
+mgr::FlowMsg op(uint16_t sub, uint32_t id, uint32_t more = 0, uint16_t in_port = OF_PORT_NONE,
+                uint16_t members = 0) {
   mgr::FlowMsg m = Msgs::flow(id, 10, in_port);
   m.sub_type = sub;
   m.more_fragments = more;
   m.controller_word = kCtrlWord;
   m.xid = kXid;
-  return m;
-}
-mgr::FlowMsg with_member_count(mgr::FlowMsg m, uint16_t count) {
-  m.member_count = count;
-  m.member_count_override = true;
+  m.member_count = members;
+  m.member_count_override = members != 0;
   return m;
 }
 
@@ -169,7 +168,7 @@ INSTANTIATE_TEST_SUITE_P(
         FlowCase{"add_replaces", op(1, 5), 1, "SUCCESS", "Exit ADD FLOW id: 5 after ", "", 1},
         FlowCase{"add_refused", op(1, 5, 0, 3), 0, "Openflow not enabled in: 3 (3)",
                  "msec; FAILURE Openflow not enabled in: 3 (3)", "", 0},
-        FlowCase{"failed_fragment_answers_at_once", with_member_count(op(1, 5, 1), 3), 0,
+        FlowCase{"failed_fragment_answers_at_once", op(1, 5, 1, OF_PORT_NONE, 3), 0,
                  "Error - openflow_generic_mode_copy_flow: Copy Flow Action Failed",
                  "Exit ADD FLOW id: 5 after ", "", 1},
         FlowCase{"prefix_add", op(2, 6), 1, "SUCCESS", "Exit ADD_FLOW_PREFIX id: 6 after ", "", 2},
@@ -429,6 +428,8 @@ INSTANTIATE_TEST_SUITE_P(
         VlanCase{"evt_add_failure_word", evt(30, 3, 4), "msec; FAILURE", nullptr},
         VlanCase{"evt_delete_in_default", evt(31, 3), "Enter DEL EVT: out_port: 3 iivid: 4010",
                  "Exit"},
+        VlanCase{"protected_vlan_programs_nothing", port_config(16, 1, 4), "sub_cmd = 16, add = 1",
+                 "Interface create"},
         VlanCase{"evt_default", evt(32, 3), "OPENFLOW METER IPC: Default case for EVT IPC handling",
                  nullptr}),
     [](const auto& info) { return std::string(info.param.name); });

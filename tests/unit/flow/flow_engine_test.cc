@@ -44,6 +44,9 @@ struct AddCase {
   Cmds add_cmds;
   Cmds del_cmds;
 };
+void PrintTo(const AddCase& c, std::ostream* os) {
+  *os << c.name;
+}
 
 class FlowAdds : public FlowEngine, public ::testing::WithParamInterface<AddCase> {};
 
@@ -136,6 +139,9 @@ struct ModCase {
   const char* reply;
   Cmds cmds;
 };
+void PrintTo(const ModCase& c, std::ostream* os) {
+  *os << c.name;
+}
 class FlowMods : public FlowEngine, public ::testing::WithParamInterface<ModCase> {};
 
 // The same key, forward action and nonzero meter change nothing on the chip.

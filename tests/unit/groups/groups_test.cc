@@ -107,6 +107,9 @@ struct Case {
   uint32_t groups = 1;
   std::vector<uint32_t> entries = {};  // IIVIDs of the forwarding entries after
 };
+void PrintTo(const Case& c, std::ostream* os) {
+  *os << c.name;
+}
 
 constexpr uint32_t MA = OF_CMD_MGID_ADD, MD = OF_CMD_MGID_DEL, NA = OF_CMD_NHOP_ADD,
                    ND = OF_CMD_NHOP_DEL, LA = OF_CMD_L2FWD_ADD, LD = OF_CMD_L2FWD_DEL;

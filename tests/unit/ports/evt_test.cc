@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <optional>
+#include <tuple>
 #include <vector>
 
 #include "agent/trace.h"
@@ -36,14 +37,8 @@ Msg on(Msg m, uint32_t port) {
   return m;
 }
 
-struct Rec {
-  uint32_t type, is_tag, out_vlan;
-  bool operator==(const Rec&) const = default;
-};
-struct Row {
-  uint32_t iivid, vlan, tagged;
-  bool operator==(const Row&) const = default;
-};
+using Rec = std::tuple<uint32_t, uint32_t, uint32_t>;  // a record: type, tagged, out VLAN
+using Row = std::tuple<uint32_t, uint32_t, uint32_t>;  // a translation: IIVID, VLAN, tagged
 
 enum Setup { kNone, kUntaggedP, kRefused };
 
@@ -57,6 +52,9 @@ struct Case {
   std::vector<Row> rows = {};  // translations sent on port 5, in order
   Setup setup = kNone;
 };
+void PrintTo(const Case& c, std::ostream* os) {
+  *os << c.name;
+}
 
 // VLANs 100, 200, 300 (IIVIDs 4010-4012) and ports 3 and 5 (pvid 4020) on one chip.
 class Evt : public ChipEnv, public ::testing::WithParamInterface<Case> {

@@ -19,6 +19,15 @@ namespace {
 
 using ofa::test::ChipEnv;
 
+// The case tables' rows print as their names.
+template <typename Case>
+requires requires(const Case& c) {
+  c.name;
+}
+void PrintTo(const Case& c, std::ostream* os) {
+  *os << c.name;
+}
+
 constexpr uint32_t kVpnL2 = 0xffe01, kVpnL3 = 0xffe02;
 constexpr uint32_t kTrailBits = 0xE0000000;
 
@@ -135,7 +144,6 @@ const std::vector<uint32_t> kLink{OF_CMD_PORT_VLAN_CFG};
 INSTANTIATE_TEST_SUITE_P(
     Steps, Lifecycle,
     ::testing::Values(
-        LifeCase{"l3", {kAddL3}, kEnabledL3, 1, 1, kPortChange},
         LifeCase{"l2_after_l3_keeps_type_and_joins_again",
                  {kAddL3, kAddL2},
                  with(kEnabledL2, &Column::l3_type, 1),
@@ -187,8 +195,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(WalkCase{"add_highest_port", 1, {96}, {}, {96}},
                       WalkCase{"add_past_the_physical_ports", 1, {97}, {}, {}},
                       WalkCase{"empty_mask", 1, {}, {7}, {7}},
-                      WalkCase{"delete_walks_past_a_port_without_entry", 0, {3, 5}, {5, 7}, {7}},
-                      WalkCase{"delete_of_absent_ports", 0, {3, 4}, {7}, {7}}),
+                      WalkCase{"delete_walks_past_a_port_without_entry", 0, {3, 5}, {5, 7}, {7}}),
     [](const auto& info) { return std::string(info.param.name); });
 
 // ---- VLAN tables ------------------------------------------------------------------------------
@@ -239,16 +246,10 @@ INSTANTIATE_TEST_SUITE_P(
     Messages, Members,
     ::testing::Values(
         MemberCase{"add_vlan", {{kAddVlan, 4020, 200, 1}}, {}, 0, kVlanChange},
-        MemberCase{"add_known_vlan", {{kAddVlan, 4011, 100, 0}}, {}, 0, {}},
         MemberCase{"by_interface_index",
                    {{kAddPort, 5, 100, 1}, {kAddPort, 3, 100, 1}},
                    {3, 5},
                    2,
-                   {kFlood, kFlood}},
-        MemberCase{"repeat_joins_twice_one_membership",
-                   {{kAddPort, 3, 100, 1}, {kAddPort, 3, 100, 1}},
-                   {3, 3},
-                   1,
                    {kFlood, kFlood}},
         MemberCase{"delete_takes_one_occurrence",
                    {{kAddPort, 3, 100, 1}, {kAddPort, 3, 100, 1}, {kDelPort, 3, 100, 1}},

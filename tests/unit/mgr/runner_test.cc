@@ -129,12 +129,8 @@ TEST_F(Runner, FailedExpectationsSayWhatWasExpectedAndWhatCame) {
 TEST_F(Runner, StatisticsExpectationsWaitForCountersThatMeetThem) {
   agent_sends(FlowStatsMsg{1, 10, 1, 64});
   agent_sends(FlowStatsMsg{1, 10, 5, 320});
-  MeterStatsMsg ms;
-  ms.records = {MeterRecord{7, 0, 1000, 0, 0, 100, 0, 0}};
-  agent_sends(ms);
   auto sum =
       run("expect flow-stats 10 packets>=5 bytes=320\n"
-          "expect meter-stats 7 drop_bytes>=100 in_bytes=1000\n"
           "expect flow-stats 10 packets=9 timeout=50ms\n");
   EXPECT_EQ(sum.failed, 1u) << output();
   expect_in(output(), {"bytes 320 packets 5", "expected: packets=9",

@@ -150,6 +150,7 @@ INSTANTIATE_TEST_SUITE_P(
                  1,
                  2,
                  kPortChange},
+        LifeCase{"enable_again_as_l3", {kAddL2, kDisable, kAddL3}, kEnabledL3, 1, 1, kPortChange},
         LifeCase{"disable", {kAddL2, kDisable}, kDisabled, 0, 0, kPortChange},
         LifeCase{"offline", {kAddL2, kOffline}, with(kEnabledL2, &Column::tx_en, 0), 1, 1, kLink},
         LifeCase{"online", {kAddL2, kOffline, kOnline}, kEnabledL2, 1, 1, kLink},

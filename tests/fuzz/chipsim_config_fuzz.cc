@@ -15,6 +15,7 @@
 
 #include "control/control.h"
 #include "control/platform_config.h"
+#include "json_check.h"
 #include "model/model.h"
 #include "platform/platform_file.h"
 #include "tool_checks.h"

@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "json_check.h"
 #include "model/commands.h"
 #include "model/model.h"
 #include "model/show.h"

@@ -8,6 +8,7 @@
 
 #include "codec.h"
 #include "format.h"
+#include "json_check.h"
 #include "tool_checks.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -12,6 +12,7 @@
 #include "codec.h"
 #include "expectations.h"
 #include "format.h"
+#include "json_check.h"
 #include "platform/platform_file.h"
 #include "scenario.h"
 #include "tool_checks.h"

@@ -1,23 +1,15 @@
-// The checks of the fuzz targets: a trap when one fails, a strict JSON check for what the tools
-// print for programs, and the "file:line: reason" form of refusals.
+// The checks of the fuzz targets: a trap when one fails, and the "file:line: reason" form of
+// refusals. (The strict JSON check of what the tools print is json_check.h.)
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
-#include <nlohmann/json.hpp>
-
 namespace ofa::fuzz {
 
 inline void check(bool ok) {
   if (!ok) __builtin_trap();
-}
-
-// JSON text as RFC 8259 has it: one value, strings of well-formed UTF-8 with every control
-// character escaped, nothing after the value.
-inline bool valid_json(std::string_view s) {
-  return nlohmann::json::accept(s);
 }
 
 // Lines of a text, counting a last one without a newline (an empty text has one).

@@ -14,9 +14,7 @@
 
 #include <algorithm>
 #include <map>
-#include <numeric>
 #include <random>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -79,12 +77,9 @@ std::string captured(const std::function<void()>& fn) {
 }
 
 TEST(HashSetUp, SizeRuleNullTablesAndCompare) {
-  struct Case {
-    uint32_t in, out;
-  };
-  for (Case c : {Case{100, 101}, Case{9, 11}, Case{1, 1}, Case{0, 1}, Case{120, 121}}) {
-    EXPECT_EQ(hashFastGenericRoundSize(c.in), c.out) << c.in;
-  }
+  const std::pair<uint32_t, uint32_t> sizes[] = {{100, 101}, {9, 11}, {1, 1}, {0, 1}, {120, 121}};
+  for (auto [in, out] : sizes)
+    EXPECT_EQ(hashFastGenericRoundSize(in), out) << in;
   EXPECT_EQ(
       captured([] { EXPECT_EQ(hashFastGenericCreate(10, get_key, nullptr, nullptr), nullptr); }),
       "Error! hashFastGenericCreate(key_data_compare=NULL)\n");
@@ -387,9 +382,7 @@ TEST_P(HashDiff, MatchesMap) {
       }
     }
   }
-  if (mode == Mode::kSecondHash) {
-    EXPECT_TRUE(saw_second_level);
-  }
+  EXPECT_EQ(saw_second_level, mode == Mode::kSecondHash);
   if (mode != Mode::kSecondHash) {  // a walk whose callback deletes the item in hand
     Collect del{{}, 1, t};
     EXPECT_EQ(hashFastGenericTraverseUnsorted(t, Collect::fn, 0, 0xFFFFFFFF, &del), model.size());

@@ -18,8 +18,7 @@ namespace {
 
 // A sorted-list descriptor over uint32_t keys, and conversions between lists and vectors.
 inline int cmp_u32(const void* a, const void* b) {
-  uint32_t x;
-  uint32_t y;
+  uint32_t x, y;
   std::memcpy(&x, a, 4);
   std::memcpy(&y, b, 4);
   return x < y ? -1 : (x > y ? 1 : 0);
@@ -125,13 +124,11 @@ TEST_F(SortedList, AddAllowsEqualKeysAndDeleteTakesOne) {
 }
 
 TEST_F(SortedList, MergeCallbackOnAddAndGateOnMinus) {
-  struct Calls {
-    std::vector<std::pair<uint32_t, int>> seen;
-  } calls;
+  std::vector<std::pair<uint32_t, int>> calls;
   d_.merge_argument = &calls;
   d_.merge = [](sorted_list_node* mine, sorted_list_node*, int adding, void* arg) {
     uint32_t k = key(mine);
-    static_cast<Calls*>(arg)->seen.push_back({k, adding});
+    static_cast<std::vector<std::pair<uint32_t, int>>*>(arg)->push_back({k, adding});
     return k == 2 ? 0 : 1;  // minus keeps key 2
   };
   sorted_list_node* a = u_.make({1, 2, 3});
@@ -139,8 +136,7 @@ TEST_F(SortedList, MergeCallbackOnAddAndGateOnMinus) {
   EXPECT_EQ(sorted_linklist_add(&d_, &a, b), 1);
   EXPECT_EQ(sorted_linklist_minus(&d_, &a, b), 2);
   EXPECT_EQ(keys(a), (std::vector<uint32_t>{1, 2}));
-  EXPECT_EQ(calls.seen,
-            (std::vector<std::pair<uint32_t, int>>{{2, 1}, {3, 1}, {2, 0}, {3, 0}, {4, 0}}));
+  EXPECT_EQ(calls, (std::vector<std::pair<uint32_t, int>>{{2, 1}, {3, 1}, {2, 0}, {3, 0}, {4, 0}}));
   sorted_linklist_free_list(&d_, &a);
   sorted_linklist_free_list(&d_, &b);
 }

@@ -23,7 +23,7 @@
 // Walks a whole AVL tree (either kind) and checks its invariants: parent links and side flags,
 // balance = height(right) - height(left) within -1..+1 (when balanced), rank = 1 + left size. The
 // callers compare the in-order sequence it gives with their model.
-namespace tree_check {
+namespace {
 
 inline bool is_right(const avl_node* n) {
   return n->flag != 0;
@@ -51,7 +51,7 @@ std::pair<int, int> walk(const N* n, const N* parent, bool balanced, std::vector
 }
 
 // Checks an avl_tree; gives its items in order.
-inline std::vector<void*> check(const avl_tree* tree) {
+inline std::vector<void*> check_tree(const avl_tree* tree) {
   std::vector<const avl_node*> order;
   std::string error;
   int size = walk<avl_node>(tree->root, nullptr, true, &order, &error).first;
@@ -64,7 +64,7 @@ inline std::vector<void*> check(const avl_tree* tree) {
 }
 
 // Checks a dce_avl_tree; gives its records in order (callers check `first` and `last`).
-inline std::vector<void*> check(const dce_avl_tree* tree) {
+inline std::vector<void*> check_tree(const dce_avl_tree* tree) {
   std::vector<const dce_avl_node*> order;
   std::string error;
   walk<dce_avl_node>(tree->root, nullptr, tree->rebalance != 0, &order, &error);
@@ -75,25 +75,15 @@ inline std::vector<void*> check(const dce_avl_tree* tree) {
   return records;
 }
 
-}  // namespace tree_check
-
-namespace {
-
 int cmp_int(const void* a, const void* b) {
   int x = *static_cast<const int*>(a);
   int y = *static_cast<const int*>(b);
   return x < y ? -1 : (x > y ? 1 : 0);
 }
 
-int value(const avl_node* n) {
-  return *static_cast<const int*>(n->info);
-}
-
-std::vector<int> values(const avl_tree* tree) {
-  std::vector<int> out;
-  for (void* item : tree_check::check(tree))
-    out.push_back(*static_cast<int*>(item));
-  return out;
+// The item of a node, -1 for none.
+int key_of(const avl_node* n) {
+  return n ? *static_cast<const int*>(n->info) : -1;
 }
 
 class AvlTreeTest : public ::testing::Test {
@@ -130,10 +120,10 @@ TEST_F(AvlTreeTest, PreOrderNextVisitsAllButNotSorted) {
   insert(20);
   std::vector<int> seen;
   for (avl_node* n = avl_top(tree_); n != nullptr; n = avl_next(n))
-    seen.push_back(value(n));
+    seen.push_back(key_of(n));
   EXPECT_FALSE(std::is_sorted(seen.begin(), seen.end()));
   std::sort(seen.begin(), seen.end());
-  EXPECT_EQ(seen, values(tree_));
+  EXPECT_EQ(seen, std::vector<int>(items_.begin(), items_.begin() + 20));
 }
 
 TEST_F(AvlTreeTest, DeleteKeepsOtherNodesInPlace) {
@@ -142,24 +132,22 @@ TEST_F(AvlTreeTest, DeleteKeepsOtherNodesInPlace) {
   for (int k = 0; k < 32; ++k)
     nodes[k] = avl_search(tree_, &items_[k]);
   // The root has two children: its successor is relinked, not copied.
-  int root = value(avl_top(tree_));
+  int root = key_of(avl_top(tree_));
   ASSERT_EQ(avl_delete_node(tree_, nodes[root]), 0);
-  tree_check::check(tree_);
+  check_tree(tree_);
   for (int k = 0; k < 32; ++k)
     EXPECT_EQ(avl_search(tree_, &items_[k]), k == root ? nullptr : nodes[k]) << k;
 }
 
 TEST_F(AvlTreeTest, TraverseStopsOnNegativeAndPassesItsArguments) {
   insert(10);
-  struct Ctx {
-    std::vector<int> seen;
-  } ctx;
+  std::vector<int> visited;
   auto stop_at_5 = [](void* item, void* arg) {
-    static_cast<Ctx*>(arg)->seen.push_back(*static_cast<int*>(item));
+    static_cast<std::vector<int>*>(arg)->push_back(*static_cast<int*>(item));
     return *static_cast<int*>(item) == 5 ? -7 : 0;
   };
-  EXPECT_EQ(avl_traverse(tree_, stop_at_5, &ctx), -7);
-  EXPECT_EQ(ctx.seen, (std::vector<int>{0, 1, 2, 3, 4, 5}));
+  EXPECT_EQ(avl_traverse(tree_, stop_at_5, &visited), -7);
+  EXPECT_EQ(visited, (std::vector<int>{0, 1, 2, 3, 4, 5}));
 
   for (int k : {0, 2, 4, 6, 8})
     avl_remove(tree_, &items_[k]);
@@ -229,7 +217,7 @@ TEST(DceAvl, DeleteRootOfTwoNodeTreeKeepsFirstAndLastThenEmpty) {
     dce_avl_delete(&t, t.root);
     EXPECT_EQ(t.first, &recs[other].link);
     EXPECT_EQ(t.last, &recs[other].link);
-    EXPECT_EQ(tree_check::check(&t), std::vector<void*>{&recs[other]});
+    EXPECT_EQ(check_tree(&t), std::vector<void*>{&recs[other]});
     dce_avl_delete(&t, t.root);  // empty again: nothing is found, the walk has no start
     EXPECT_EQ(dce_avl_find_or_find_next(&t, &recs[0].id, 0), nullptr);
     EXPECT_EQ(dce_avl_next(&t, nullptr), nullptr);
@@ -244,16 +232,11 @@ int cmp_int_reversed(const void* a, const void* b) {
   return cmp_int(b, a);
 }
 
-int key_of(const avl_node* n) {
-  return n ? *static_cast<const int*>(n->info) : -1;
-}
-
 // (reversed compare, inline items)
 class AvlDiffTest : public ::testing::TestWithParam<std::tuple<bool, bool>> {};
 
 TEST_P(AvlDiffTest, MatchesMultimap) {
-  const bool reversed = std::get<0>(GetParam());
-  const bool in_node = std::get<1>(GetParam());
+  const bool reversed = std::get<0>(GetParam()), in_node = std::get<1>(GetParam());
   using Model = std::multimap<int, int*, std::function<bool(int, int)>>;
   Model model(reversed ? std::function<bool(int, int)>(std::greater<int>())
                        : std::function<bool(int, int)>(std::less<int>()));
@@ -315,7 +298,7 @@ TEST_P(AvlDiffTest, MatchesMultimap) {
     }
     ASSERT_EQ(avl_get_tree_size(tree), static_cast<int>(model.size()));
     if (op % 1000 == 999) {
-      tree_check::check(tree);
+      check_tree(tree);
       ASSERT_FALSE(::testing::Test::HasFailure()) << op;
       std::vector<int> by_node, back, expect;
       for (avl_node* n = avl_getnext(tree, nullptr); n != nullptr; n = avl_getnext(tree, n))
@@ -383,7 +366,7 @@ TEST_P(DceDiffTest, MatchesMap) {
     ASSERT_EQ(dce_avl_first(&tree), model.empty() ? nullptr : model.begin()->second);
     ASSERT_EQ(dce_avl_last(&tree), model.empty() ? nullptr : model.rbegin()->second);
     if (op % 1000 == 999) {
-      std::vector<void*> in_order = tree_check::check(&tree), expect;
+      std::vector<void*> in_order = check_tree(&tree), expect;
       ASSERT_FALSE(::testing::Test::HasFailure()) << op;
       for (const auto& [k, r] : model)
         expect.push_back(r);

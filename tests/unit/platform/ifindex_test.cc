@@ -6,15 +6,6 @@ namespace {
 
 using namespace ofa::platform;
 
-// Slot 3 with chips 0 and 2, described before slot 1 with chip 5: flat ids 1, 2 and 0.
-Platform two_slots() {
-  auto r = parse_platform(
-      "[switch]\nmodel = 1004\nmy_slot = 3\n[slot 3]\nchip.2.ports = 9-16\nchip.0.ports = 1-8\n"
-      "[slot 1]\nchip.5.ports = 1-4\n",
-      "t");
-  return std::get<Platform>(r);
-}
-
 TEST(Ifindex, SlotByType) {
   struct Case {
     uint32_t ifindex;
@@ -31,7 +22,11 @@ TEST(Ifindex, SlotByType) {
 }
 
 TEST(Ifindex, FlatChipIdsAreDenseBySlotThenLocalId) {
-  Platform p = two_slots();
+  // Slot 3 with chips 0 and 2, described before slot 1 with chip 5: flat ids 1, 2 and 0.
+  Platform p = std::get<Platform>(parse_platform(
+      "[switch]\nmodel = 1004\nmy_slot = 3\n[slot 3]\nchip.2.ports = 9-16\nchip.0.ports = 1-8\n"
+      "[slot 1]\nchip.5.ports = 1-4\n",
+      "t"));
   struct Case {
     uint32_t ifindex;
     int32_t flat;

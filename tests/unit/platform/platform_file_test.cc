@@ -14,10 +14,14 @@ namespace {
 
 using namespace ofa::platform;
 
-Platform parse_ok(std::string_view text) {
-  auto r = parse_platform(text, "t.conf");
+// The platform of a result that must be one; a refusal fails the test with its message.
+Platform accepted(const ParseResult& r) {
   if (auto* e = std::get_if<ParseError>(&r)) ADD_FAILURE() << e->message;
   return std::get_if<Platform>(&r) ? std::get<Platform>(r) : Platform{};
+}
+
+Platform parse_ok(std::string_view text) {
+  return accepted(parse_platform(text, "t.conf"));
 }
 
 TEST(PlatformFile, DefaultIsOneArdSwitchWithOneChip) {
@@ -45,10 +49,8 @@ chip.0.ports = 1-2
 [slot 0]
 chip.0.type = 1
 )");
-  EXPECT_EQ(p.boot, BootMode::warm);
-  EXPECT_EQ(p.phy_ports, 32u);
-  EXPECT_EQ(p.port_name(5), "uplink5");
-  EXPECT_EQ(p.port_name(6), "ethernet2/6");
+  EXPECT_EQ(std::make_tuple(p.boot, p.phy_ports, p.port_name(5), p.port_name(6)),
+            std::make_tuple(BootMode::warm, 32u, "uplink5", "ethernet2/6"));
   // Sorted slots, chips and ports, and the chip of each port: the parser fuzzer's invariants.
   ASSERT_EQ(p.slots.size(), 2u);
   ASSERT_EQ(p.slots[1].chips.size(), 2u);
@@ -142,28 +144,21 @@ INSTANTIATE_TEST_SUITE_P(
     [](const ::testing::TestParamInfo<BadCase>& info) { return std::string(info.param.name); });
 
 TEST(PlatformFile, UnreadableFileIsLineZero) {
-  auto r = load_platform("/nonexistent/ofa.conf");
-  auto* e = std::get_if<ParseError>(&r);
-  ASSERT_NE(e, nullptr);
-  EXPECT_EQ(e->message, "/nonexistent/ofa.conf:0: cannot open the file");
+  EXPECT_EQ(std::get<ParseError>(load_platform("/nonexistent/ofa.conf")).message,
+            "/nonexistent/ofa.conf:0: cannot open the file");
 }
 
 // The agent's warm start (an integration case) takes OFA_BOOT; here the refusals.
 TEST(PlatformFile, EnvironmentRefusesAnUndescribedSlotAndAnUnknownBoot) {
   ::unsetenv("OFA_PLATFORM");
   ::setenv("OFA_SLOT", "4", 1);
-  auto r = platform_from_env();
-  ASSERT_TRUE(std::holds_alternative<ParseError>(r));
-  EXPECT_EQ(std::get<ParseError>(r).message, "OFA_SLOT:0: slot '4' is not described by <default>");
+  EXPECT_EQ(std::get<ParseError>(platform_from_env()).message,
+            "OFA_SLOT:0: slot '4' is not described by <default>");
   ::unsetenv("OFA_SLOT");
   ::setenv("OFA_BOOT", "tepid", 1);
   EXPECT_TRUE(std::holds_alternative<ParseError>(platform_from_env()));
   ::unsetenv("OFA_BOOT");
 }
-
-}  // namespace
-
-namespace {
 
 // Every example file parses, its IIVIDs all match its family's OpenFlow IIVID pattern (the
 // pattern is also its mask) below the chip's reserved ones, and the ard example says what the
@@ -176,22 +171,18 @@ TEST(PlatformFile, ExamplesParse) {
   };
   for (const Example& x : {Example{"ard.conf", 0x1C00, 8186}, Example{"ard2.conf", 0x3C00, 16383},
                            Example{"zim.conf", 0x1C00, 8186}}) {
-    auto r = ofa::platform::load_platform(std::string(OFA_EXAMPLES_DIR) + "/platforms/" + x.name);
-    auto* e = std::get_if<ofa::platform::ParseError>(&r);
-    ASSERT_EQ(e, nullptr) << e->message;
-    const auto& res = std::get<ofa::platform::Platform>(r).resources;
+    auto res =
+        accepted(load_platform(std::string(OFA_EXAMPLES_DIR) + "/platforms/" + x.name)).resources;
     EXPECT_EQ(res.iivid_min & x.pattern, x.pattern) << x.name;
     EXPECT_LE(res.iivid_min, res.iivid_max) << x.name;
     EXPECT_LE(res.iivid_max, x.highest) << x.name;
   }
-  auto ex = std::get<ofa::platform::Platform>(
-      ofa::platform::load_platform(std::string(OFA_EXAMPLES_DIR) + "/platforms/ard.conf"));
-  auto def = std::get<ofa::platform::Platform>(
-      ofa::platform::parse_platform(ofa::platform::default_platform_text(), "<default>"));
-  EXPECT_EQ(ofa::platform::resource_record(ex), ofa::platform::resource_record(def));
+  Platform ex = accepted(load_platform(std::string(OFA_EXAMPLES_DIR) + "/platforms/ard.conf"));
+  Platform def = parse_ok(default_platform_text());
+  EXPECT_EQ(resource_record(ex), resource_record(def));
   EXPECT_EQ(std::tie(ex.model, ex.l2_tcam_size, ex.l3_tcam_size),
             std::tie(def.model, def.l2_tcam_size, def.l3_tcam_size));
-  EXPECT_EQ(ofa::platform::slot_parameters(ex, 1), ofa::platform::slot_parameters(def, 1));
+  EXPECT_EQ(slot_parameters(ex, 1), slot_parameters(def, 1));
 }
 
 }  // namespace

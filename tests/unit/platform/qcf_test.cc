@@ -81,9 +81,9 @@ class Qcf : public ofa::test::RunDir {
     RunDir::TearDown();
   }
 
-  // A connection to the channel; `fd` is connected instead of a new socket when named.
-  int connect_client(int fd = -1) {
-    if (fd < 0) fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  // A new connection to the channel.
+  int connect_client() {
+    int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un sun = ofa::test::unix_addr(ofa::platform::qcf_path("ofagt_p1"));
     EXPECT_EQ(::connect(fd, reinterpret_cast<sockaddr*>(&sun), sizeof sun), 0);
     open_.push_back(fd);

@@ -111,8 +111,9 @@ inline Req region_add(uint8_t ldev, uint8_t region, uint32_t size, uint32_t init
       .u32(44, increment);
 }
 
-inline Req l2_add(uint32_t handle, uint8_t region, uint32_t before, uint32_t after) {
-  return Req(0x07270050, 184)
+// A flow add, L2 (184 bytes) or L3 (208 bytes), placed between `before` and `after`.
+inline Req flow_add(bool l3, uint32_t handle, uint8_t region, uint32_t before, uint32_t after) {
+  return Req(l3 ? 0x072700B8 : 0x07270050, l3 ? 208 : 184)
       .u32(28, handle)
       .u32(32, before)
       .u32(36, after)
@@ -120,13 +121,8 @@ inline Req l2_add(uint32_t handle, uint8_t region, uint32_t before, uint32_t aft
       .u8(42, 1);
 }
 
-inline Req l3_add(uint32_t handle, uint8_t region, uint32_t before, uint32_t after) {
-  return Req(0x072700B8, 208)
-      .u32(28, handle)
-      .u32(32, before)
-      .u32(36, after)
-      .u8(40, region)
-      .u8(42, 1);
+inline Req l2_add(uint32_t handle, uint8_t region, uint32_t before, uint32_t after) {
+  return flow_add(false, handle, region, before, after);
 }
 
 inline Req flow_del(bool l3, uint32_t handle, uint8_t region) {

@@ -5,10 +5,10 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
 
 #include "chipsim_test_util.h"
 #include "model/show.h"
+#include "processes.h"
 
 namespace ofa::chipsim::test {
 namespace {
@@ -23,7 +23,7 @@ std::vector<Req> ard_chip_up() {
       l2_add(1, 30, 0, 0).u32(96, 0xFFE01).u32(112, 0x2).u8(160, 2).u32(164, 0x1),
       l2_add(1, 10, 0, 0).u16(56, 8188).u32(112, (0x1FFCu << 18) | 0x100).u8(160, 3).u32(164, 1),
       l2_add(2, 10, 0, 0).u16(56, 8187).u32(112, (0x1FFFu << 18) | 0x100).u8(160, 3).u32(164, 1),
-      l3_add(1, 30, 0, 0).u32(104, 0xFFE02).u32(116, 0x4).u8(168, 3).u32(184, 0x200),
+      flow_add(true, 1, 30, 0, 0).u32(104, 0xFFE02).u32(116, 0x4).u8(168, 3).u32(184, 0x200),
       // And one refused request: a region made twice.
       region_add(10, 10, 24, 2, 4), l2_add(7, 20, 0, 0), l2_add(9, 20, 7, 0)};
 }
@@ -34,11 +34,7 @@ void expect_golden(const std::string& name, const std::string& text) {
     std::ofstream(path) << text;
     return;
   }
-  std::ifstream in(path);
-  ASSERT_TRUE(in) << path;
-  std::stringstream golden;
-  golden << in.rdbuf();
-  EXPECT_EQ(text, golden.str()) << name;
+  EXPECT_EQ(text, ofa::test::read_file(path)) << path;
 }
 
 TEST(Golden, ArdChipUpLogDumpAndShow) {

@@ -20,7 +20,7 @@ class Placement : public ::testing::Test {
     ASSERT_EQ(status_of(m, region_add(23, 20, 5, 1, 2)), 0);
   }
   int32_t add(uint32_t h, uint32_t before, uint32_t after, bool l3 = false) {
-    return status_of(m, l3 ? l3_add(h, 20, before, after) : l2_add(h, 20, before, after));
+    return status_of(m, flow_add(l3, h, 20, before, after));
   }
   Model m{config(Family::ard)};
 };

@@ -4,6 +4,8 @@
 // the integration test sends to a running agent (shows, debug, log, sched) are its to check.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "requests.h"
 #include "show_json.h"
 
@@ -12,11 +14,8 @@ namespace {
 using namespace ofa::ofactl;
 
 TEST(OfactlRequests, WordsToCodeAndText) {
-  const struct {
-    std::vector<std::string> words;
-    bool raw;
-    std::string sent;  // code:text, or the usage error
-  } cases[] = {
+  // The words, raw or not, and what is sent: code:text, or the usage error.
+  const std::tuple<std::vector<std::string>, bool, std::string> cases[] = {
       {{"flow"}, false, "16000:flow all"},
       {{"flow", "12"}, false, "16000:flow all"},
       {{"chip", "0", "x"}, false, "unknown request 'chip 0 x'"},
@@ -27,14 +26,14 @@ TEST(OfactlRequests, WordsToCodeAndText) {
       {{"FLOW_TREEx", "a", "b"}, true, "16000:FLOW_TREEx a b"},
       {{""}, false, "no request"},
   };
-  for (const auto& c : cases) {
-    std::vector<std::string> args(c.words.begin() + 1, c.words.end());
-    auto r = read_request(c.words[0], args, c.raw);
+  for (const auto& [words, raw, sent] : cases) {
+    std::vector<std::string> args(words.begin() + 1, words.end());
+    auto r = read_request(words[0], args, raw);
     std::string got =
         std::holds_alternative<std::string>(r)
             ? std::get<std::string>(r)
             : std::to_string(std::get<Request>(r).code) + ":" + std::get<Request>(r).text;
-    EXPECT_EQ(got, c.sent) << c.words[0];
+    EXPECT_EQ(got, sent) << words[0];
   }
 }
 
@@ -51,10 +50,8 @@ TEST(OfactlRequests, FlowCutOutOfTheList) {
 }
 
 TEST(OfactlJson, LinesReadOrRefused) {
-  const struct {
-    std::string text;
-    std::string json;  // or the error
-  } cases[] = {
+  // The text, and its JSON or the error.
+  const std::pair<std::string, std::string> cases[] = {
       {"\nInvalid command.\n", "{\"error\":\"Invalid command.\"}\n"},
       {"No entry for group id: 4 found\n\n", "{\"error\":\"No entry for group id: 4 found\"}\n"},
       {"Total no. of entries printed: 0\n\n", "{\"entries_printed\":0}\n"},
@@ -68,9 +65,9 @@ TEST(OfactlJson, LinesReadOrRefused) {
       {"\nMeter id: 1\n\n  Meter Flags:\t\t\t KBPS FAST\n",
        "line 4 of the answer cannot be read: \"  Meter Flags:\t\t\t KBPS FAST\""},
   };
-  for (const auto& c : cases) {
-    auto r = show_json(c.text);
-    EXPECT_EQ(r.index() == 0 ? std::get<0>(r) : std::get<1>(r).message, c.json) << c.text;
+  for (const auto& [text, json] : cases) {
+    auto r = show_json(text);
+    EXPECT_EQ(r.index() == 0 ? std::get<0>(r) : std::get<1>(r).message, json) << text;
   }
 }
 

@@ -30,24 +30,22 @@ std::string read(const Options& o) {
 }
 
 TEST(Options, WordsAndRefusals) {
-  struct Row {
-    std::vector<std::string> words;
-    std::string want;  // what was set, or the refusal
-  };
-  for (const Row& r : std::vector<Row>{
-           {{}, ""},
-           {{"show", "a", "--json", "b", "-v"}, "show a b json verbose"},
-           {{"--run-dir", "/r", "--platform=p.txt", "--slot", "0x3", "x", "-h"},
-            "x run_dir=/r platform=p.txt slot=3 help"},
-           {{"--timeout=500ms", "--dry-run", "--level", "2"}, " timeout_ms=500 dry_run level=2"},
-           {{"--help", "--verbose", "-x"}, "-x verbose help"},
-           {{"--slot", "10"}, "ctl: --slot: 10 is out of range (at most 9) (ctl --help)"},
-           {{"--timeout", "soon"},
-            "ctl: --timeout: 'soon' is not a duration (like 2, 1.5s or 500ms) (ctl --help)"},
-           {{"a", "--slot"}, "ctl: --slot needs a value"},
-           {{"--level=9"}, "ctl: level 9 is refused (ctl --help)"},
-           {{"--json=1"}, "ctl: unknown option --json=1 (ctl --help)"},
-           {{"--slotx"}, "ctl: unknown option --slotx (ctl --help)"}}) {
+  // The words, and what they set or the refusal.
+  const std::pair<std::vector<std::string>, std::string> rows[] = {
+      {{}, ""},
+      {{"show", "a", "--json", "b", "-v"}, "show a b json verbose"},
+      {{"--run-dir", "/r", "--platform=p.txt", "--slot", "0x3", "x", "-h"},
+       "x run_dir=/r platform=p.txt slot=3 help"},
+      {{"--timeout=500ms", "--dry-run", "--level", "2"}, " timeout_ms=500 dry_run level=2"},
+      {{"--help", "--verbose", "-x"}, "-x verbose help"},
+      {{"--slot", "10"}, "ctl: --slot: 10 is out of range (at most 9) (ctl --help)"},
+      {{"--timeout", "soon"},
+       "ctl: --timeout: 'soon' is not a duration (like 2, 1.5s or 500ms) (ctl --help)"},
+      {{"a", "--slot"}, "ctl: --slot needs a value"},
+      {{"--level=9"}, "ctl: level 9 is refused (ctl --help)"},
+      {{"--json=1"}, "ctl: unknown option --json=1 (ctl --help)"},
+      {{"--slotx"}, "ctl: unknown option --slotx (ctl --help)"}};
+  for (const auto& [given, want] : rows) {
     Options o;
     const ToolOption own[] = {
         flag("--dry-run", o.dry_run),
@@ -57,10 +55,10 @@ TEST(Options, WordsAndRefusals) {
            return std::nullopt;
          }}};
     std::vector<char*> words;
-    for (const auto& w : r.words)
+    for (const auto& w : given)
       words.push_back(const_cast<char*>(w.c_str()));
     auto bad = parse_options("ctl", words, o, own);
-    EXPECT_EQ(bad ? *bad : read(o), r.want) << (r.words.empty() ? "" : r.words[0]);
+    EXPECT_EQ(bad ? *bad : read(o), want) << (given.empty() ? "" : given[0]);
   }
 }
 

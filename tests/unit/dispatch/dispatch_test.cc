@@ -335,10 +335,8 @@ TEST_F(PortsDispatch, EnableTakesThePortBlockAndDisableDropsIt) {
   EXPECT_EQ(g_openflow_portdb_lp[2].flags, OF_CATCHALL_VALID);
   of_if_entry* e = ofLookupIfEntrybyPortId(3);
   ASSERT_NE(e, nullptr);
-  EXPECT_EQ(e->of_l3_type, 1u);
-  EXPECT_EQ(e->pvid, 4020u);
-  EXPECT_EQ(e->of_def_nhop_id, 11u);
-  EXPECT_EQ(e->ifIndex, ofa::platform::port_ifindex(1, 3));
+  EXPECT_EQ((std::vector<uint32_t>{e->of_l3_type, e->pvid, e->of_def_nhop_id, e->ifIndex}),
+            (std::vector<uint32_t>{1, 4020, 11, ofa::platform::port_ifindex(1, 3)}));
   EXPECT_EQ(std::string(e->ifName), std::string(OF_IF_NAME_SIZE - 1, 'n'));
   EXPECT_EQ(Bytes(e->port_address, e->port_address + 6), (Bytes{1, 2, 3, 4, 5, 6}));
   hsl().requests.clear();

@@ -32,9 +32,8 @@ TEST_F(Cli, ABadScenarioLineIsFileLineReasonAndExitCode2) {
   std::string file =
       write("bad.scn", "# two good lines\nsleep 0\nflow add priority=3 actions=drop\n");
   auto r = mgr({"run", file});
-  EXPECT_EQ(r.code, 2);
-  EXPECT_EQ(r.err, file + ":3: flow add needs id=<flow id>\n");
-  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(std::tie(r.code, r.out, r.err),
+            std::make_tuple(2, "", file + ":3: flow add needs id=<flow id>\n"));
   EXPECT_EQ(mgr({"run", path("missing.scn")}).err,
             path("missing.scn") + ":0: cannot read the file\n");
 }

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <variant>
 #include <vector>
@@ -12,11 +11,9 @@
 #include "agent/top/openflow_agt_main.h"
 #include "backends/chip_family.h"
 #include "chip/chip_table.h"
-#include "platform/ifindex.h"
 #include "platform/platform_file.h"
 #include "platform/rsmd.h"
 #include "platform/system.h"
-#include "platform/wire.h"
 
 namespace {
 
@@ -82,25 +79,25 @@ std::vector<std::string> g_show;
 void show_line(const char* line) {
   g_show.emplace_back(line);
 }
+// The three lines of the show.
+std::vector<std::string> shown() {
+  g_show.clear();
+  openflow_rsm_show(show_line);
+  EXPECT_EQ(g_show.size(), 3u);
+  return g_show;
+}
 
 TEST_F(Rsm, ShowNamesTheStageAndStartup) {
   auto p = load("ard.conf");
   p.hw_profile = 5;
   use(p);
-  g_show.clear();
-  openflow_rsm_show(show_line);
-  EXPECT_EQ(g_show, (std::vector<std::string>{"OPENFLOW Corvu State Synchronization summary:\n",
-                                              "    RSM HA Enabled\n", "    Stage: Unknown\n"}));
+  EXPECT_EQ(shown(), (std::vector<std::string>{"OPENFLOW Corvu State Synchronization summary:\n",
+                                               "    RSM HA Enabled\n", "    Stage: Unknown\n"}));
   openflowRsmRecover(RSM_STAGE_WARM);
   openflowRsmRecover(RSM_STAGE_ACTIVE);
-  g_show.clear();
-  openflow_rsm_show(show_line);
-  ASSERT_EQ(g_show.size(), 3u);
-  EXPECT_EQ(g_show[2], "    Stage: Active, Startup: Warm\n");
+  EXPECT_EQ(shown().at(2), "    Stage: Active, Startup: Warm\n");
   openflowRsmRecover(RSM_STAGE_STANDBY);
-  g_show.clear();
-  openflow_rsm_show(show_line);
-  EXPECT_EQ(g_show[2], "    Stage: Standby\n");
+  EXPECT_EQ(shown().at(2), "    Stage: Standby\n");
 }
 
 TEST_F(Rsm, DumpEndsWithTwoStatuses) {

@@ -167,37 +167,33 @@ TEST_P(FlowOps, StatusTextAndTraces) {
   EXPECT_EQ(msgs[0], mgr::encode(want).value());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    SubTypes, FlowOps,
-    ::testing::Values(
-        FlowCase{"add_replaces", op(1, 5), 1, "SUCCESS", "Exit ADD FLOW id: 5 after ", "", 1},
-        FlowCase{"add_refused", op(1, 5, 0, 3), 0, "Openflow not enabled in: 3 (3)",
-                 "msec; FAILURE Openflow not enabled in: 3 (3)", "", 0},
-        FlowCase{"failed_fragment_answers_at_once", op(1, 5, 1, OF_PORT_NONE, 3), 0,
-                 "Error - openflow_generic_mode_copy_flow: Copy Flow Action Failed",
-                 "Exit ADD FLOW id: 5 after ", "", 1},
-        FlowCase{"prefix_add", op(2, 6), 1, "SUCCESS", "Exit ADD_FLOW_PREFIX id: 6 after ", "", 2},
-        FlowCase{"delete_draws_none", op(3, 5), -1, "", "Exit DELETE_FLOW id: 5 after ", "", 0},
-        FlowCase{"modify_fragment_waits", op(4, 6, 1), -1, "", "Enter MODIFY_FLOW",
-                 "Exit MODIFY_FLOW", 2},
-        FlowCase{"modify_prefix", op(5, 5), 1, "SUCCESS", "Exit MODIFY_FLOW_PREFIX id: 5 after", "",
-                 1},
-        FlowCase{"zero_add", op(1, 0), 0,
-                 "ERROR: Msg has: FLOW ID ZERO: XID: 7; ctrl_id: 2: type: ADD_FLOW",
-                 "Enter ADD_FLOW: Flow id: 0: ERROR_MSG: ERROR: Msg has: FLOW ID ZERO", "Exit", 1},
-        FlowCase{"zero_modify_prefix", op(5, 0), 0,
-                 "ERROR: Msg has: FLOW ID ZERO: XID: 7; ctrl_id: 2: type: MODIFY_FLOW_PREFIX",
-                 "ERROR_MSG", "", 1},
-        FlowCase{"clear_stats_takes_zero", op(12, 0), -1, "",
-                 "OPENFLOW IPC: Clearing the flow stats: id 0", "ERROR_MSG", 1},
-        FlowCase{"members_refused_with_last_text", op(14, 5), 0, "SUCCESS",
-                 "Enter ADD_FLOW_MEMBERS: Flow id: 5; xid: 7 cid: 2: Last fragment!", "", 1},
-        FlowCase{"ctrl_stats", op(15, 5), -1, "", "OPENFLOW IPC: Clearing the controller stats", "",
-                 1},
-        FlowCase{"delete_all_draws_none", op(17, 0), -1, "", "Exit DELETE_FLOWS", "", 0},
-        FlowCase{"default_zero", op(0, 5), -1, "", "Default case for openflow IPC", "", 1},
-        FlowCase{"default_above", op(18, 0), -1, "", "Default case for openflow IPC", "", 1}),
-    [](const auto& info) { return std::string(info.param.name); });
+const FlowCase kFlowCases[] = {
+    {"add_replaces", op(1, 5), 1, "SUCCESS", "Exit ADD FLOW id: 5 after ", "", 1},
+    {"add_refused", op(1, 5, 0, 3), 0, "Openflow not enabled in: 3 (3)",
+     "msec; FAILURE Openflow not enabled in: 3 (3)", "", 0},
+    {"failed_fragment_answers_at_once", op(1, 5, 1, OF_PORT_NONE, 3), 0,
+     "Error - openflow_generic_mode_copy_flow: Copy Flow Action Failed",
+     "Exit ADD FLOW id: 5 after ", "", 1},
+    {"prefix_add", op(2, 6), 1, "SUCCESS", "Exit ADD_FLOW_PREFIX id: 6 after ", "", 2},
+    {"delete_draws_none", op(3, 5), -1, "", "Exit DELETE_FLOW id: 5 after ", "", 0},
+    {"modify_fragment_waits", op(4, 6, 1), -1, "", "Enter MODIFY_FLOW", "Exit MODIFY_FLOW", 2},
+    {"modify_prefix", op(5, 5), 1, "SUCCESS", "Exit MODIFY_FLOW_PREFIX id: 5 after", "", 1},
+    {"zero_add", op(1, 0), 0, "ERROR: Msg has: FLOW ID ZERO: XID: 7; ctrl_id: 2: type: ADD_FLOW",
+     "Enter ADD_FLOW: Flow id: 0: ERROR_MSG: ERROR: Msg has: FLOW ID ZERO", "Exit", 1},
+    {"zero_modify_prefix", op(5, 0), 0,
+     "ERROR: Msg has: FLOW ID ZERO: XID: 7; ctrl_id: 2: type: MODIFY_FLOW_PREFIX", "ERROR_MSG", "",
+     1},
+    {"clear_stats_takes_zero", op(12, 0), -1, "", "OPENFLOW IPC: Clearing the flow stats: id 0",
+     "ERROR_MSG", 1},
+    {"members_refused_with_last_text", op(14, 5), 0, "SUCCESS",
+     "Enter ADD_FLOW_MEMBERS: Flow id: 5; xid: 7 cid: 2: Last fragment!", "", 1},
+    {"ctrl_stats", op(15, 5), -1, "", "OPENFLOW IPC: Clearing the controller stats", "", 1},
+    {"delete_all_draws_none", op(17, 0), -1, "", "Exit DELETE_FLOWS", "", 0},
+    {"default_zero", op(0, 5), -1, "", "Default case for openflow IPC", "", 1},
+    {"default_above", op(18, 0), -1, "", "Default case for openflow IPC", "", 1}};
+
+INSTANTIATE_TEST_SUITE_P(SubTypes, FlowOps, ::testing::ValuesIn(kFlowCases),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 // ---- length checks and registration ---------------------------------------------------------
 
@@ -228,29 +224,25 @@ TEST_P(Lengths, ShortMessageIsTracedAndDropped) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Handlers, Lengths,
-    ::testing::Values(LengthCase{"flow_315", MSGTYPE_OPENFLOW_FLOW_OPERATION, 315,
-                                 "OPENFLOW PROCESS IPC: Invalid IPC length 315"},
-                      LengthCase{"flow_316", MSGTYPE_OPENFLOW_FLOW_OPERATION, 316, nullptr},
-                      LengthCase{"config_3719", MSGTYPE_OPENFLOW_CONFIG, 3719,
-                                 "Error - Invalid IPC length 3719"},
-                      LengthCase{"sync_315", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 315,
-                                 "Error - openflow_lp_process_sync_msg, Invalid IPC length 315"},
-                      LengthCase{"sync_316", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 316, nullptr},
-                      LengthCase{"vlan_15", MSGTYPE_OPENFLOW_VLAN_IVID_UPD, 15,
-                                 "Error - openflow_lp_process_vlan_iivid_update, Invalid IPC "
-                                 "length 15"},
-                      LengthCase{"port_vlan_15", MSGTYPE_OPENFLOW_PORT_VLAN_UPD, 15,
-                                 "Error - openflow_lp_process_port_vlan_update, Invalid IPC "
-                                 "length 15"},
-                      LengthCase{"group_1055", MSGTYPE_OPENFLOW_GROUP_OPERATION, 1055,
-                                 "Error - openflow_lp_process_group_operation, Invalid IPC "
-                                 "length 1055"},
-                      LengthCase{"evt_43", MXL_MSGTYPE_OPENFLOW_EVT_OPERATION, 43,
-                                 "Error - openflow_lp_process_evt_operation, Invalid IPC length "
-                                 "43"}),
-    [](const auto& info) { return std::string(info.param.name); });
+const LengthCase kLengthCases[] = {
+    {"flow_315", MSGTYPE_OPENFLOW_FLOW_OPERATION, 315,
+     "OPENFLOW PROCESS IPC: Invalid IPC length 315"},
+    {"flow_316", MSGTYPE_OPENFLOW_FLOW_OPERATION, 316, nullptr},
+    {"config_3719", MSGTYPE_OPENFLOW_CONFIG, 3719, "Error - Invalid IPC length 3719"},
+    {"sync_315", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 315,
+     "Error - openflow_lp_process_sync_msg, Invalid IPC length 315"},
+    {"sync_316", MSGTYPE_OPENFLOW_SYNC_COMPLETE, 316, nullptr},
+    {"vlan_15", MSGTYPE_OPENFLOW_VLAN_IVID_UPD, 15,
+     "Error - openflow_lp_process_vlan_iivid_update, Invalid IPC length 15"},
+    {"port_vlan_15", MSGTYPE_OPENFLOW_PORT_VLAN_UPD, 15,
+     "Error - openflow_lp_process_port_vlan_update, Invalid IPC length 15"},
+    {"group_1055", MSGTYPE_OPENFLOW_GROUP_OPERATION, 1055,
+     "Error - openflow_lp_process_group_operation, Invalid IPC length 1055"},
+    {"evt_43", MXL_MSGTYPE_OPENFLOW_EVT_OPERATION, 43,
+     "Error - openflow_lp_process_evt_operation, Invalid IPC length 43"}};
+
+INSTANTIATE_TEST_SUITE_P(Handlers, Lengths, ::testing::ValuesIn(kLengthCases),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 // ---- configuration --------------------------------------------------------------------------
 
@@ -280,14 +272,14 @@ TEST_P(DefaultMode, UpdatesEveryChipsDefaultEntries) {
                                                      OF_CMD_L2FLOW_UPD, OF_CMD_L3FLOW_UPD}));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Chips, DefaultMode,
-    ::testing::Values(DefaultModeCase{"disable_form", 0, {}, 4, 1},
-                      DefaultModeCase{"l2_refused_on_chip_walked_first", 0, {0}, 3, 1},
-                      DefaultModeCase{"l3_refused_on_chip_walked_first", 0, {1}, 4, 1},
-                      DefaultModeCase{"enable_form_ignored", 1, {}, 0, 0},
-                      DefaultModeCase{"add_two_ignored", 2, {}, 0, 0}),
-    [](const auto& info) { return std::string(info.param.name); });
+const DefaultModeCase kDefaultModeCases[] = {{"disable_form", 0, {}, 4, 1},
+                                             {"l2_refused_on_chip_walked_first", 0, {0}, 3, 1},
+                                             {"l3_refused_on_chip_walked_first", 0, {1}, 4, 1},
+                                             {"enable_form_ignored", 1, {}, 0, 0},
+                                             {"add_two_ignored", 2, {}, 0, 0}};
+
+INSTANTIATE_TEST_SUITE_P(Chips, DefaultMode, ::testing::ValuesIn(kDefaultModeCases),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 // ---- ports and VLANs ------------------------------------------------------------------------
 
@@ -335,10 +327,8 @@ TEST_F(PortsDispatch, EnableTakesThePortBlockAndDisableDropsIt) {
   EXPECT_EQ(g_openflow_portdb_lp[2].flags, OF_CATCHALL_VALID);
   of_if_entry* e = ofLookupIfEntrybyPortId(3);
   ASSERT_NE(e, nullptr);
-  EXPECT_EQ(e->of_l3_type, 1u);
-  EXPECT_EQ(e->pvid, 4020u);
-  EXPECT_EQ(e->of_def_nhop_id, 11u);
-  EXPECT_EQ(e->ifIndex, ofa::platform::port_ifindex(1, 3));
+  EXPECT_EQ((std::vector<uint32_t>{e->of_l3_type, e->pvid, e->of_def_nhop_id, e->ifIndex}),
+            (std::vector<uint32_t>{1, 4020, 11, ofa::platform::port_ifindex(1, 3)}));
   EXPECT_EQ(std::string(e->ifName), std::string(OF_IF_NAME_SIZE - 1, 'n'));
   EXPECT_EQ(Bytes(e->port_address, e->port_address + 6), (Bytes{1, 2, 3, 4, 5, 6}));
   hsl().requests.clear();
@@ -396,45 +386,39 @@ TEST_P(VlanMsgs, TracesAndTables) {
   EXPECT_TRUE(sent().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    SubTypes, VlanMsgs,
-    ::testing::Values(
-        VlanCase{"add", vlan(28, 4020, 200), "Enter ADD VLAN: vlan_id: 200 iivid", "Exit"},
-        VlanCase{"add_waits", vlan(28, 4020, 200), "Adding VLAN: Openflow is not enabled", "Enter",
-                 OFA_MODE_NONE},
-        VlanCase{"port_add_waits", port_vlan(26, 3, 100),
-                 "Adding PORT to VLAN: Openflow is not enabled", "Enter", OFA_MODE_NONE},
-        VlanCase{"group_add_waits", group(19, 6), "Adding Group 6: Openflow is not enabled",
-                 "Enter", OFA_MODE_NONE},
-        VlanCase{"delete", vlan(29, 0, 100), "Enter DEL VLAN: vlan_id: 100", "Exit"},
-        VlanCase{"vlan_default", vlan(30, 0, 7), "Default case for VLAN IPC handling", nullptr},
-        VlanCase{"port_add", port_vlan(26, 3, 100), "Enter ADD PORT VLAN: port_id: 3 vlan_id: 100",
-                 "Exit"},
-        VlanCase{"port_delete", port_vlan(27, 5, 100), "Enter DEL PORT VLAN", "Exit"},
-        VlanCase{"port_vlan_default", port_vlan(5, 5, 100),
-                 "Default case for PORT VLAN IPC handling", nullptr},
-        VlanCase{"group_add", group(19, 6), "Enter ADD GROUP: Group id: 6 ", "Exit"},
-        VlanCase{"group_add_known", group(19, 5), "Exit ADD GROUP id: 5 after ", nullptr},
-        VlanCase{"group_add_id_zero", group(19, 0), "Enter ADD GROUP: Group id: 0 ", "Exit"},
-        VlanCase{"group_modify", group(20, 5), "Enter MODIFY GROUP: Group id: 5 ", "Exit"},
-        VlanCase{"group_sub_type_25_id_zero", group(25, 0), "GROUP id: 0: ERROR_MSG", "Default"},
-        VlanCase{"group_default", group(22, 5), "Default case for Group IPC handling", nullptr},
-        VlanCase{"group_delete", group(21, 5), "Enter DELETE GROUP: Group id: 5 ", "Exit"},
-        VlanCase{"group_delete_unknown", group(21, 9), "Exit DELETE GROUP: Group id: 9 after ",
-                 nullptr},
-        VlanCase{
-            "evt_add", evt(30, 3),
-            "EVT DBG: is_out_vlan_tag: 0, out_port: 3 out_vlan: 100\nEnter ADD EVT: out_port: 3 "
-            "iivid: 4010",
-            "Exit"},
-        VlanCase{"evt_add_failure_word", evt(30, 3, 4), "msec; FAILURE", nullptr},
-        VlanCase{"evt_delete_in_default", evt(31, 3), "Enter DEL EVT: out_port: 3 iivid: 4010",
-                 "Exit"},
-        VlanCase{"protected_vlan_programs_nothing", port_config(16, 1, 4), "sub_cmd = 16, add = 1",
-                 "Interface create"},
-        VlanCase{"evt_default", evt(32, 3), "OPENFLOW METER IPC: Default case for EVT IPC handling",
-                 nullptr}),
-    [](const auto& info) { return std::string(info.param.name); });
+const VlanCase kVlanCases[] = {
+    {"add", vlan(28, 4020, 200), "Enter ADD VLAN: vlan_id: 200 iivid", "Exit"},
+    {"add_waits", vlan(28, 4020, 200), "Adding VLAN: Openflow is not enabled", "Enter",
+     OFA_MODE_NONE},
+    {"port_add_waits", port_vlan(26, 3, 100), "Adding PORT to VLAN: Openflow is not enabled",
+     "Enter", OFA_MODE_NONE},
+    {"group_add_waits", group(19, 6), "Adding Group 6: Openflow is not enabled", "Enter",
+     OFA_MODE_NONE},
+    {"delete", vlan(29, 0, 100), "Enter DEL VLAN: vlan_id: 100", "Exit"},
+    {"vlan_default", vlan(30, 0, 7), "Default case for VLAN IPC handling", nullptr},
+    {"port_add", port_vlan(26, 3, 100), "Enter ADD PORT VLAN: port_id: 3 vlan_id: 100", "Exit"},
+    {"port_delete", port_vlan(27, 5, 100), "Enter DEL PORT VLAN", "Exit"},
+    {"port_vlan_default", port_vlan(5, 5, 100), "Default case for PORT VLAN IPC handling", nullptr},
+    {"group_add", group(19, 6), "Enter ADD GROUP: Group id: 6 ", "Exit"},
+    {"group_add_known", group(19, 5), "Exit ADD GROUP id: 5 after ", nullptr},
+    {"group_add_id_zero", group(19, 0), "Enter ADD GROUP: Group id: 0 ", "Exit"},
+    {"group_modify", group(20, 5), "Enter MODIFY GROUP: Group id: 5 ", "Exit"},
+    {"group_sub_type_25_id_zero", group(25, 0), "GROUP id: 0: ERROR_MSG", "Default"},
+    {"group_default", group(22, 5), "Default case for Group IPC handling", nullptr},
+    {"group_delete", group(21, 5), "Enter DELETE GROUP: Group id: 5 ", "Exit"},
+    {"group_delete_unknown", group(21, 9), "Exit DELETE GROUP: Group id: 9 after ", nullptr},
+    {"evt_add", evt(30, 3),
+     "EVT DBG: is_out_vlan_tag: 0, out_port: 3 out_vlan: 100\nEnter ADD EVT: out_port: 3 "
+     "iivid: 4010",
+     "Exit"},
+    {"evt_add_failure_word", evt(30, 3, 4), "msec; FAILURE", nullptr},
+    {"evt_delete_in_default", evt(31, 3), "Enter DEL EVT: out_port: 3 iivid: 4010", "Exit"},
+    {"protected_vlan_programs_nothing", port_config(16, 1, 4), "sub_cmd = 16, add = 1",
+     "Interface create"},
+    {"evt_default", evt(32, 3), "OPENFLOW METER IPC: Default case for EVT IPC handling", nullptr}};
+
+INSTANTIATE_TEST_SUITE_P(SubTypes, VlanMsgs, ::testing::ValuesIn(kVlanCases),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 // A global disable deletes the flows' entries and every group's next hop and forwarding entries,
 // empties every flood group, removes every VLAN (the pseudo-VLAN too), then takes OpenFlow off each

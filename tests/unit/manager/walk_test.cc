@@ -72,8 +72,7 @@ int walk(const std::vector<uint8_t>& d, uint32_t slot = 0) {
 }
 
 TEST_F(Walk, TwoMessagesHandledInOrder) {
-  auto d = datagram({{7, {1, 2, 3}}, {9, {4, 5}}});
-  EXPECT_EQ(walk(d, 3), 0);
+  EXPECT_EQ(walk(datagram({{7, {1, 2, 3}}, {9, {4, 5}}}), 3), 0);
   EXPECT_EQ(g_calls, (std::vector<uint32_t>{7, 9}));
   EXPECT_EQ(trace_ids(), (std::vector<uint32_t>{10001, 10001}));
   auto recs = trace_module_records(ofa_trace_handle(OFAMSG));
@@ -84,8 +83,7 @@ TEST_F(Walk, TwoMessagesHandledInOrder) {
 }
 
 TEST_F(Walk, BadTypeAfterGoodMessage) {
-  auto d = datagram({{7, {9}}, {13, {}}});
-  EXPECT_EQ(walk(d), -119);
+  EXPECT_EQ(walk(datagram({{7, {9}}, {13, {}}})), -119);
   EXPECT_EQ(trace_ids(), (std::vector<uint32_t>{10001, 10000}));
   EXPECT_EQ(walk(datagram({{1023, {}}})), -119);
 }

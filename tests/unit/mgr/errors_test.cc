@@ -158,32 +158,29 @@ TEST_P(DecodeErrors, RefuseWithAReason) {
       << std::get<DecodeError>(d.back()).reason;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Datagrams, DecodeErrors,
-    ::testing::Values(
-        BadDatagram{"short_header", {0x00, 0xc0}, "too short for a 4-byte header"},
-        BadDatagram{"bad_type", {0x03, 0x40, 0x00, 0x00}, "type 13 is not a message type"},
-        BadDatagram{"overrun", with_header(14, "00C0007C"),
-                    "overruns the datagram (10 bytes left)"},
-        BadDatagram{"status_short", with_header(124, "00C00078"),
-                    "flow status: body of 120 bytes, too short: expected 124"},
-        BadDatagram{"status_long", with_header(134, "00C00082"), "too long: expected 124"},
-        BadDatagram{"register_long", with_header(16, "02C0000C"), "registration: body of 12"},
-        BadDatagram{"register_inner", ofa::test::hex("02C00008 02C00005 00000000"),
-                    "is not type 11 of length 4"},
-        BadDatagram{"flow_stats_short", with_header(28, "01400018"), "flow statistics"},
-        BadDatagram{"queue_stats_long", with_header(340, "01800150"), "queue statistics"},
-        BadDatagram{"meter_stats_short", with_header(1704, "010006A4"), "meter statistics"},
-        BadDatagram{"meter_stats_count", with_header(1736, "010006C4 0000001C"),
-                    "count 28 exceeds the 27"},
-        BadDatagram{"flow_short", with_header(204, "01C000C8"), "needs at least 236"},
-        // One v4 member in 4 bytes.
-        BadDatagram{"flow_member", with_header(244, "01C000F0 | 12: 04 | 140: 0001"),
-                    "member 0 at offset 236 needs 80"},
-        BadDatagram{"group_short", with_header(1059, "0240041F"), "group operation"},
-        BadDatagram{"meter_short", with_header(43, "00800027"), "needs at least 40"},
-        BadDatagram{"config_short", with_header(3723, "00000E87"), "needs at least 3720"}),
-    [](const auto& info) { return std::string(info.param.name); });
+const BadDatagram kBadDatagrams[] = {
+    {"short_header", {0x00, 0xc0}, "too short for a 4-byte header"},
+    {"bad_type", {0x03, 0x40, 0x00, 0x00}, "type 13 is not a message type"},
+    {"overrun", with_header(14, "00C0007C"), "overruns the datagram (10 bytes left)"},
+    {"status_short", with_header(124, "00C00078"),
+     "flow status: body of 120 bytes, too short: expected 124"},
+    {"status_long", with_header(134, "00C00082"), "too long: expected 124"},
+    {"register_long", with_header(16, "02C0000C"), "registration: body of 12"},
+    {"register_inner", ofa::test::hex("02C00008 02C00005 00000000"), "is not type 11 of length 4"},
+    {"flow_stats_short", with_header(28, "01400018"), "flow statistics"},
+    {"queue_stats_long", with_header(340, "01800150"), "queue statistics"},
+    {"meter_stats_short", with_header(1704, "010006A4"), "meter statistics"},
+    {"meter_stats_count", with_header(1736, "010006C4 0000001C"), "count 28 exceeds the 27"},
+    {"flow_short", with_header(204, "01C000C8"), "needs at least 236"},
+    // One v4 member in 4 bytes.
+    {"flow_member", with_header(244, "01C000F0 | 12: 04 | 140: 0001"),
+     "member 0 at offset 236 needs 80"},
+    {"group_short", with_header(1059, "0240041F"), "group operation"},
+    {"meter_short", with_header(43, "00800027"), "needs at least 40"},
+    {"config_short", with_header(3723, "00000E87"), "needs at least 3720"}};
+
+INSTANTIATE_TEST_SUITE_P(Datagrams, DecodeErrors, ::testing::ValuesIn(kBadDatagrams),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST(DecodeErrors, MessagesBeforeABadOneAreKept) {
   auto b = encode(RegisterMsg{3}).value();

@@ -276,22 +276,22 @@ TEST_P(RoundTrip, DecodedFieldsMatch) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Lines, RoundTrip,
-    ::testing::Values(
-        Case{"flow add id=11 tcp,nw_dst=192.168.1.0/255.255.255.0 actions=CONTROLLER",
-             "ether_type=2048 ip_protocol=6 dest_ip_mask=255.255.255.0 send_to_ctrl=1 "
-             "wildcards=0x11a3a6cd members[0].out_port_id=65533"},
-        Case{"flow add id=14 version=1 actions=mod_vlan_vid:30,output:ALL,strip_vlan,output:FLOOD",
-             "version=1 member_count=4 members[0].out_tagged=1 members[0].out_vlan_id=30 "
-             "members[0].out_port_id=65535 members[1].out_port_id=65532 members[1].out_tagged=0 "
-             "members[2].out_tagged=2 members[3].out_port_id=65531"},
-        Case{"flow add id=15 icmp,icmp_type=8,icmp_code=0,dl_vlan_pcp=5,ip_dscp=46 actions=NORMAL",
-             "icmpv4_type=8 vlan_upbit=5 ip_tos=46 members[0].out_port_id=65530"},
-        Case{"group add id=9 type=all mgid=7 l3 bucket=port:6", "all_type=1 buckets[0].port_id=6"},
-        Case{"meter modify id=3 pktps stats band=type=drop,rate=8,burst_size=9",
-             "sub_type=23 flags=10 drop_rate=8 band_cnt=1"},
-        Case{"sync-complete length=400", "body_length=400"}));
+const Case kCases[] = {
+    {"flow add id=11 tcp,nw_dst=192.168.1.0/255.255.255.0 actions=CONTROLLER",
+     "ether_type=2048 ip_protocol=6 dest_ip_mask=255.255.255.0 send_to_ctrl=1 "
+     "wildcards=0x11a3a6cd members[0].out_port_id=65533"},
+    {"flow add id=14 version=1 actions=mod_vlan_vid:30,output:ALL,strip_vlan,output:FLOOD",
+     "version=1 member_count=4 members[0].out_tagged=1 members[0].out_vlan_id=30 "
+     "members[0].out_port_id=65535 members[1].out_port_id=65532 members[1].out_tagged=0 "
+     "members[2].out_tagged=2 members[3].out_port_id=65531"},
+    {"flow add id=15 icmp,icmp_type=8,icmp_code=0,dl_vlan_pcp=5,ip_dscp=46 actions=NORMAL",
+     "icmpv4_type=8 vlan_upbit=5 ip_tos=46 members[0].out_port_id=65530"},
+    {"group add id=9 type=all mgid=7 l3 bucket=port:6", "all_type=1 buckets[0].port_id=6"},
+    {"meter modify id=3 pktps stats band=type=drop,rate=8,burst_size=9",
+     "sub_type=23 flags=10 drop_rate=8 band_cnt=1"},
+    {"sync-complete length=400", "body_length=400"}};
+
+INSTANTIATE_TEST_SUITE_P(Lines, RoundTrip, ::testing::ValuesIn(kCases));
 
 }  // namespace
 }  // namespace ofa::mgr

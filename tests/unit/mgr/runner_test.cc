@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <set>
 #include <thread>
 
@@ -34,11 +33,9 @@ class Runner : public ofa::test::RunDir {
     auto agent = MpEndpoint::bind(agent_path(1));  // stands in for the agent's socket
     ASSERT_TRUE(agent.ok()) << agent.error();
     agent_ = std::move(agent.value());
-    out_ = std::tmpfile();
+    out_ = std::fopen(path("out").c_str(), "w+");
   }
   void TearDown() override {
-    mp_.reset();
-    agent_.reset();
     std::fclose(out_);
     RunDir::TearDown();
   }
@@ -56,12 +53,7 @@ class Runner : public ofa::test::RunDir {
 
   std::string output() {
     std::fflush(out_);
-    std::rewind(out_);
-    std::string s;
-    char buf[512];
-    while (size_t n = std::fread(buf, 1, sizeof buf, out_))
-      s.append(buf, n);
-    return s;
+    return ofa::test::read_file(path("out"));
   }
 
   std::unique_ptr<MpEndpoint> mp_, agent_;
@@ -75,14 +67,12 @@ void expect_in(const std::string& out, std::initializer_list<const char*> pieces
 }
 
 StatusMsg status(uint32_t flow, uint32_t st, std::string text = "") {
-  StatusMsg s;
-  s.flow_id = flow;
-  s.status = st;
-  s.sub_type = kSubAddFlow;
-  s.start_ms = 100;
-  s.end_ms = 103;
-  s.text = std::move(text);
-  return s;
+  return {.flow_id = flow,
+          .status = st,
+          .sub_type = kSubAddFlow,
+          .start_ms = 100,
+          .end_ms = 103,
+          .text = std::move(text)};
 }
 
 // Statuses are matched by flow id, in any order (the scenarios' expectations are met the same way).
@@ -139,10 +129,8 @@ TEST_F(Runner, StatisticsExpectationsWaitForCountersThatMeetThem) {
 
 // Ticks are cut by the quiet time between them; a tick whose kinds come out of order fails.
 TEST_F(Runner, TickCutByGapAndCheckedForOrderAndIds) {
-  MeterStatsMsg ms;
-  ms.records = {MeterRecord{7, 0, 1000, 0, 0, 100, 0, 0}};
-  QueueStatsMsg q;
-  q.port_id = 3;
+  MeterStatsMsg ms{{MeterRecord{7, 0, 1000, 0, 0, 100, 0, 0}}};
+  QueueStatsMsg q{.port_id = 3};
   std::thread agent([&] {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     for (const Message& m : std::vector<Message>{FlowStatsMsg{1, 1, 1, 64}, q, ms})
@@ -313,12 +301,11 @@ class StandInAgent {
         const auto* m = std::get_if<Message>(&d);
         const auto* fp = m ? std::get_if<FlowMsg>(m) : nullptr;
         if (!fp || drop_.contains(fp->flow_id) || fp->sub_type == kSubDeleteFlow) continue;
-        const FlowMsg& f = *fp;
-        StatusMsg s;
-        s.flow_id = f.flow_id;
-        s.xid = f.xid;
-        s.status = 1;
-        s.sub_type = f.sub_type;
+        StatusMsg s{.flow_id = fp->flow_id,
+                    .xid = fp->xid,
+                    .status = 1,
+                    .sub_type = fp->sub_type,
+                    .text = ""};
         ep_->send(mp_path(), encode(s).value());
       }
     }
@@ -339,10 +326,10 @@ TEST_F(Runner, BenchMissingStatusesEndThePhaseAfterTheTimeout) {
   std::string error;
   auto r = run_bench(*mp_, agent_path(1), plan, nullptr, &error);
   ASSERT_EQ(r.size(), 2u);
-  EXPECT_EQ(r[0].done, 2u);     // flows 1 and 2; flow 3 never answers and holds the window
-  EXPECT_EQ(r[0].missing, 3u);  // 3 in flight, 4 and 5 never sent
-  EXPECT_EQ(r[1].done, 0u);     // the barrier (flow 0) is never answered
-  EXPECT_EQ(r[1].missing, 5u);
+  // Adds: flows 1 and 2 done; flow 3 never answers and holds the window, so 3 is in flight and 4
+  // and 5 are never sent. Deletes: the barrier (flow 0) is never answered.
+  EXPECT_EQ((std::vector<uint32_t>{r[0].done, r[0].missing, r[1].done, r[1].missing}),
+            (std::vector<uint32_t>{2, 3, 0, 5}));
 }
 
 }  // namespace

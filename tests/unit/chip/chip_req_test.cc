@@ -69,8 +69,7 @@ TEST(ChipReqLimits, BulkRefusesWhatDoesNotFitAndStaysUnchanged) {
   of_cos_hdr h;
   ASSERT_TRUE(of_cos_hdr_read(area, &h));
   EXPECT_EQ(h.req_len, 108u);
-  ofa::wire::Reader r(area);
-  EXPECT_EQ(r.u16_at(32), 2u);
+  EXPECT_EQ(ofa::wire::Reader(area).u16_at(32), 2u);
   // A sub-request whose header claims more than it holds is refused.
   std::array<uint8_t, 28> lying{};
   of_cos_hdr_init(sub, OF_CMD_MGID_DEL, 36, 36);

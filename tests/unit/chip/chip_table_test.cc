@@ -18,24 +18,21 @@ TEST_F(ChipTable, ColdChipUpFillsTheEntryAndPreparesTheChip) {
   ASSERT_EQ(chip_up(1, 0), 0);
   of_chip_entry* c = ofLookupChip(0);
   ASSERT_NE(c, nullptr);
-  EXPECT_EQ(c->ifindex, 0x84400000u);
-  EXPECT_EQ(c->is_local, 1u);
-  EXPECT_EQ(c->slot_entry, ofLookupSlot(1));
-  EXPECT_EQ(c->l2_size, 2048u - 24u);
-  EXPECT_EQ(hsl().requests[0].target, 0x84400000u);
+  // The entry's fields, and the chip its first request went to.
+  EXPECT_EQ(
+      std::tuple(c->ifindex, c->is_local, c->slot_entry, c->l2_size, hsl().requests[0].target),
+      std::tuple(0x84400000u, 1u, ofLookupSlot(1), 2024u, 0x84400000u));
 }
 
 TEST_F(ChipTable, WarmChipAddDeletesBothRegionSetsFirst) {
   TraceCapture words;
   ASSERT_EQ(chip_up(1, 0, 1), 0);
   EXPECT_TRUE(words.has("Call to ofa_region_del call back"));
-  auto cmds = hsl().commands();
-  ASSERT_EQ(cmds.size(), 12u);
-  EXPECT_EQ(cmds[0], OF_CMD_REGION_DEL_ALL);
-  EXPECT_EQ(hsl().requests[0].bytes.at(28), 10u);
-  EXPECT_EQ(cmds[1], OF_CMD_REGION_DEL_ALL);
-  EXPECT_EQ(hsl().requests[1].bytes.at(28), 23u);
-  EXPECT_EQ(cmds[2], OF_CMD_REGION_ADD);
+  const auto& q = hsl().requests;
+  ASSERT_EQ(q.size(), 12u);
+  EXPECT_EQ(
+      std::tuple(q[0].command, q[0].bytes.at(28), q[1].command, q[1].bytes.at(28), q[2].command),
+      std::tuple(OF_CMD_REGION_DEL_ALL, 10, OF_CMD_REGION_DEL_ALL, 23, OF_CMD_REGION_ADD));
 }
 
 TEST_F(ChipTable, DuplicateChipUpChangesNothingAndCallsNoModule) {
@@ -213,8 +210,7 @@ TEST_F(ChipTable, CapabilityOfTheChipsOwnIdOnly) {
     w.u32_at(440, 1);
   };
   EXPECT_EQ(ofGetCoSChipCapability(c), 0);
-  EXPECT_EQ(c->chip_class, 2u);
-  EXPECT_EQ(c->ipv4_caps, 1u);
+  EXPECT_EQ(std::pair(c->chip_class, c->ipv4_caps), std::pair(2u, 1u));
   EXPECT_EQ(hsl().commands(), std::vector<uint32_t>{OF_CMD_CAPABILITY});
   hsl().reply = [](size_t, std::span<uint8_t> area) { ofa::wire::Writer(area).u32_at(28, 30); };
   EXPECT_EQ(ofGetCoSChipCapability(c), -125);
@@ -248,8 +244,7 @@ TEST(ChipEventRecord, RoundTripAndOffsets) {
                               "28: 0000001D | 464: 00000001 00000002"));
   of_chip_event_record back;
   ASSERT_TRUE(of_chip_event_decode(raw, &back));
-  EXPECT_EQ(back.ifindex, rec.ifindex);
-  EXPECT_EQ(back.ipv6_caps, 2u);
+  EXPECT_EQ(std::pair(back.ifindex, back.ipv6_caps), std::pair(0x84400080u, 2u));
   EXPECT_FALSE(of_chip_event_decode(std::span<const uint8_t>(raw).first(483), &back));
   EXPECT_FALSE(of_chip_event_encode(rec, std::span<uint8_t>(raw).first(100)));
 }

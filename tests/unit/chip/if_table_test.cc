@@ -24,9 +24,7 @@ TEST_F(IfTable, PhysicalPortIsTiedToItsChip) {
   TraceCapture words;
   of_if_entry* e = ofProcessPortAdd(port_ifindex(1, 3), "ethernet1/3", 3);
   ASSERT_NE(e, nullptr);
-  EXPECT_EQ(e->chip, ofLookupChip(0));
-  EXPECT_EQ(e->is_local, 1u);
-  EXPECT_EQ(e->port_db_index, 2);
+  EXPECT_EQ(std::tuple(e->chip, e->is_local, e->port_db_index), std::tuple(ofLookupChip(0), 1u, 2));
   EXPECT_STREQ(e->ifName, "ethernet1/3");
   EXPECT_NE(e->evt_tree, nullptr);
   EXPECT_EQ(of_dlist_count(&ofLookupChip(0)->ports), 1);
@@ -36,12 +34,12 @@ TEST_F(IfTable, PhysicalPortIsTiedToItsChip) {
 }
 
 TEST_F(IfTable, LogicalInterfaceHasNoChipAndNoValidation) {
-  of_if_entry* e = ofProcessPortAdd(0xF4000001, "lag1", 200);  // type 61
-  ASSERT_NE(e, nullptr);
-  EXPECT_EQ(e->chip, nullptr);
-  e = ofProcessPortAdd(0x38400000, "chip-port", 201);  // type 14: not a front-panel port
-  ASSERT_NE(e, nullptr);
-  EXPECT_EQ(e->chip, nullptr);
+  // Types 61 (a LAG) and 14 (not a front-panel port).
+  for (auto [ifindex, id] : {std::pair{0xF4000001u, 200}, {0x38400000u, 201}}) {
+    of_if_entry* e = ofProcessPortAdd(ifindex, "logical", static_cast<uint16_t>(id));
+    ASSERT_NE(e, nullptr) << std::hex << ifindex;
+    EXPECT_EQ(e->chip, nullptr) << std::hex << ifindex;
+  }
 }
 
 TEST_F(IfTable, SamePortIdTwiceKeepsTheFirst) {
@@ -65,9 +63,8 @@ TEST_F(IfTable, UnknownChipIsMadeOnceThroughTheWarmPath) {
   ASSERT_NE(c, nullptr);
   EXPECT_EQ(ofLookupIfEntrybyPortId(30)->chip, c);
   EXPECT_EQ(chip_ups, 1);
-  ASSERT_FALSE(hsl().requests.empty());
-  EXPECT_EQ(hsl().requests[0].command, OF_CMD_REGION_DEL_ALL);
-  EXPECT_EQ(hsl().requests[0].target, ofa::platform::chip_ifindex(1, 1));
+  EXPECT_EQ(std::pair(hsl().requests.at(0).command, hsl().requests.at(0).target),
+            std::pair(OF_CMD_REGION_DEL_ALL, ofa::platform::chip_ifindex(1, 1)));
   size_t sent = hsl().requests.size();
   ASSERT_NE(ofProcessPortAdd(port_ifindex(1, 31), "ethernet1/31", 31), nullptr);
   EXPECT_EQ(chip_ups, 1);

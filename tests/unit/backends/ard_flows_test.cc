@@ -241,8 +241,7 @@ TEST_F(ArdFlows, PlacementNamesTheNeighboursOfTheChipTree) {
   x.hw.set(0, 200);
   TraceCapture words;
   ASSERT_EQ(l2_add(x), 0);
-  EXPECT_EQ(last().word(32), 101u);
-  EXPECT_EQ(last().word(36), 102u);
+  EXPECT_EQ(std::pair(last().word(32), last().word(36)), std::pair(101u, 102u));
   EXPECT_TRUE(words.has("OFA Program priority:7 flow_id:8 before:101 after:102 handle:200"));
   EXPECT_NE(of_chip_avl_lookup_flow(of_flow_tree_kind::l2, chip(0), 7, 8), nullptr);
 }
@@ -280,15 +279,13 @@ TEST_F(ArdFlows, ChipOneUpdatesAndDeletesWithTheHandleOfSlotZero) {
   x.hw = {};
   x.hw.set(1, 22);
   ASSERT_EQ(l2_add(x, 1), 0);
-  EXPECT_EQ(last().word(28), 22u);
-  EXPECT_EQ(last().target, chip(1)->ifindex);
+  EXPECT_EQ(std::pair(last().word(28), last().target), std::pair(22u, chip(1)->ifindex));
   EXPECT_EQ(ard_of_l2flow_upd(chip(1), &x.f, &x.a, &x.hw), 0);
   EXPECT_EQ(last().word(28), 0xFFFFFFFFu);
   x.hw.set(0, 21);
   EXPECT_EQ(ard_of_l2flow_del(chip(1), &x.f, &x.hw), 0);
-  EXPECT_EQ(last().command, OF_CMD_L2FLOW_DEL);
-  EXPECT_EQ(last().word(28), 21u);
-  EXPECT_EQ(last().target, chip(1)->ifindex);
+  EXPECT_EQ(std::tuple(last().command, last().word(28), last().target),
+            std::tuple(OF_CMD_L2FLOW_DEL, 21u, chip(1)->ifindex));
   EXPECT_EQ(of_chip_avl_lookup_flow(of_flow_tree_kind::l2, chip(1), 100, 10), nullptr);
 }
 

@@ -113,18 +113,9 @@ template <int (*F)(uint32_t, group_node*)>
 int nhop(of_if_entry*, of_vlan_entry*) {
   return F(kNhop, &g_group);
 }
-int mgid_del(of_if_entry*, of_vlan_entry*) {
-  return ard_of_group_mgid_del(kMgid, 0);
-}
-int nhop_del(of_if_entry*, of_vlan_entry*) {
-  return ard_of_group_nhop_del(kNhop, kNhop);
-}
 template <uint32_t Port>
 int l2fwd_add(of_if_entry*, of_vlan_entry*) {  // the port in the low 16 bits
   return ard_of_l2fwd_add(0, 4101, kMac, Port);
-}
-int l2fwd_del(of_if_entry*, of_vlan_entry*) {
-  return ard_of_l2fwd_del(0, 4101, kMac);
 }
 // Slot 40 on port 3: IIVID 4011 (FAB) out as VLAN 300 (12C), or all IIVIDs (-1).
 template <int32_t Iivid, uint32_t Tagged, uint32_t Remove>
@@ -147,12 +138,6 @@ void disabled(of_if_entry& p) {
   p.is_mac_cls = p.is_typ_cls = p.lldp_vlan_ovrd = p.l2_ctrl_ovrd = 1;
   p.pvid = 4004;
 }
-void l3_high_iivids(of_if_entry& p) {
-  p.vpnid = 0xFFE02, p.iivid_min = 8100, p.iivid_max = 9000;
-}
-void no_chip(of_if_entry& p) {
-  p.chip = nullptr;
-}
 
 // Port 3 is 18418000, port 30 184F0000; pvid 4020 (FB4), IIVIDs 4000-4999, next hop 11. Every
 // byte of the enable and disable bulks, the groups' records and the exact-match adds is in the
@@ -161,7 +146,8 @@ void no_chip(of_if_entry& p) {
 const Case kCases[] = {
     {"enable", enable, 2, "0:32=70000 0:84=FB4 1:84=FA5 1:88=FFFFFFFF", "enabled openflow port: 3"},
     {"enable_l3_high_iivids", enable, 2,
-     "0:1132=FFFFFFF0 0:1140=FFFFFFFF 0:1144=4272024 0:1180=FFE02", "", -1, 0, l3_high_iivids},
+     "0:1132=FFFFFFF0 0:1140=FFFFFFFF 0:1144=4272024 0:1180=FFE02", "", -1, 0,
+     [](of_if_entry& p) { p.vpnid = 0xFFE02, p.iivid_min = 8100, p.iivid_max = 9000; }},
     {"enable_no_vlans", enable, 1, "", "", -1, 0, nullptr, -1},
     {"enable_batch_fails", enable, 2, "", "Unable to program port vlan trans rc: -106", 1, -106},
     {"disable", disable, 2, "0:32=60000 0:84=FA4 1:40=0", "Disabled openflow port: 3", -1, 0,
@@ -169,7 +155,8 @@ const Case kCases[] = {
     {"disable_bulk_fails", disable, 1, "", "Unabled to disable openflow port: 3 rc: -106", 0, -106,
      disabled},
     {"state_fails", state, 1, "", "Unable to change port state : 3 rc : -106", 0, -106},
-    {"port_without_chip", enable, 0, "", "chip is empty for port:18418000", -1, -128, no_chip},
+    {"port_without_chip", enable, 0, "", "chip is empty for port:18418000", -1, -128,
+     [](of_if_entry& p) { p.chip = nullptr; }},
     // VLAN 100 (64), IIVID 4010 (FAA), mgid 8010 (1F4A); each request to chip 1, then chip 0.
     {"vlan_add", vlan_add, 8,
      "0:0=4272006 0:28=70000 0:36=1 0:40=FAA 0:44=64 2:28=70001 2:40=FAA 4:0=70000 4:32=20000 "
@@ -236,14 +223,16 @@ const Case kCases[] = {
      std::vector<Bucket>(3, {3, 1, 3})},
     {"group_mp_nhop_empty", nhop<ard_of_group_mp_nhop_add>, 2, "0:8=C4 0:32=200",
      "Programmed multi path(ecmp) nhop: "},
-    {"group_mgid_del", mgid_del, 2, "0:0=527000A 0:8=24 0:28=1FA4", "Deleted mgid:8100"},
-    {"group_nhop_del", nhop_del, 2, "0:0=427180D 0:8=28 0:32=1 0:36=10000005",
-     "Deleted nhop id:268435461"},
+    {"group_mgid_del", [](of_if_entry*, of_vlan_entry*) { return ard_of_group_mgid_del(kMgid, 0); },
+     2, "0:0=527000A 0:8=24 0:28=1FA4", "Deleted mgid:8100"},
+    {"group_nhop_del",
+     [](of_if_entry*, of_vlan_entry*) { return ard_of_group_nhop_del(kNhop, kNhop); }, 2,
+     "0:0=427180D 0:8=28 0:32=1 0:36=10000005", "Deleted nhop id:268435461"},
     {"l2fwd_add", l2fwd_add<0x1001E>, 2, "0:40=40001005 0:64=184F0000 0:68=3000000",
      "Programmed l2exm entry"},
     {"l2fwd_add_unknown_port", l2fwd_add<40>, 2, "0:64=0"},
-    {"l2fwd_del", l2fwd_del, 2, "0:0=4270802 0:8=30 0:32=1005AABB 0:36=CCDDEEFF",
-     "Delete l2exm entry"},
+    {"l2fwd_del", [](of_if_entry*, of_vlan_entry*) { return ard_of_l2fwd_del(0, 4101, kMac); }, 2,
+     "0:0=4270802 0:8=30 0:32=1005AABB 0:36=CCDDEEFF", "Delete l2exm entry"},
     // One bulk of instances 0 (at 36) and 1 (at 124), or of their deletes (at 36 and 72).
     {"policer_add", pol_add, 1,
      "0:8=D4 0:32=20000 0:36=9270002 0:68=0 0:72=4000 0:76=1 0:80=23456789 0:112=0 0:116=345 "

@@ -45,10 +45,8 @@ class ArdDefaults : public ChipEnv {
 TEST_F(ArdDefaults, DefaultActionToControllerSetsOnlyTheTwoDefaultEntries) {
   g_openflow_lp.default_action = 1;
   UpChip();
-  EXPECT_EQ(req(6).word(164), 0x9u);
-  EXPECT_EQ(req(7).word(164), 0x1u);
-  EXPECT_EQ(req(8).word(164), 0x1u);
-  EXPECT_EQ(req(9).word(188), 0x80000000u);
+  EXPECT_EQ(std::tuple(req(6).word(164), req(7).word(164), req(8).word(164), req(9).word(188)),
+            std::tuple(0x9u, 0x1u, 0x1u, 0x80000000u));
 }
 
 TEST_F(ArdDefaults, SuccessWordsPrintHandleAndRegionFromTheReply) {
@@ -62,9 +60,8 @@ TEST_F(ArdDefaults, SuccessWordsPrintHandleAndRegionFromTheReply) {
 TEST_F(ArdDefaults, FailingRegionStillLeadsToTheDefaultEntries) {
   hsl().fail = {2};  // the L2 default region
   std::string out = printed([&] { UpChip(); });
-  auto cmds = hsl().commands();
-  ASSERT_EQ(cmds.size(), 7u);
-  EXPECT_EQ(cmds[3], OF_CMD_L2FLOW_ADD);
+  EXPECT_EQ(hsl().commands().size(), 7u);
+  EXPECT_EQ(hsl().commands().at(3), OF_CMD_L2FLOW_ADD);
   EXPECT_NE(out.find("Unable to create region ldev: 10, region: 30, size 24, rc: -106"),
             std::string::npos);
   EXPECT_NE(out.find("OPENFLOW Unable to add region for chip 0, rc: -106"), std::string::npos);
@@ -145,8 +142,7 @@ TEST(TcamIdPool, CheckinOfAnIdNotInUseMovesNothingButCounts) {
   checkin_id(l, 1);  // a second check-in of the same id: counted, not moved twice
   checkin_id(l, 0);  // outside the list: counted, nothing moves
   checkin_id(l, 4);
-  EXPECT_EQ(id_list_free_len(l), 3u);
-  EXPECT_EQ(l->free_count, 7);
+  EXPECT_EQ(std::pair(id_list_free_len(l), l->free_count), std::pair(3u, 7));
   EXPECT_EQ(checkout_new_id(l), 2u);
   EXPECT_EQ(checkout_new_id(l), 3u);
   EXPECT_EQ(checkout_new_id(l), 1u);

@@ -4,7 +4,6 @@
 
 #include "agent/flow_record.h"
 #include "chip/chip_req.h"
-#include "flow/flow_engine.h"
 #include "flow_env.h"
 
 namespace {
@@ -50,10 +49,7 @@ TEST_F(FlowFaults, ARefusedDeleteOrphansTheEntry) {
   ASSERT_EQ(add(flow(10, 100, 3)), 1);
   hsl().fail = {1};
   remove(10);
-  FlowCounts orphan;
-  orphan.l2_ids = 1;
-  orphan.tree_nodes = 1;
-  EXPECT_EQ(counts(), orphan);
+  EXPECT_EQ(counts(), (FlowCounts{.l2_ids = 1, .tree_nodes = 1}));
 }
 
 // Chips are walked from the highest flat id: chip 1 keeps its entry when chip 0 refuses.

@@ -257,11 +257,9 @@ TEST_F(Groups, CountersCarriedFieldsAndLookup) {
   of_lp_retrieve_group_from_groupbase(2)->carried_half = 5;
   run(grp(kMod, 2, kInd, {b(3, 100, 3)}));
   const of_group_base* base = of_lp_group_get_base();
-  EXPECT_EQ(base->select, 1u);
-  EXPECT_EQ(base->indirect, 2u);
-  EXPECT_EQ(base->total, 1u);
-  EXPECT_EQ(of_lp_retrieve_group_from_groupbase(2)->carried_word, 77u);
-  EXPECT_EQ(of_lp_retrieve_group_from_groupbase(2)->carried_half, 5u);
+  EXPECT_EQ(std::tuple(base->select, base->indirect, base->total), std::tuple(1u, 2u, 1u));
+  const group_node* g = of_lp_retrieve_group_from_groupbase(2);
+  EXPECT_EQ(std::tuple(g->carried_word, g->carried_half), std::tuple(77u, 5));
   of_group_view v;
   ASSERT_TRUE(of_lookup_group_view(2, &v));
   EXPECT_EQ(v.nhopid, 0x10000002u);
@@ -295,9 +293,9 @@ TEST_F(Groups, ForwardingEntryUsers) {
     hsl().fail = s.iivid == 0x80000000 ? std::set<size_t>{0} : std::set<size_t>{};
     int rc = s.del ? of_process_of_del_l2fwd_entry(s.group, s.iivid, mac, 0)
                    : of_process_of_add_l2fwd_entry(s.group, s.iivid, mac, s.group == 1 ? 3 : 5);
-    EXPECT_EQ(rc, s.rc) << s.group << (s.del ? " del" : " add");
-    EXPECT_EQ(hsl().requests.size(), s.requests) << s.group;
-    EXPECT_EQ(of_get_ivid_mac_count(), s.entries) << s.group;
+    EXPECT_EQ(std::tuple(rc, hsl().requests.size(), of_get_ivid_mac_count()),
+              std::tuple(s.rc, s.requests, s.entries))
+        << s.group << (s.del ? " del" : " add");
     if (s.group == 2 && !s.del) {
       EXPECT_EQ(of_lookup_of_ivid_mac(4010, mac)->port_id, 3u);
     }

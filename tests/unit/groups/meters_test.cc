@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "agent/flow_record.h"
 #include "codec.h"
 #include "flow_env.h"
 #include "groups_meters/meter.h"
@@ -108,21 +107,19 @@ TEST_P(MeterRates, ConfigAndPolicer) {
   send(c.msg);
   const meter_node* m = of_lp_retrieve_meter_from_meterbase(c.msg.meter_id);
   ASSERT_NE(m, nullptr);
-  EXPECT_EQ(m->config.committed_rate, c.config.committed_rate);
-  EXPECT_EQ(m->config.committed_burst, c.config.committed_burst);
-  EXPECT_EQ(m->config.excess_rate, c.config.excess_rate);
-  EXPECT_EQ(m->config.excess_burst, c.config.excess_burst);
-  EXPECT_EQ(m->config.excess_prec_level, c.config.excess_prec_level);
-  EXPECT_EQ(m->policer_id, c.policer);
+  auto fields = [](const meter_config& f, uint32_t policer) {  // all but the reserved word
+    return std::tuple(f.committed_rate, f.committed_burst, f.excess_rate, f.excess_burst,
+                      f.excess_prec_level, policer);
+  };
+  EXPECT_EQ(fields(m->config, m->policer_id), fields(c.config, c.policer));
   EXPECT_EQ(of_lp_meter_band_pool_in_use(), c.msg.band_cnt);
   EXPECT_EQ(of_lp_meter_has_meter_band(c.msg.meter_id, OF_METER_BAND_DSCP_REMARK),
             c.msg.band_cnt > 1 ? 1 : 0);
   // One bulk per chip; both instances carry the committed pair.
   ASSERT_EQ(targets(), (std::vector<uint32_t>{kChip1, kChip0}));
   for (const auto& r : hsl().requests) {
-    EXPECT_EQ(r.word(116), c.policer);
-    EXPECT_EQ(r.word(76) * (1ull << 32) + r.word(80), c.config.committed_rate);
-    EXPECT_EQ(r.word(72), c.config.committed_burst);
+    EXPECT_EQ(std::tuple(r.word(116), r.word(76) * (1ull << 32) + r.word(80), r.word(72)),
+              std::tuple(c.policer, c.config.committed_rate, c.config.committed_burst));
   }
 }
 
@@ -174,9 +171,9 @@ TEST_P(MeterOps, TracesRequestsAndPools) {
     EXPECT_FALSE(printed.has(c.absent)) << printed.text();
   }
   EXPECT_EQ(hsl().requests.size(), c.requests);
-  EXPECT_EQ(of_lp_meter_get_meter_count(), c.meters);
-  EXPECT_EQ(of_lp_meter_pool_in_use(), c.meters);
-  EXPECT_EQ(of_lp_meter_band_pool_in_use(), c.meters);
+  EXPECT_EQ(std::tuple(of_lp_meter_get_meter_count(), of_lp_meter_pool_in_use(),
+                       of_lp_meter_band_pool_in_use()),
+            std::tuple(c.meters, c.meters, c.meters));
 }
 
 INSTANTIATE_TEST_SUITE_P(Dispatch, MeterOps, ::testing::ValuesIn(kOps),

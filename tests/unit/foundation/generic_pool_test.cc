@@ -10,14 +10,11 @@
 #include <vector>
 
 #include "fake_clock.h"
+#include "stdout_capture.h"
 
 namespace {
 
-std::string printed(const std::function<void()>& fn) {
-  testing::internal::CaptureStdout();
-  fn();
-  return testing::internal::GetCapturedStdout();
-}
+using ofa::test::stdout_of;
 
 TEST(PoolSizes, RoundUpAndGrowFactor) {
   const std::pair<uint32_t, uint32_t> rounds[] = {
@@ -81,7 +78,7 @@ TEST(GuardWords, CountedKeptOutAndReportedAtMostEveryTenSeconds) {
   void* c = generic_get_mem_from_pool(&pool);
   std::memset(a, 0x55, 40);  // overruns into the guard word
   std::memset(b, 0x55, 40);
-  std::string out = printed([&] {
+  std::string out = stdout_of([&] {
     generic_free_mem_to_pool(&pool, a);
     generic_free_mem_to_pool(&pool, b);  // within 10 s: counted, not reported
   });
@@ -93,7 +90,7 @@ TEST(GuardWords, CountedKeptOutAndReportedAtMostEveryTenSeconds) {
   fake_clock::advance_ms(10000);
   std::memset(c, 0x77, 36);  // its own bytes, not the guard word
   generic_free_mem_to_pool(&pool, c);
-  EXPECT_NE(printed([&] { generic_free_mem_to_pool(&pool, c); }).find("double free"),
+  EXPECT_NE(stdout_of([&] { generic_free_mem_to_pool(&pool, c); }).find("double free"),
             std::string::npos);
   EXPECT_EQ(pool.free_fail, 1u);
   EXPECT_EQ(generic_get_pool_allocated_number(&pool), 2u);  // a and b lost, not reused
@@ -117,7 +114,7 @@ TEST(GenericMultiPool, PicksSmallestFittingPoolAndFallsThroughWhenFull) {
   void* b = generic_get_mem_from_multi_pool(&multi, 10);  // pool 0 full: from pool 1
   void* c = generic_get_mem_from_multi_pool(&multi, 200);
   ASSERT_TRUE(a && b && c);
-  EXPECT_EQ(printed([&] {
+  EXPECT_EQ(stdout_of([&] {
               EXPECT_EQ(generic_get_mem_from_multi_pool(&multi, 300), nullptr);
               EXPECT_EQ(generic_get_mem_from_multi_pool(&multi, 0), nullptr);
             }),
@@ -126,7 +123,7 @@ TEST(GenericMultiPool, PicksSmallestFittingPoolAndFallsThroughWhenFull) {
   generic_free_mem_to_multi_pool(&multi, b);  // back to pool 1, which gave it
   EXPECT_EQ(generic_get_pool_allocated_number(&multi.pools[1]), 0u);
   uint32_t stray[4] = {0x11111111, 0, 0, 0};
-  EXPECT_NE(printed([&] {
+  EXPECT_NE(stdout_of([&] {
               generic_free_mem_to_multi_pool(&multi, &stray[2]);
             }).find("wrong mem, signature=11111111"),
             std::string::npos);

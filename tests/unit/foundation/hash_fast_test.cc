@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "foundation/id_index.h"
+#include "stdout_capture.h"
 
 #include <algorithm>
 #include <map>
@@ -19,6 +20,8 @@
 #include <vector>
 
 namespace {
+
+using ofa::test::stdout_of;
 
 // Items keyed by a uint32_t and the callbacks a hashFastGeneric table needs for them.
 struct Item {
@@ -70,18 +73,12 @@ std::vector<Item> make_items(uint32_t n) {
   return items;
 }
 
-std::string captured(const std::function<void()>& fn) {
-  testing::internal::CaptureStdout();
-  fn();
-  return testing::internal::GetCapturedStdout();
-}
-
 TEST(HashSetUp, SizeRuleNullTablesAndCompare) {
   const std::pair<uint32_t, uint32_t> sizes[] = {{100, 101}, {9, 11}, {1, 1}, {0, 1}, {120, 121}};
   for (auto [in, out] : sizes)
     EXPECT_EQ(hashFastGenericRoundSize(in), out) << in;
   EXPECT_EQ(
-      captured([] { EXPECT_EQ(hashFastGenericCreate(10, get_key, nullptr, nullptr), nullptr); }),
+      stdout_of([] { EXPECT_EQ(hashFastGenericCreate(10, get_key, nullptr, nullptr), nullptr); }),
       "Error! hashFastGenericCreate(key_data_compare=NULL)\n");
   void* data = nullptr;
   hashFastGeneric* t = hashFastGenericCreate(10, get_key, compare, nullptr);
@@ -174,7 +171,7 @@ TEST_F(SecondHash, WalksRefuseOrHandleSecondLevel) {
     hashFastGenericInsert(t_, k, &items_[k]);
   Collect c;
   void* out = nullptr;
-  std::string text = captured([&] {
+  std::string text = stdout_of([&] {
     EXPECT_EQ(hashFastGenericTraverseFromFraction(t_, Collect::fn, 0, 1, &c), 0u);
     EXPECT_EQ(hashFastGenericTraverseBySortedKey(t_, Collect::fn, 0, 100, &c), 0u);
     EXPECT_EQ(hashFastGenericGetRandomData(t_, &out), 0);
@@ -198,7 +195,7 @@ TEST(SecondHashSetUp, LimitsRefusedLeaveTheTableAsItWas) {
     hashFastGeneric* t = hashFastGenericCreate(50, get_key, compare, nullptr);
     hashFastGenericEnableFastSparseTraverse(t);
     EXPECT_EQ(
-        captured([&] { hashFastGenericEnable2ndHash(t, c.threshold, c.size2, identity_hash); }),
+        stdout_of([&] { hashFastGenericEnable2ndHash(t, c.threshold, c.size2, identity_hash); }),
         "Error! hashFastGenericEnable2ndHash " + c.message + "\n");
     EXPECT_EQ(t->bucket_counts, nullptr);
     EXPECT_EQ(t->table2_pool, nullptr);
@@ -209,26 +206,26 @@ TEST(SecondHashSetUp, LimitsRefusedLeaveTheTableAsItWas) {
 
 TEST(SecondHashSetUp, OrderAndPrerequisites) {
   hashFastGeneric* t = hashFastGenericCreate(50, nullptr, compare, nullptr);
-  EXPECT_EQ(captured([&] { hashFastGenericEnable2ndHash(t, 10, 10, identity_hash); }),
+  EXPECT_EQ(stdout_of([&] { hashFastGenericEnable2ndHash(t, 10, 10, identity_hash); }),
             "Error! hashFastGenericEnable2ndHash must call ..EnableFastSparseTraverse\n");
   hashFastGenericEnableFastSparseTraverse(t);
   EXPECT_EQ(hashFastGenericEnableFastSparseTraverse(t), 1);  // already sparse
-  EXPECT_EQ(captured([&] { hashFastGenericEnable2ndHash(t, 10, 10, identity_hash); }),
+  EXPECT_EQ(stdout_of([&] { hashFastGenericEnable2ndHash(t, 10, 10, identity_hash); }),
             "Error! hashFastGenericEnable2ndHash get_key_from_data=NULL\n");
   t->get_key_from_data = get_key;
-  EXPECT_EQ(captured([&] { hashFastGenericEnable2ndHash(t, 10, 10, nullptr); }),
+  EXPECT_EQ(stdout_of([&] { hashFastGenericEnable2ndHash(t, 10, 10, nullptr); }),
             "Error! hashFastGenericEnable2ndHash, must have 2nd hash function\n");
   Item a{1, 1};
   hashFastGenericInsert(t, 1, &a);
-  EXPECT_EQ(captured([&] { hashFastGenericEnable2ndHash(t, 10, 10, identity_hash); }),
+  EXPECT_EQ(stdout_of([&] { hashFastGenericEnable2ndHash(t, 10, 10, identity_hash); }),
             "Error! hashFastGenericEnable2ndHash should call before operation\n");
   hashFastGenericDestroy(t);
 
   hashFastGeneric* busy = hashFastGenericCreate(50, get_key, compare, nullptr);
   hashFastGenericInsert(busy, 1, &a);
-  EXPECT_EQ(captured([&] { EXPECT_EQ(hashFastGenericEnableFastSparseTraverse(busy), 0); }),
+  EXPECT_EQ(stdout_of([&] { EXPECT_EQ(hashFastGenericEnableFastSparseTraverse(busy), 0); }),
             "Error! hashFastGeneric..SparseTraverse() should call before operation\n");
-  EXPECT_EQ(captured([&] { hashFastGenericTraverseUnsortedFast(busy, Collect::fn, nullptr); }),
+  EXPECT_EQ(stdout_of([&] { hashFastGenericTraverseUnsortedFast(busy, Collect::fn, nullptr); }),
             "no hashFastGenericTraverseUnsortedFast() because of no "
             "hashFast..SparseTraverse()\n");
   hashFastGenericDestroy(busy);

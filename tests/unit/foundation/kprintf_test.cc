@@ -7,8 +7,11 @@
 #include <string>
 
 #include "fake_clock.h"
+#include "stdout_capture.h"
 
 namespace {
+
+using ofa::test::stdout_of;
 
 std::string fmt(const char* format, ...) {
   char buf[256];
@@ -88,14 +91,14 @@ TEST(Ksprintf, PortNameFromPlatform) {
 }
 
 TEST(Console, UprintfAndKprintfGoToStdoutCutAt2047) {
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(uprintf("port %p mac %m\n", 3, kMac), 26);
-  EXPECT_EQ(kprintf("%d\n", 9), 2);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "port 3 mac 0012.abcd.0ef0\n9\n");
+  EXPECT_EQ(stdout_of([] {
+              EXPECT_EQ(uprintf("port %p mac %m\n", 3, kMac), 26);
+              EXPECT_EQ(kprintf("%d\n", 9), 2);
+            }),
+            "port 3 mac 0012.abcd.0ef0\n9\n");
   std::string big(3000, 'a');
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(uprintf("%s", big.c_str()), 2047);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), std::string(2047, 'a'));
+  EXPECT_EQ(stdout_of([&] { EXPECT_EQ(uprintf("%s", big.c_str()), 2047); }),
+            std::string(2047, 'a'));
 }
 
 TEST(Console, PrintFromAPortLookupDoesNotDisturbTheOuterText) {
@@ -104,9 +107,8 @@ TEST(Console, PrintFromAPortLookupDoesNotDisturbTheOuterText) {
     std::snprintf(name, size, "eth%u", port);
     return true;
   });
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(uprintf("port %P up\n", 4), 13);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "lookup 4\nport eth4 up\n");
+  EXPECT_EQ(stdout_of([] { EXPECT_EQ(uprintf("port %P up\n", 4), 13); }),
+            "lookup 4\nport eth4 up\n");
   ksprintf_set_port_name_fn(nullptr);
 }
 

@@ -19,6 +19,7 @@
 
 #include "foundation/avl_tree.h"
 #include "foundation/dce_avl_tree.h"
+#include "stdout_capture.h"
 
 // Walks a whole AVL tree (either kind) and checks its invariants: parent links and side flags,
 // balance = height(right) - height(left) within -1..+1 (when balanced), rank = 1 + left size. The
@@ -186,9 +187,9 @@ TEST(AvlTreePrealloc, RunsOutAtMaxNodesAndReusesAfterCleanup) {
   std::array<int, 6> items = {1, 2, 3, 4, 5, 6};
   for (int i = 0; i < 4; ++i)
     ASSERT_EQ(avl_insert(tree, &items[i]), 0);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(avl_insert(tree, &items[4]), -1);
-  EXPECT_NE(testing::internal::GetCapturedStdout().find("Error: Null: node = null"),
+  EXPECT_NE(ofa::test::stdout_of([&] {
+              EXPECT_EQ(avl_insert(tree, &items[4]), -1);
+            }).find("Error: Null: node = null"),
             std::string::npos);
   ASSERT_EQ(avl_remove(tree, &items[0]), 0);
   EXPECT_EQ(avl_insert(tree, &items[4]), 0);
